@@ -1,0 +1,33 @@
+#pragma once
+
+/// \file
+/// Class-name lists and path tests.
+
+#include "brellix/export.h"
+
+#include <yaml-cpp/yaml.h>
+
+#include <string>
+#include <vector>
+
+namespace ai_orvo::model {
+
+/// Appends the lines of a text file to `names`, one label a line, unchanged: blanks, empty lines and a
+/// carriage return before the line feed stay. A file that cannot be opened appends nothing.
+BRELLIX_API void read_class_name(std::string path, std::vector<std::string>& names);
+
+/// Fills `names` from the map "class_mapping" (class index to label) of a configuration document.
+///
+/// The list is resized to the number of entries and grows where an index asks for it; gaps hold "NO_TYPE".
+/// Entries whose key or value is no scalar and negative indices are skipped; the first key that is no
+/// integer ends the reading. Nothing of yaml-cpp is thrown: a missing map leaves `names` as it was.
+BRELLIX_API void read_class_name(const YAML::Node& config, std::vector<std::string>& names);
+
+/// \return whether `path` is an existing regular file (symbolic links are followed). A path that does not
+///         exist is reported on standard output.
+BRELLIX_API bool IsFile(const std::string& path);
+
+/// \return whether `path` is an existing directory (symbolic links are followed). Silent.
+BRELLIX_API bool IsFolder(const std::string& path);
+
+}  // namespace ai_orvo::model

@@ -1,0 +1,59 @@
+#pragma once
+
+/// \file
+/// The detection record and the interface that every model implements.
+
+#include "brellix/ai_engine.h"
+#include "brellix/export.h"
+
+#include <opencv2/core.hpp>
+
+#include <vector>
+
+namespace ai_orvo::model {
+
+using alg::common::AIBuff;
+using alg::common::AIEngine;
+using alg::common::AIEngineConfig;
+using alg::common::TensorMap;
+
+/// One detection. A value type; copies share the pixels of `mask` as copies of `cv::Mat` do.
+struct Object {
+    cv::Rect_<float> rect;  ///< top-left corner and size, in pixels of the source image
+    int label = 0;          ///< class index; -1 from a model without classes
+    float prob = 0.0F;      ///< confidence, 0 to 1
+    cv::Mat mask;           ///< empty for the detectors; else 8-bit, as large as the source image, 0 or 255
+};
+
+/// A model: image in, objects out.
+///
+/// A derived class fills `config` in its constructor and calls `engine.Init(config)` last. One thread at a
+/// time may use a model object, since `detect` leaves the image's letterbox record in it for `postprocess`;
+/// separate objects are independent. Neither operation reports engine failures: an output that the engine
+/// left alone is decoded as it stands. Exceptions of OpenCV and of the standard library reach the caller.
+///
+/// The order of the virtual functions and of the data members is part of the binary interface.
+class BRELLIX_API CvModel {
+  public:
+    CvModel() = default;
+    CvModel(const CvModel&) = delete;
+    CvModel& operator=(const CvModel&) = delete;
+    virtual ~CvModel();
+
+    /// Finds the objects in an image.
+    /// \param image   8-bit BGR image of any size; an empty one raises `cv::Exception`.
+    /// \param objects receives the detections. Pass an empty vector: the detectors clear it first, the
+    ///                segmentation model appends.
+    virtual void detect(const cv::Mat& image, std::vector<Object>& objects) = 0;
+
+    /// Decodes the engine's outputs for the image that `detect` letterboxed last, then suppresses overlaps.
+    /// Called by `detect` through the virtual table, so that a derived class can replace decoding alone.
+    /// \param outputs the engine's outputs by name; a missing name is inserted and decoded as empty.
+    /// \param objects as for `detect`.
+    virtual void postprocess(TensorMap& outputs, std::vector<Object>& objects) = 0;
+
+    AIEngine engine;
+    AIEngineConfig config;
+};
+
+}  // namespace ai_orvo::model

@@ -1,0 +1,35 @@
+#pragma once
+
+/// \file
+/// Drawing detections onto an image.
+
+#include "brellix/cv_model.h"
+#include "brellix/export.h"
+
+#include <opencv2/core.hpp>
+
+#include <string>
+#include <vector>
+
+namespace ai_orvo::model {
+
+/// Colours by class label (80 entries), three values each, used as the first three channels in order.
+BRELLIX_API extern const std::vector<std::vector<unsigned int>> CLASS_COLORS;
+
+/// Colours of masks by class label modulo 20 (20 entries), used likewise.
+BRELLIX_API extern const std::vector<std::vector<unsigned int>> MASK_COLORS;
+
+/// Draws each object's box and, at its top-left corner, its name and probability in per cent.
+///
+/// \param image       8-bit image, usually BGR.
+/// \param res         receives the drawing; may be the same matrix as `image`.
+/// \param objs        objects in pixels of `image`.
+/// \param class_names names by label.
+/// \param colors      colours by label, three values 0 to 255 each.
+/// \throws std::out_of_range for a label outside `class_names` or `colors`, or a colour of fewer than three
+///         values; `res` is then left as it was.
+BRELLIX_API void draw_objects(const cv::Mat& image, cv::Mat& res, const std::vector<Object>& objs,
+                              const std::vector<std::string>& class_names,
+                              const std::vector<std::vector<unsigned int>>& colors);
+
+}  // namespace ai_orvo::model

@@ -1,0 +1,6 @@
+#pragma once
+
+/// \file
+/// Symbol visibility of `libbrellix_model_zoo`. Everything is hidden unless it carries BRELLIX_API.
+
+#define BRELLIX_API __attribute__((visibility("default")))

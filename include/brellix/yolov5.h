@@ -1,0 +1,63 @@
+#pragma once
+
+/// \file
+/// YOLOv5 detector for networks with their detection layer.
+
+#include "brellix/cv_model.h"
+#include "brellix/export.h"
+#include "brellix/letterbox.h"
+
+#include <opencv2/core.hpp>
+
+#include <string>
+#include <vector>
+
+namespace ai_orvo::model {
+
+/// YOLOv5 detector for a network with one fused output of decoded candidates.
+///
+/// | tensor | direction | element | layout | size in elements |
+/// |---|---|---|---|---|
+/// | "image" | input | float32, 0 to 1, RGB | 1 x 3 x height x width | 3 * width * height |
+/// | "output0" | output | float32 | candidate rows of cx, cy, w, h (network pixels), objectness, class scores | (class_num + 5) * num_candidates |
+///
+/// `num_candidates` is 3 * the sum over the strides s of (width / s) * (height / s).
+/// Objectness and the best class score each have to exceed the confidence threshold; `Object::prob` is
+/// their product and may lie below it. Boxes hold whole numbers, truncated toward zero.
+///
+/// Every `postprocess` writes one line that begins with "dw: " to standard output, the destructor one that
+/// says "Destruct yolov5".
+class BRELLIX_API YOLOv5 : public CvModel {
+  public:
+    /// \param model_path path of the compiled network.
+    /// \param framework  "TensorRT" or "RKNN", exactly. Any other name is reported on standard output and
+    ///                   **ends the process with status 0**.
+    /// \param input_size width and height of the network input in pixels.
+    /// \param conf       confidence threshold, not range-checked.
+    /// \param nms        overlap threshold of the suppression, not range-checked.
+    /// \param class_num  classes that the network predicts.
+    /// Whether the engine accepted the network is not reported.
+    YOLOv5(const std::string& model_path, std::string framework, cv::Size input_size, float conf, float nms,
+           int class_num);
+
+    /// Reads "model_path", "conf_thres", "nms_thres", "class_num" and "input_size" from a YAML file
+    /// (docs/configuration.md).
+    /// \throws YAML::BadFile, YAML::InvalidNode (names the missing key), YAML::BadConversion,
+    ///         std::out_of_range (fewer than two elements in "input_size").
+    explicit YOLOv5(const std::string& config_path);
+
+    ~YOLOv5() override;
+
+    void detect(const cv::Mat& image, std::vector<Object>& objects) override;
+    void postprocess(TensorMap& outputs, std::vector<Object>& objects) override;
+
+    cv::Size input_size{640, 640};
+    LetterboxInfo letterbox_info{1.0F, 0.0F, 0.0F, 0.0F, 0.0F};
+    float conf_thres = 0.25F;
+    float nms_thres = 0.65F;
+    int class_num = 80;
+    int strides[3] = {8, 16, 32};
+    int num_candidates = 0;
+};
+
+}  // namespace ai_orvo::model
