@@ -1,7 +1,9 @@
 #include "model_preparation.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "../graph_lookup.h"
@@ -98,7 +100,49 @@ std::vector<std::string> endBeforeQuantization(onnx::GraphProto& graph) {
     return values;
 }
 
+using Ranks = std::unordered_map<std::string, int>;
+
+void addRanks(const google::protobuf::RepeatedPtrField<onnx::ValueInfoProto>& values, Ranks& ranks) {
+    for (const onnx::ValueInfoProto& value : values) {
+        if (value.type().tensor_type().has_shape()) {
+            ranks[value.name()] = value.type().tensor_type().shape().dim_size();
+        }
+    }
+}
+
+Ranks ranksOf(const onnx::GraphProto& graph) {
+    Ranks ranks;
+    addRanks(graph.input(), ranks);
+    addRanks(graph.value_info(), ranks);
+    addRanks(graph.output(), ranks);
+    for (const onnx::TensorProto& tensor : graph.initializer()) {
+        ranks[tensor.name()] = tensor.dims_size();
+    }
+    return ranks;
+}
+
+bool hasAxisOfFirstInput(const onnx::NodeProto& node) {
+    static const char* const kKinds[] = {"Concat", "Gather", "LogSoftmax", "Softmax", "Split"};
+    return std::any_of(std::begin(kKinds), std::end(kKinds),
+                       [&node](const char* kind) { return node.op_type() == kind; });
+}
+
 }  // namespace
+
+void countAxesFromTheFront(onnx::ModelProto& model, const onnx::ModelProto& inferred) {
+    const Ranks ranks = ranksOf(inferred.graph());
+    for (onnx::NodeProto& node : *model.mutable_graph()->mutable_node()) {
+        if (!hasAxisOfFirstInput(node)) {
+            continue;
+        }
+        const auto rank = ranks.find(node.input(0));
+        for (onnx::AttributeProto& attribute : *node.mutable_attribute()) {
+            if (attribute.name() == "axis" && attribute.i() < 0 && rank != ranks.end()) {
+                attribute.set_i(attribute.i() + rank->second);
+            }
+        }
+    }
+}
 
 OpencvModel prepareForOpencv(const onnx::ModelProto& model) {
     OpencvModel prepared{model, {}};
