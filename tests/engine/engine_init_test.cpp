@@ -301,6 +301,13 @@ TEST_F(EngineInit, RefusesConvolutionWeightsWithoutEnoughDimensions) {
                   {"ConvTranspose 'node_out'", "'weights'", "3 or more dimensions"});
 }
 
+TEST_F(EngineInit, RefusesALayerOnConstantsOnly) {
+    NetworkBuilder network = addition(1.0F);
+    network.floats("four", {4}, std::vector<float>(4, 1.0F)).output("constant", {4});
+    network.node("Sigmoid", {"four"}, {"constant"});
+    expectRefusal(init(configFor(network)), 4, {"Sigmoid 'node_constant'", "only constants", "simplify"});
+}
+
 TEST_F(EngineInit, RefusesAGraphInsideTheGraph) {
     NetworkBuilder network = addition(1.0F);
     onnx::AttributeProto& branch = *network.graph().mutable_node(0)->add_attribute();

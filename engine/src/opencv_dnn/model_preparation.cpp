@@ -45,28 +45,24 @@ void moveSplitSizesToAttribute(onnx::GraphProto& graph) {
     }
 }
 
-std::unordered_set<std::string> usedValues(const onnx::GraphProto& graph) {
+/// From the back, since a node's users stand behind it.
+void removeUnusedQuantizers(onnx::GraphProto& graph) {
     std::unordered_set<std::string> used;
-    for (const onnx::NodeProto& node : graph.node()) {
-        used.insert(node.input().begin(), node.input().end());
-    }
     for (const onnx::ValueInfoProto& output : graph.output()) {
         used.insert(output.name());
     }
-    return used;
-}
-
-bool removeOneUnusedQuantizer(onnx::GraphProto& graph) {
-    const std::unordered_set<std::string> used = usedValues(graph);
-    for (int i = 0; i < graph.node_size(); ++i) {
-        const onnx::NodeProto& node = graph.node(i);
+    google::protobuf::RepeatedPtrField<onnx::NodeProto> kept;
+    for (int i = graph.node_size() - 1; i >= 0; --i) {
+        onnx::NodeProto& node = *graph.mutable_node(i);
         const bool quantizer = node.op_type() == "QuantizeLinear" || node.op_type() == "DequantizeLinear";
         if (quantizer && node.output_size() == 1 && used.count(node.output(0)) == 0) {
-            graph.mutable_node()->DeleteSubrange(i, 1);
-            return true;
+            continue;
         }
+        used.insert(node.input().begin(), node.input().end());
+        kept.Add()->Swap(&node);
     }
-    return false;
+    std::reverse(kept.begin(), kept.end());
+    graph.mutable_node()->Swap(&kept);
 }
 
 void addOutput(onnx::GraphProto& graph, const onnx::ValueInfoProto& original, const std::string& name) {
@@ -95,8 +91,7 @@ std::vector<std::string> endBeforeQuantization(onnx::GraphProto& graph) {
             *graph.add_output() = output;
         }
     }
-    while (removeOneUnusedQuantizer(graph)) {
-    }
+    removeUnusedQuantizers(graph);
     return values;
 }
 
