@@ -8,16 +8,21 @@
 namespace ai_orvo::alg::common {
 namespace {
 
+[[noreturn]] void refuseForeignTensor(const std::string& name, const std::string& networkPath) {
+    throw Refusal(Status::kBadCalibration, "calibration file '" + calibrationPath(networkPath) +
+                                               "' names tensor '" + name + "', which is no output of '" +
+                                               networkPath + "'; calibrate again or remove the file");
+}
+
 /// A name that the network lacks means that the file belongs to another network.
 void checkCalibrationFits(const Calibration& calibration, const std::string& path,
                           const std::vector<TensorDescription>& outputs) {
-    for (const auto& [name, tensor] : calibration) {
-        const bool known = std::any_of(outputs.begin(), outputs.end(),
-                                       [&name = name](const auto& output) { return output.name == name; });
+    for (const auto& entry : calibration) {
+        const bool known =
+            std::any_of(outputs.begin(), outputs.end(),
+                        [&entry](const TensorDescription& output) { return output.name == entry.first; });
         if (!known) {
-            throw Refusal(Status::kBadCalibration,
-                          "calibration file '" + calibrationPath(path) + "' names tensor '" + name +
-                              "', which is no output of '" + path + "'; calibrate again or remove the file");
+            refuseForeignTensor(entry.first, path);
         }
     }
 }

@@ -16,7 +16,7 @@ std::string variable(const char* name) {
 }
 
 std::string readBackend() {
-    const std::string value = variable("BRELLIX_ENGINE_BACKEND");
+    std::string value = variable("BRELLIX_ENGINE_BACKEND");
     if (value.empty()) {
         return "auto";
     }
