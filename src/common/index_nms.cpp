@@ -78,9 +78,7 @@ int candidateOf(const std::vector<int>& order, int position, const std::vector<i
 }
 
 float overlapOf(const cv::Rect_<int>& a, const cv::Rect_<int>& b) {
-    const auto end = [](int start, int length) {
-        return static_cast<float>(narrowToInt(static_cast<std::int64_t>(start) + length));
-    };
+    const auto end = [](int start, int length) { return static_cast<float>(wrappingSum(start, length)); };
     return CalculateOverlap(static_cast<float>(a.x), static_cast<float>(a.y), end(a.x, a.width),
                             end(a.y, a.height), static_cast<float>(b.x), static_cast<float>(b.y),
                             end(b.x, b.width), end(b.y, b.height));
