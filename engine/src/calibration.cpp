@@ -47,7 +47,7 @@ class CalibrationReader {
   private:
     [[noreturn]] void refuse(const YAML::Mark& mark, const std::string& fault) const {
         throw Refusal(Status::kBadCalibration, "calibration file '" + path_ + "', line " +
-                                                   std::to_string(mark.line + 1) + ": " + fault +
+                                                   std::to_string(std::max(mark.line, 0) + 1) + ": " + fault +
                                                    "; calibrate again or remove the file");
     }
 

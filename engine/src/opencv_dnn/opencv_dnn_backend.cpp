@@ -129,8 +129,10 @@ std::shared_ptr<EngineBackend> makeOpencvDnnBackend(const onnx::ModelProto& mode
     try {
         return std::make_shared<OpencvDnnBackend>(network, prepared);
     } catch (const cv::Exception& error) {
-        refuse(network, error.err + " (" + error.func +
-                            "); export the network with opset 12, a static shape and float32");
+        refuse(network,
+               error.err + " (" + error.func +
+                   "); export the network with opset 12, a static shape and float32, or cut it before "
+                   "the layers that OpenCV lacks");
     }
 }
 

@@ -10,15 +10,18 @@ namespace ai_orvo::alg::common {
 namespace {
 
 std::string badInput(const TensorDescription& input) {
+    std::string found;
+    std::string fix;
     if (input.elementType != onnx::TensorProto::FLOAT) {
-        return "input '" + input.name + "' is " + elementTypeName(input.elementType) +
-               ", it takes float32 only: export the network in float32";
+        found = elementTypeName(input.elementType) + ", it takes float32 only";
+        fix = "in float32";
     }
     if (!input.isStatic()) {
-        return "input '" + input.name + "' has the dynamic shape " + input.describeShape() +
-               ": export the network with a static shape (batch 1)";
+        found += (found.empty() ? "" : "; its shape is ") + input.describeShape() +
+                 ", it takes static shapes only";
+        fix += (fix.empty() ? "" : " and ") + std::string("with a static shape (batch 1)");
     }
-    return {};
+    return found.empty() ? found : "input '" + input.name + "' is " + found + ": export the network " + fix;
 }
 
 bool isInput(const EngineNetwork& network, const std::string& name) {

@@ -1,0 +1,94 @@
+// Damaged files: whatever the bytes are, the engine answers with a status.
+
+#include <random>
+
+#include "engine_fixture.h"
+
+namespace brellix::testing {
+namespace {
+
+/// A small network of the kinds of nodes that detectors consist of.
+NetworkBuilder detectorLike() {
+    NetworkBuilder network;
+    network.input("in", {1, 3, 4, 4}).output("out", {1, 8, 2}).output("map", {1, 4, 2, 2});
+    network.floats("weights", {4, 3, 3, 3}, std::vector<float>(108, 0.25F)).floats("bias", {4}, {1, 2, 3, 4});
+    network.int64s("shape", {1, 8, 2}).floats("scales", {4}, {1, 1, 2, 2}).floats("roi", {0}, {});
+    network.node("Conv", {"in", "weights", "bias"}, {"features"});
+    network.integers("kernel_shape", {3, 3}).integers("strides", {2, 2}).integers("pads", {1, 1, 1, 1});
+    network.node("Sigmoid", {"features"}, {"gate"});
+    network.node("Mul", {"features", "gate"}, {"map"});
+    network.node("Resize", {"map", "roi", "scales"}, {"large"});
+    network.text("mode", "nearest")
+        .text("coordinate_transformation_mode", "asymmetric")
+        .text("nearest_mode", "floor");
+    network.node("MaxPool", {"large"}, {"pooled"})
+        .integers("kernel_shape", {2, 2})
+        .integers("strides", {2, 2});
+    network.node("Reshape", {"pooled", "shape"}, {"flat"});
+    network.node("Transpose", {"flat"}, {"turned"}).integers("perm", {0, 2, 1});
+    network.node("Transpose", {"turned"}, {"out"}).integers("perm", {0, 2, 1});
+    return network;
+}
+
+class EngineDamagedFiles : public EngineTest {
+  protected:
+    /// Loads the bytes and, where that succeeds, runs them.
+    int tryBytes(const std::string& bytes) {
+        AIEngineConfig config;
+        config.model_path = folder_.write("damaged.onnx", bytes);
+        config.input_sizes = {{"in", 48}};
+        config.output_sizes = {{"out", 16}, {"map", 16}};
+        AIEngine engine;
+        const Answer answer = answerOf([&] { return engine.Init(config); });
+        lastMessage_ = answer.standardError;
+        const int status = answer.status;
+        if (status == 0) {
+            TensorMap inputs{{"in", byteBuffer(48, 100)}};
+            TensorMap outputs{{"out", byteBuffer(64)}, {"map", byteBuffer(16)}};
+            EXPECT_EQ(answerOf([&] { return engine.DoInference(inputs, outputs); }).status, 0);
+        }
+        return status;
+    }
+
+    std::string lastMessage_;
+};
+
+TEST_F(EngineDamagedFiles, TheWholeFileRuns) {
+    EXPECT_EQ(tryBytes(detectorLike().bytes()), 0) << lastMessage_;
+}
+
+TEST_F(EngineDamagedFiles, NoTruncatedFileIsTaken) {
+    const std::string bytes = detectorLike().bytes();
+    for (std::size_t length = 0; length < bytes.size(); length += 7) {
+        EXPECT_EQ(tryBytes(bytes.substr(0, length)), 2) << length;
+    }
+}
+
+TEST_F(EngineDamagedFiles, FlippedBytesNeverCrash) {
+    const std::string bytes = detectorLike().bytes();
+    std::mt19937 generator(20240501);
+    for (int round = 0; round < 600; ++round) {
+        std::string damaged = bytes;
+        const std::size_t flips = 1 + generator() % 3;
+        for (std::size_t flip = 0; flip < flips; ++flip) {
+            damaged[generator() % damaged.size()] = static_cast<char>(generator() & 0xFFU);
+        }
+        const int status = tryBytes(damaged);
+        EXPECT_TRUE(status == 0 || status == 2 || status == 3 || status == 4)
+            << "round " << round << ": " << status;
+    }
+}
+
+TEST_F(EngineDamagedFiles, RandomBytesAreNoNetwork) {
+    std::mt19937 generator(7);
+    for (int round = 0; round < 100; ++round) {
+        std::string bytes(1 + generator() % 300, '\0');
+        for (char& byte : bytes) {
+            byte = static_cast<char>(generator() & 0xFFU);
+        }
+        EXPECT_EQ(tryBytes(bytes), 2);
+    }
+}
+
+}  // namespace
+}  // namespace brellix::testing
