@@ -38,6 +38,12 @@ inline int narrowToInt(std::int64_t value) {
     return static_cast<int>(static_cast<std::uint32_t>(value));
 }
 
+/// The product's low 32 bits as a signed integer.
+template <typename... Factors>
+int wrappingProduct(Factors... factors) {
+    return static_cast<int>((std::uint32_t{1} * ... * static_cast<std::uint32_t>(factors)));
+}
+
 /// `value` held inside [0, bound]; what is not greater than 0, NaN included, becomes 0.
 inline float clampToBound(float value, float bound) {
     if (!(value > 0.0F)) {
