@@ -19,7 +19,8 @@ namespace ai_orvo::model {
 /// | tensor | direction | element | layout | size in elements |
 /// |---|---|---|---|---|
 /// | "image" | input | float32, 0 to 1, RGB | 1 x 3 x height x width | 3 * width * height |
-/// | "output0" | output | float32 | candidate rows of cx, cy, w, h (network pixels), objectness, class scores | (class_num + 5) * num_candidates |
+/// | "output0" | output | float32 | candidate rows of cx, cy, w, h (network pixels), objectness, class scores
+/// | (class_num + 5) * num_candidates |
 ///
 /// `num_candidates` is 3 * the sum over the strides s of (width / s) * (height / s).
 /// Objectness and the best class score each have to exceed the confidence threshold; `Object::prob` is
@@ -32,13 +33,13 @@ class BRELLIX_API YOLOv5 : public CvModel {
     /// \param model_path path of the compiled network.
     /// \param framework  "TensorRT" or "RKNN", exactly. Any other name is reported on standard output and
     ///                   **ends the process with status 0**.
-    /// \param input_size width and height of the network input in pixels.
+    /// \param inputSize  width and height of the network input in pixels.
     /// \param conf       confidence threshold, not range-checked.
     /// \param nms        overlap threshold of the suppression, not range-checked.
-    /// \param class_num  classes that the network predicts.
+    /// \param classNum   classes that the network predicts.
     /// Whether the engine accepted the network is not reported.
-    YOLOv5(const std::string& model_path, std::string framework, cv::Size input_size, float conf, float nms,
-           int class_num);
+    YOLOv5(const std::string& model_path, std::string framework, cv::Size inputSize, float conf, float nms,
+           int classNum);
 
     /// Reads "model_path", "conf_thres", "nms_thres", "class_num" and "input_size" from a YAML file
     /// (docs/configuration.md).

@@ -1,0 +1,7 @@
+#include "brellix/cv_model.h"
+
+namespace ai_orvo::model {
+
+CvModel::~CvModel() = default;
+
+}  // namespace ai_orvo::model

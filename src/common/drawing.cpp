@@ -1,0 +1,91 @@
+#include "brellix/drawing.h"
+
+#include "common/numeric.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+
+namespace ai_orvo::model {
+namespace {
+
+using ColorTable = std::vector<std::vector<unsigned int>>;
+
+struct LabelStyle {
+    double fontScale;
+    int thickness;
+};
+
+constexpr int kFont = cv::FONT_HERSHEY_SIMPLEX;
+constexpr int kBoxThickness = 2;
+constexpr LabelStyle kSmallLabel{0.4, 1};
+
+cv::Scalar colorOf(const ColorTable& table, int index) {
+    const std::vector<unsigned int>& entry = table.at(static_cast<std::size_t>(index));
+    return {static_cast<double>(entry.at(0)), static_cast<double>(entry.at(1)),
+            static_cast<double>(entry.at(2)), 0};
+}
+
+/// A rectangle whose right and bottom edges can be formed in int; one of ordinary size comes back unchanged.
+cv::Rect drawable(int x, int y, int width, int height) {
+    const auto fit = [](int start, int length) {
+        const std::int64_t room = static_cast<std::int64_t>(std::numeric_limits<int>::max()) - start;
+        return static_cast<int>(std::min<std::int64_t>(length, room));
+    };
+    return {x, y, fit(x, width), fit(y, height)};
+}
+
+std::string labelText(const Object& object, const std::string& name) {
+    std::array<char, 256> text{};
+    std::snprintf(text.data(), text.size(), "%s %.1f%%", name.c_str(),
+                  static_cast<double>(object.prob * 100.0F));
+    return text.data();
+}
+
+void drawBox(cv::Mat& canvas, const cv::Rect_<float>& rect, const cv::Scalar& color) {
+    const cv::Rect box =
+        drawable(roundToInt(rect.x), roundToInt(rect.y), roundToInt(rect.width), roundToInt(rect.height));
+    cv::rectangle(canvas, box, color, kBoxThickness, cv::LINE_8);
+}
+
+void drawLabel(cv::Mat& canvas, const cv::Rect_<float>& rect, const std::string& text,
+               const LabelStyle& style) {
+    const cv::Scalar background(0, 0, 255);
+    const cv::Scalar ink(255, 255, 255);
+    int baseline = 0;
+    const cv::Size size = cv::getTextSize(text, kFont, style.fontScale, style.thickness, &baseline);
+
+    // The box rounds, the label truncates: their corners may differ by a pixel.
+    const int x = truncateToInt(rect.x);
+    const int y = std::min(truncateToInt(rect.y), canvas.rows - 1) + 1;
+    cv::rectangle(canvas, drawable(x, y, size.width, size.height + baseline), background, cv::FILLED,
+                  cv::LINE_8);
+    cv::putText(canvas, text, cv::Point(x, y + size.height), kFont, style.fontScale, ink, style.thickness,
+                cv::LINE_8, false);
+}
+
+void drawBoxesAndLabels(cv::Mat& canvas, const std::vector<Object>& objects,
+                        const std::vector<std::string>& names, const ColorTable& colors,
+                        const LabelStyle& style) {
+    for (const Object& object : objects) {
+        const cv::Scalar color = colorOf(colors, object.label);
+        const std::string& name = names.at(static_cast<std::size_t>(object.label));
+        drawBox(canvas, object.rect, color);
+        drawLabel(canvas, object.rect, labelText(object, name), style);
+    }
+}
+
+}  // namespace
+
+void draw_objects(const cv::Mat& image, cv::Mat& res, const std::vector<Object>& objs,
+                  const std::vector<std::string>& class_names, const ColorTable& colors) {
+    cv::Mat canvas = image.clone();
+    drawBoxesAndLabels(canvas, objs, class_names, colors, kSmallLabel);
+    res = canvas;
+}
+
+}  // namespace ai_orvo::model

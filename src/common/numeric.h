@@ -1,0 +1,49 @@
+#pragma once
+
+/// \file
+/// Conversions between floats and integers with the same result on every processor.
+///
+/// A plain conversion of NaN or of a value outside the target's range is undefined; x86 and Arm really do
+/// give different integers. Here NaN becomes 0 and the rest saturates, as the target's own instruction does.
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace ai_orvo::model {
+
+inline constexpr float kIntLimit = 2147483648.0F;  // 2^31, the first float beyond int
+
+/// `value` truncated toward zero.
+inline int truncateToInt(float value) {
+    if (std::isnan(value)) {
+        return 0;
+    }
+    if (value >= kIntLimit) {
+        return std::numeric_limits<int>::max();
+    }
+    if (value < -kIntLimit) {
+        return std::numeric_limits<int>::min();
+    }
+    return static_cast<int>(value);
+}
+
+/// `value` rounded to nearest, ties to even.
+inline int roundToInt(float value) {
+    return truncateToInt(std::nearbyint(value));
+}
+
+/// The low 32 bits of `value` as a signed integer.
+inline int narrowToInt(std::int64_t value) {
+    return static_cast<int>(static_cast<std::uint32_t>(value));
+}
+
+/// `value` held inside [0, bound]; what is not greater than 0, NaN included, becomes 0.
+inline float clampToBound(float value, float bound) {
+    if (!(value > 0.0F)) {
+        return 0.0F;
+    }
+    return value < bound ? value : bound;
+}
+
+}  // namespace ai_orvo::model

@@ -1,0 +1,47 @@
+#pragma once
+
+/// \file
+/// Building the tensors that cross the engine's boundary, and reading them safely.
+
+#include "brellix/ai_engine.h"
+
+#include <opencv2/core.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace ai_orvo::model {
+
+/// Order of the colour planes that the network expects; images come as BGR.
+enum class ChannelOrder { kBgr, kRgb };
+
+/// \return a float32 tensor 1 x 3 x height x width of the 8-bit image, scaled to 0..1.
+alg::common::AIBuff planarFloatTensor(const cv::Mat& letterboxed, ChannelOrder order);
+
+/// \return an output tensor of `elements` x `elementSize` zero bytes.
+/// \throws std::length_error for a negative element count.
+alg::common::AIBuff sizedTensor(int elements, std::size_t elementSize);
+
+/// Bounds-known view of a buffer as an array of float32. A null buffer has no elements.
+class FloatView {
+  public:
+    explicit FloatView(const alg::common::AIBuff& tensor)
+        : bytes_(tensor.data ? tensor.data->data() : nullptr),
+          size_(tensor.data ? tensor.data->size() / sizeof(float) : 0) {}
+
+    std::size_t size() const { return size_; }
+
+    /// The element at `index`, which must be below `size()`.
+    float operator[](std::size_t index) const {
+        float value;
+        std::memcpy(&value, bytes_ + index * sizeof(float), sizeof(float));
+        return value;
+    }
+
+  private:
+    const std::int8_t* bytes_;
+    std::size_t size_;
+};
+
+}  // namespace ai_orvo::model

@@ -1,0 +1,104 @@
+#include "brellix/yolov5.h"
+
+#include "brellix/nms.h"
+#include "common/framework.h"
+#include "common/numeric.h"
+#include "common/run_report.h"
+#include "common/tensors.h"
+#include "yolov5/decode.h"
+#include "yolov5/model_config.h"
+
+#include <iostream>
+#include <locale>
+#include <sstream>
+
+namespace ai_orvo::model {
+namespace {
+
+constexpr const char* kInputName = "image";
+constexpr const char* kOutputName = "output0";
+constexpr std::int64_t kAnchorsPerCell = 3;
+constexpr std::int64_t kBoxAndObjectness = 5;
+
+int countCandidates(const cv::Size& inputSize, const int (&strides)[3]) {
+    std::int64_t cells = 0;
+    for (const int stride : strides) {
+        cells += static_cast<std::int64_t>(inputSize.width / stride) * (inputSize.height / stride);
+    }
+    return narrowToInt(kAnchorsPerCell * cells);
+}
+
+/// Derives what follows from the settings, tells the engine the tensors and lets it load the network.
+void registerTensorsAndInit(YOLOv5& model) {
+    const std::int64_t pixels = static_cast<std::int64_t>(model.input_size.width) * model.input_size.height;
+    model.num_candidates = countCandidates(model.input_size, model.strides);
+    model.config.input_sizes[kInputName] = narrowToInt(3 * static_cast<std::int64_t>(narrowToInt(pixels)));
+    model.config.output_sizes[kOutputName] =
+        narrowToInt((model.class_num + kBoxAndObjectness) * model.num_candidates);
+    initEngine(model.engine, model.config);
+}
+
+/// One write, so that lines of several threads stay whole; the numbers do not follow the process's locale.
+void printLetterbox(const LetterboxInfo& info) {
+    std::ostringstream line;
+    line.imbue(std::locale::classic());
+    line << "dw: " << info.dw << ", dh: " << info.dh << ", ratio: " << info.ratio << '\n';
+    std::cout << line.str();
+}
+
+}  // namespace
+
+YOLOv5::YOLOv5(const std::string& model_path, std::string framework, cv::Size inputSize, float conf,
+               float nms, int classNum)
+    : input_size(inputSize), conf_thres(conf), nms_thres(nms), class_num(classNum) {
+    config.model_path = model_path;
+    if (framework == "TensorRT") {
+        config.framework = alg::common::kFrameworkTensorRt;
+    } else if (framework == "RKNN") {
+        config.framework = alg::common::kFrameworkRknn;
+        config.rknn_flag = true;
+    } else {
+        exitForUnknownFramework(framework);
+    }
+    registerTensorsAndInit(*this);
+}
+
+YOLOv5::YOLOv5(const std::string& config_path) {
+    // Nothing is delegated: a finished constructor's destructor would print although no model came to be.
+    const ModelConfig file = readModelConfig(config_path);
+    input_size = file.inputSize;
+    conf_thres = file.confThres;
+    nms_thres = file.nmsThres;
+    class_num = file.classNum;
+    config.model_path = file.modelPath;
+    registerTensorsAndInit(*this);
+}
+
+YOLOv5::~YOLOv5() {
+    std::cout << "Destruct yolov5\n";
+}
+
+void YOLOv5::detect(const cv::Mat& image, std::vector<Object>& objects) {
+    StageClock clock;
+    cv::Mat letterboxed;
+    letterbox_info = letterbox(image, letterboxed, input_size);
+
+    TensorMap inputs;
+    TensorMap outputs;
+    inputs[kInputName] = planarFloatTensor(letterboxed, ChannelOrder::kRgb);
+    outputs[kOutputName] = sizedTensor(config.output_sizes[kOutputName], sizeof(float));
+    clock.infer(engine, inputs, outputs);
+
+    postprocess(outputs, objects);
+    clock.finish();
+}
+
+void YOLOv5::postprocess(TensorMap& outputs, std::vector<Object>& objects) {
+    objects.clear();
+    const AIBuff& output = outputs[kOutputName];
+    printLetterbox(letterbox_info);
+    decodeFusedOutput(output, {letterbox_info, conf_thres, class_num, num_candidates}, objects);
+    nms(objects, nms_thres);
+}
+
+}  // namespace ai_orvo::model

@@ -1,0 +1,65 @@
+#include "support/fake_engine.h"
+
+#include <cstring>
+
+namespace brellix::testing {
+
+using ai_orvo::alg::common::AIBuff;
+using ai_orvo::alg::common::TensorMap;
+
+FakeEngine& FakeEngine::instance() {
+    static FakeEngine engine;
+    return engine;
+}
+
+FakeEngine& FakeEngine::reset() {
+    instance() = FakeEngine();
+    return instance();
+}
+
+AIBuff floatTensor(const std::vector<float>& values) {
+    AIBuff tensor;
+    tensor.data->resize(values.size() * sizeof(float));
+    if (!values.empty()) {
+        std::memcpy(tensor.data->data(), values.data(), tensor.data->size());
+    }
+    return tensor;
+}
+
+std::vector<float> floatsOf(const AIBuff& tensor) {
+    std::vector<float> values(tensor.data->size() / sizeof(float));
+    if (!values.empty()) {
+        std::memcpy(values.data(), tensor.data->data(), values.size() * sizeof(float));
+    }
+    return values;
+}
+
+TensorMap deepCopy(const TensorMap& tensors) {
+    TensorMap copy = tensors;
+    for (auto& [name, tensor] : copy) {
+        if (tensor.data) {
+            tensor.data = std::make_shared<std::vector<std::int8_t>>(*tensor.data);
+        }
+    }
+    return copy;
+}
+
+}  // namespace brellix::testing
+
+namespace ai_orvo::alg::common {
+
+using brellix::testing::FakeEngine;
+
+int AIEngine::Init(const AIEngineConfig& config) {
+    FakeEngine::instance().initialised.push_back(config);
+    return FakeEngine::instance().initStatus;
+}
+
+int AIEngine::DoInference(TensorMap& inputs, TensorMap& outputs) {
+    FakeEngine& engine = FakeEngine::instance();
+    engine.inputs.push_back(brellix::testing::deepCopy(inputs));
+    engine.preparedOutputs.push_back(brellix::testing::deepCopy(outputs));
+    return engine.inference ? engine.inference(inputs, outputs) : 0;
+}
+
+}  // namespace ai_orvo::alg::common
