@@ -1,6 +1,7 @@
 #include "property/comparison.h"
 
 #include "reference/object_nms.h"
+#include "reference/rounding.h"
 
 #include <algorithm>
 #include <cmath>
@@ -36,7 +37,8 @@ bool equallyProbable(const Object& a, const Object& b) {
 
 bool suppresses(const Object& better, const Object& worse, float threshold) {
     return better.label == worse.label && !lessProbable(better, worse) &&
-           reference::iou(cv::Rect(better.rect), cv::Rect(worse.rect)) > threshold;
+           reference::iou(reference::wholePixelBox(better.rect), reference::wholePixelBox(worse.rect)) >
+               threshold;
 }
 
 /// For messages.

@@ -144,6 +144,22 @@ TEST_F(Yolov5PostprocessProperty, HostileLetterboxRecordsGiveTheObjectsOfTheRefe
     EXPECT_GT(found, 500U);
 }
 
+TEST_F(Yolov5PostprocessProperty, CornersAreRoundedToFloatBeforeTheyAreTruncated) {
+    // A whole centre less half of almost nothing: single precision gives the centre, double what lies below.
+    Random random(27);
+    FusedSettings settings;
+    settings.letterbox = {1.0F, 0.0F, 0.0F, 4000.0F, 4000.0F};
+    settings.classNum = 1;
+    settings.numCandidates = 300;
+    std::vector<float> rows;
+    for (int i = 0; i < settings.numCandidates; ++i) {
+        const auto whole = [&] { return static_cast<float>(random.integer(256, 4000)); };
+        const auto tiny = [&] { return random.real(1e-6F, 1e-4F); };
+        rows.insert(rows.end(), {whole(), whole(), tiny(), tiny(), random.real(0.3F, 1.0F), 0.9F});
+    }
+    EXPECT_EQ(compareWithReference(settings, reference::floatTensor(rows)), 300U);
+}
+
 TEST_F(Yolov5PostprocessProperty, BuffersOfAnotherLengthGiveTheRowsInside) {
     Random random(24);
     std::size_t found = 0;

@@ -50,7 +50,7 @@ void drawLabel(cv::Mat& picture, const cv::Rect_<float>& box, const std::string&
 void drawBoxes(cv::Mat& picture, const std::vector<Object>& objects,
                const std::vector<std::string>& classNames, const ColorTable& colors, const TextStyle& style) {
     for (const Object& object : objects) {
-        cv::rectangle(picture, cv::Rect(object.rect), colorAt(colors, object.label), 2, 8);
+        cv::rectangle(picture, wholePixelBox(object.rect), colorAt(colors, object.label), 2, 8);
         const std::string& name = classNames.at(static_cast<std::size_t>(object.label));
         drawLabel(picture, object.rect, labelText(name, object.prob), style);
     }

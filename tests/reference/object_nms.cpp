@@ -1,5 +1,7 @@
 #include "reference/object_nms.h"
 
+#include "reference/rounding.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -26,7 +28,7 @@ bool moreProbable(const Object& a, const Object& b) {
 
 bool overlapsAny(const Object& object, const std::vector<Object>& kept, float threshold) {
     return std::any_of(kept.begin(), kept.end(), [&](const Object& better) {
-        return iou(cv::Rect(better.rect), cv::Rect(object.rect)) > threshold;
+        return iou(wholePixelBox(better.rect), wholePixelBox(object.rect)) > threshold;
     });
 }
 

@@ -50,6 +50,10 @@ TEST(ReferenceRounding, SaturatesAndSendsNanToZero) {
     EXPECT_EQ(truncateTowardZero(-3e9F), kIntMin);
     EXPECT_EQ(roundHalfAwayFromZero(0.5F), 1);
     EXPECT_EQ(roundHalfAwayFromZero(-0.5F), -1);
+    EXPECT_EQ(roundToNearest(0.5F), 0);
+    EXPECT_EQ(roundToNearest(1.5F), 2);
+    EXPECT_EQ(roundToNearest(kNan), 0);
+    EXPECT_EQ(roundToNearest(kInf), kIntMax);
     EXPECT_EQ(limitToRange(kNan, 7.0F), 0.0F);
     EXPECT_EQ(limitToRange(kInf, 7.0F), 7.0F);
     EXPECT_EQ(limitToRange(3.0F, 7.0F), 3.0F);

@@ -23,6 +23,15 @@ int roundHalfAwayFromZero(float value) {
     return truncateTowardZero(std::round(value));
 }
 
+int roundToNearest(float value) {
+    return truncateTowardZero(std::nearbyint(value));
+}
+
+cv::Rect wholePixelBox(const cv::Rect_<float>& box) {
+    return {roundToNearest(box.x), roundToNearest(box.y), roundToNearest(box.width),
+            roundToNearest(box.height)};
+}
+
 float limitToRange(float value, float bound) {
     if (!(value > 0.0F)) {
         return 0.0F;

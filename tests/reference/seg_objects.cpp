@@ -7,7 +7,6 @@
 
 #include <opencv2/imgproc.hpp>
 
-#include <cmath>
 #include <cstddef>
 #include <numeric>
 #include <set>
@@ -99,11 +98,6 @@ cv::Mat objectMask(const cv::Mat& plane, const cv::Rect& part, const cv::Size& i
     return mask;
 }
 
-cv::Rect roundedBox(const cv::Rect_<float>& box) {
-    const auto nearest = [](float value) { return static_cast<int>(std::lrintf(value)); };
-    return {nearest(box.x), nearest(box.y), nearest(box.width), nearest(box.height)};
-}
-
 }  // namespace
 
 SegCandidates decodeSegHeads(const SegSettings& settings, TensorMap& outputs) {
@@ -138,7 +132,8 @@ void detectSeg(const SegSettings& settings, TensorMap& outputs, std::vector<Obje
     const cv::Size imageSize(truncateTowardZero(settings.letterbox.src_width),
                              truncateTowardZero(settings.letterbox.src_height));
     for (std::size_t k = 0; k < planes.size(); ++k) {
-        objects[k].mask = objectMask(planes[k], imagePart(settings), imageSize, roundedBox(objects[k].rect));
+        objects[k].mask =
+            objectMask(planes[k], imagePart(settings), imageSize, wholePixelBox(objects[k].rect));
     }
 }
 
