@@ -1,0 +1,22 @@
+#pragma once
+
+/// \file
+/// ONNX element types: their names for people and their sizes.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace ai_orvo::alg::common {
+
+/// "float32", "int8", ... ; "type 99" for a code that ONNX does not define.
+std::string elementTypeName(std::int32_t onnxType);
+
+/// Bytes of one element in raw storage; 0 for strings and for unknown codes.
+std::size_t elementTypeSize(std::int32_t onnxType);
+
+/// "1x3x640x640"; an unknown extent is "?"; no extents at all is "scalar".
+std::string shapeText(const std::vector<std::int64_t>& shape);
+
+}  // namespace ai_orvo::alg::common

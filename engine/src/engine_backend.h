@@ -1,0 +1,44 @@
+#pragma once
+
+/// \file
+/// What a back-end is: it runs one network on float tensors.
+
+#include <onnx/onnx_pb.h>
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "engine_network.h"
+#include "environment.h"
+
+namespace ai_orvo::alg::common {
+
+/// The values of one output that a caller wants.
+struct OutputRequest {
+    std::size_t output;  ///< index into the network's outputs
+    float* values;       ///< room for the output's elements
+};
+
+/// Runs a network. One thread at a time may use an instance; separate instances are independent.
+///
+/// A back-end is made for a network that it has tried: what it cannot run, it refuses when it is made.
+class EngineBackend {
+  public:
+    EngineBackend() = default;
+    virtual ~EngineBackend() = default;
+    EngineBackend(const EngineBackend&) = delete;
+    EngineBackend& operator=(const EngineBackend&) = delete;
+
+    /// \param inputs  one tensor per network input, in the network's order.
+    /// \param outputs each filled with float values, the ones before quantisation where the graph ends in it.
+    /// \throws Refusal (`kInferenceFailed`); no output was written then.
+    virtual void run(const std::vector<const float*>& inputs, const std::vector<OutputRequest>& outputs) = 0;
+};
+
+/// Chooses the back-end that the environment asks for, or the first of those compiled in.
+/// \throws Refusal (`kBadEnvironment`, `kBackendRefusal`).
+std::shared_ptr<EngineBackend> makeBackend(const Environment& environment, const onnx::ModelProto& model,
+                                           const EngineNetwork& network);
+
+}  // namespace ai_orvo::alg::common

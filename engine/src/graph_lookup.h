@@ -1,0 +1,21 @@
+#pragma once
+
+/// \file
+/// Questions to an ONNX graph: who produces a value, what constant stands behind a name.
+
+#include <onnx/onnx_pb.h>
+
+#include <string>
+
+namespace ai_orvo::alg::common {
+
+/// The node that produces the value; null for a graph input, an initializer or an unknown name.
+const onnx::NodeProto* producerOf(const onnx::GraphProto& graph, const std::string& value);
+
+/// The initializer of that name or the tensor of the Constant node behind it; null where it is computed.
+const onnx::TensorProto* constantOf(const onnx::GraphProto& graph, const std::string& value);
+
+/// The attribute of that name; null where the node has none.
+const onnx::AttributeProto* attributeOf(const onnx::NodeProto& node, const std::string& name);
+
+}  // namespace ai_orvo::alg::common

@@ -1,0 +1,24 @@
+#pragma once
+
+/// \file
+/// The int8 grid that a quantised network states for one of its outputs.
+
+#include <onnx/onnx_pb.h>
+
+#include <optional>
+#include <string>
+
+#include "quantization.h"
+
+namespace ai_orvo::alg::common {
+
+/// An output that ends in QuantizeLinear, or in QuantizeLinear followed by DequantizeLinear.
+struct QuantizedOutput {
+    std::string floatValue;  ///< the value that is quantised
+    AffineGrid grid;         ///< of signed bytes; an unsigned zero point is moved by 128
+};
+
+/// Nothing where the output is not quantised that way, or not with one scale for the whole tensor.
+std::optional<QuantizedOutput> quantizedOutput(const onnx::GraphProto& graph, const std::string& output);
+
+}  // namespace ai_orvo::alg::common

@@ -1,0 +1,136 @@
+#include "suitability.h"
+
+#include <algorithm>
+
+#include "../element_types.h"
+#include "../graph_check.h"
+#include "../graph_lookup.h"
+
+namespace ai_orvo::alg::common {
+namespace {
+
+std::string badInput(const TensorDescription& input) {
+    if (input.elementType != onnx::TensorProto::FLOAT) {
+        return "input '" + input.name + "' is " + elementTypeName(input.elementType) +
+               ", it takes float32 only: export the network in float32";
+    }
+    if (!input.isStatic()) {
+        return "input '" + input.name + "' has the dynamic shape " + input.describeShape() +
+               ": export the network with a static shape (batch 1)";
+    }
+    return {};
+}
+
+bool isInput(const EngineNetwork& network, const std::string& name) {
+    return std::any_of(network.inputs().begin(), network.inputs().end(),
+                       [&name](const TensorDescription& input) { return input.name == name; });
+}
+
+std::string badOutput(const EngineNetwork& network, const TensorDescription& output) {
+    if (output.elementType != onnx::TensorProto::FLOAT && !output.grid.has_value()) {
+        return "output '" + output.name + "' is " + elementTypeName(output.elementType) +
+               ", it gives float32 only: export the network with float32 outputs";
+    }
+    if (!output.isStatic()) {
+        return "output '" + output.name + "' has the shape " + output.describeShape() +
+               ": export the network with a static shape (batch 1) and the shapes of its outputs";
+    }
+    if (isInput(network, output.name)) {
+        return "output '" + output.name + "' is an input itself, nothing computes it: remove it";
+    }
+    return {};
+}
+
+std::string badStoredTensor(const onnx::TensorProto& tensor) {
+    if (tensor.data_location() == onnx::TensorProto::EXTERNAL) {
+        return "the data of tensor '" + tensor.name() +
+               "' lie in another file: export the network as one file";
+    }
+    switch (tensor.data_type()) {
+        case onnx::TensorProto::FLOAT:
+        case onnx::TensorProto::DOUBLE:
+        case onnx::TensorProto::INT8:
+        case onnx::TensorProto::UINT8:
+        case onnx::TensorProto::INT32:
+        case onnx::TensorProto::INT64:
+        case onnx::TensorProto::BOOL:
+            return {};
+        default:
+            return "tensor '" + tensor.name() + "' is stored as " + elementTypeName(tensor.data_type()) +
+                   ": export the network in float32";
+    }
+}
+
+std::string nodeLabel(const onnx::NodeProto& node) {
+    return "operator " + node.op_type() + (node.name().empty() ? "" : " '" + node.name() + "'");
+}
+
+bool isQuantizedOperator(const std::string& opType) {
+    static const char* const kKinds[] = {"QuantizeLinear", "DequantizeLinear", "DynamicQuantizeLinear",
+                                         "ConvInteger", "MatMulInteger"};
+    return opType.rfind("QLinear", 0) == 0 || std::any_of(std::begin(kKinds), std::end(kKinds),
+                                                          [&](const char* kind) { return opType == kind; });
+}
+
+bool holdsGraph(const onnx::NodeProto& node) {
+    return std::any_of(node.attribute().begin(), node.attribute().end(),
+                       [](const onnx::AttributeProto& attribute) {
+                           return attribute.has_g() || attribute.graphs_size() > 0;
+                       });
+}
+
+std::string badNode(const onnx::NodeProto& node) {
+    if (isQuantizedOperator(node.op_type())) {
+        return nodeLabel(node) +
+               " stands inside the graph: give the float network, the engine quantises its outputs";
+    }
+    if (holdsGraph(node)) {
+        return nodeLabel(node) + " holds a graph of its own: export the network without control flow";
+    }
+    if (node.op_type() == "Split" && node.input_size() > 1) {
+        return nodeLabel(node) + " computes its sizes: export the network with opset 12";
+    }
+    for (const onnx::AttributeProto& attribute : node.attribute()) {
+        const std::string reason = attribute.has_t() ? badStoredTensor(attribute.t()) : "";
+        if (!reason.empty()) {
+            return nodeLabel(node) + ": " + reason;
+        }
+    }
+    return {};
+}
+
+template <class Items, class Check>
+std::string firstReason(const Items& items, Check check) {
+    for (const auto& item : items) {
+        std::string reason = check(item);
+        if (!reason.empty()) {
+            return reason;
+        }
+    }
+    return {};
+}
+
+std::string badGraph(const onnx::GraphProto& graph) {
+    if (graph.sparse_initializer_size() > 0) {
+        return "it stores sparse tensors: export the network with dense weights";
+    }
+    const std::string reason = firstReason(graph.initializer(), badStoredTensor);
+    return reason.empty() ? firstReason(graph.node(), badNode) : reason;
+}
+
+}  // namespace
+
+std::string reasonAgainstOpencv(const EngineNetwork& network, const OpencvModel& prepared) {
+    std::string reason = firstReason(network.inputs(), badInput);
+    if (reason.empty()) {
+        reason = badGraph(prepared.model.graph());
+    }
+    if (reason.empty()) {
+        reason = firstReason(network.outputs(), [&network](const TensorDescription& output) {
+            return badOutput(network, output);
+        });
+    }
+    return reason;
+}
+
+}  // namespace ai_orvo::alg::common
