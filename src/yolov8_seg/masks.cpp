@@ -12,6 +12,19 @@
 namespace ai_orvo::model {
 namespace {
 
+/// One plane of mask logits a row of `coefficients`.
+///
+/// The prototype width is the row count although it is the width of the region that is cut out later: the two
+/// readings agree for square inputs, and any other shape is refused by OpenCV instead of giving skewed masks.
+std::vector<cv::Mat> maskPlanes(const cv::Mat& coefficients, const cv::Mat& prototypes, int protoWidth) {
+    // One expression on purpose: OpenCV multiplies the transposed factors, whose sums round in another order
+    // than those of the transposed product.
+    const cv::Mat logits = (coefficients * prototypes).t();
+    std::vector<cv::Mat> planes;
+    cv::split(logits.reshape(coefficients.rows, protoWidth), planes);
+    return planes;
+}
+
 /// The part of a prototype plane that the image covers: the letterbox border, in prototype pixels, goes.
 cv::Rect imageRegion(const YOLOv8Seg& model) {
     // Dividing first, then multiplying, in single precision decides which pixel the border ends at.
@@ -47,16 +60,12 @@ cv::Mat emptyPrototypes(const YOLOv8Seg& model) {
 
 void assembleMasks(const YOLOv8Seg& model, const cv::Mat& coefficients, const cv::Mat& prototypes,
                    std::vector<Object>& objects) {
-    const cv::Mat logits = coefficients * prototypes;
+    const std::vector<cv::Mat> planes = maskPlanes(coefficients, prototypes, model.protoWidth);
     const cv::Size imageSize(truncateToInt(model.letterboxInfo.src_width),
                              truncateToInt(model.letterboxInfo.src_height));
     const cv::Rect region = imageRegion(model);
-    for (int k = 0; k < logits.rows; ++k) {
-        // The prototype width is the row count here although it is the width of the region: the two readings
-        // agree for square inputs, and any other shape is refused by OpenCV instead of giving skewed masks.
-        const cv::Mat plane = logits.row(k).reshape(1, model.protoWidth);
-        Object& object = objects[static_cast<std::size_t>(k)];
-        object.mask = maskOf(plane(region), roundToInt(object.rect), imageSize);
+    for (std::size_t k = 0; k < planes.size(); ++k) {
+        objects[k].mask = maskOf(planes[k](region), roundToInt(objects[k].rect), imageSize);
     }
 }
 
@@ -74,7 +83,7 @@ void YOLOv8Seg::decodeMask_i8(AIBuff& proto, cv::Mat& out) {
     const ByteView values(proto);
     const std::size_t count = std::min(values.size(), out.total());
     for (std::size_t i = 0; i < count; ++i) {
-        out.ptr<float>()[i] = static_cast<float>(wrappingSum(values[i], -std::int64_t{proto.zp}));
+        out.ptr<float>()[i] = static_cast<float>(std::int64_t{values[i]} - proto.zp);
     }
 }
 
