@@ -2,7 +2,7 @@
 
 #include <set>
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 using nlohmann::json;
@@ -143,4 +143,4 @@ TEST_F(DetectJson, VerboseShowsTheLibrarysLinesOnStandardError) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing

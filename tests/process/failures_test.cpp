@@ -1,6 +1,6 @@
 #include "detect_fixture.h"
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -114,4 +114,4 @@ TEST_F(FailingOutput, JsonFileThatCannotBeCreatedIsAFailure) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing
