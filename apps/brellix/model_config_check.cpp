@@ -70,6 +70,9 @@ class KeyReader {
 
     bool has(const KeyRule& rule) const { return document_[rule.key].IsDefined(); }
 
+    /// yaml-cpp converts a null to the text "null".
+    bool isNull(const KeyRule& rule) const { return find(rule).IsNull(); }
+
     [[noreturn]] void refuse(const KeyRule& rule, const std::string& found) const {
         throw wrongUse(placeOf(path_, find(rule)) + ": \"" + rule.key + "\" is " + found + ", expected " +
                        rule.expected + "; write for example \"" + rule.example + '"');
@@ -128,6 +131,12 @@ std::string readModel(const KeyReader& keys) {
     return keys.has(kModelRule) ? keys.read<std::string>(kModelRule) : std::string();
 }
 
+void requireModelPath(const KeyReader& keys) {
+    if (keys.isNull(kModelPathRule) || keys.read<std::string>(kModelPathRule).empty()) {
+        keys.refuse(kModelPathRule, "empty");
+    }
+}
+
 void checkThreshold(const KeyReader& keys, const KeyRule& rule, std::vector<std::string>& warnings) {
     const auto value = keys.read<float>(rule);
     if (!(value >= 0.0F && value <= 1.0F)) {
@@ -171,18 +180,30 @@ cv::Size readInputSize(const KeyReader& keys, int classNum) {
     return {static_cast<int>(size[0]), static_cast<int>(size[1])};
 }
 
+/// \return where `written` leads to from the configuration's folder: along the path as it stands, else to a
+///         file of that name beside the configuration. Empty where there is neither.
+std::string findBesideConfig(const std::string& configPath, const fs::path& written) {
+    const fs::path folder = fs::path(configPath).parent_path();
+    for (const fs::path& candidate : {folder / written, folder / written.filename()}) {
+        std::error_code ignored;
+        if (fs::exists(candidate, ignored)) {
+            return fs::absolute(candidate).string();
+        }
+    }
+    return {};
+}
+
 /// The constructors look for a relative path from the working directory only; people write it relative to
-/// the configuration.
+/// the configuration, or run the program from anywhere.
 void locateNetwork(const KeyReader& keys, ModelConfig& config) {
     const auto written = keys.read<std::string>(kModelPathRule);
-    if (written.empty() || config.document[kModelPathRule.key].IsNull()) {
-        keys.refuse(kModelPathRule, "empty");
-    }
-    const fs::path beside = fs::path(config.path).parent_path() / written;
     std::error_code ignored;
-    config.networkIsBesideFile = !fs::exists(written, ignored) && fs::exists(beside, ignored);
-    config.networkPath = config.networkIsBesideFile ? fs::absolute(beside).string() : written;
-    if (!fs::exists(config.networkPath, ignored)) {
+    config.networkPath = written;
+    if (!fs::exists(written, ignored)) {
+        config.networkPath = findBesideConfig(config.path, written);
+        config.networkIsBesideFile = true;
+    }
+    if (config.networkPath.empty()) {
         keys.refuse(kModelPathRule, '"' + written +
                                         "\", and there is no such file, neither from the working directory " +
                                         "nor beside the configuration");
@@ -199,7 +220,7 @@ ModelConfig checkModelConfig(const std::string& path) {
     const YAML::Node& document = config.document;
     const KeyReader keys(config.path, document);
     config.model = readModel(keys);
-    static_cast<void>(keys.read<std::string>(kModelPathRule));
+    requireModelPath(keys);
     checkThreshold(keys, kConfRule, config.warnings);
     checkThreshold(keys, kNmsRule, config.warnings);
     config.classNum = readClassNum(keys);

@@ -9,7 +9,7 @@ namespace brellix::app {
 namespace {
 
 // One very long path must not push the numbers of all rows off the screen; its own row is just longer.
-constexpr std::size_t kWidestPicture = 48;
+constexpr std::size_t kWidestPicture = 100;
 constexpr std::size_t kWidestName = 24;
 constexpr std::size_t kProbabilityWidth = 11;
 constexpr std::size_t kNumberWidth = 6;

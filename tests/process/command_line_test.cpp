@@ -1,6 +1,6 @@
 #include "detect_fixture.h"
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 using CommandLine = DetectTest;
@@ -64,4 +64,4 @@ TEST_F(CommandLine, MistakesAreNamedOnStandardErrorAlone) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 class Configuration : public DetectTest {
@@ -132,6 +132,16 @@ TEST_F(Configuration, NetworkIsFoundBesideTheConfiguration) {
     EXPECT_EQ(jsonLines(result.out)[0]["objects"].size(), 2U);
 }
 
+TEST_F(Configuration, NetworkNamedWithItsFoldersIsFoundBesideTheConfiguration) {
+    makeFolder("models");
+    std::filesystem::rename(path("network.onnx"), path("models/network.onnx"));
+    writeText("models/model.yaml", with("model_path: elsewhere/models/network.onnx"));
+    const ProgramResult result = run({"detect", "models/model.yaml", "a.png", "--verbose"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_NE(result.err.find("models/network.onnx (found beside the configuration)"), std::string::npos)
+        << result.err;
+}
+
 TEST_F(Configuration, WorkingDirectoryWinsOverTheConfigurationsFolder) {
     makeFolder("models");
     writeText("models/network.onnx", "this is not a network");
@@ -148,4 +158,4 @@ TEST_F(Configuration, ThresholdOutsideItsRangeIsAWarning) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing

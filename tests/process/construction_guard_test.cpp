@@ -13,7 +13,7 @@ TEST(ConstructionGuardDeathTest, ExitDuringConstructionBecomesWrongUseWithAMessa
             const ConstructionGuard guard("some.yaml");
             std::exit(0);
         },
-        testing::ExitedWithCode(2), "the model refused some\\.yaml and ended the process");
+        ::testing::ExitedWithCode(2), "the model refused some\\.yaml and ended the process");
 }
 
 TEST(ConstructionGuardDeathTest, ExitAfterConstructionKeepsItsStatus) {
@@ -22,7 +22,7 @@ TEST(ConstructionGuardDeathTest, ExitAfterConstructionKeepsItsStatus) {
             { const ConstructionGuard guard("some.yaml"); }
             std::exit(0);
         },
-        testing::ExitedWithCode(0), "^$");
+        ::testing::ExitedWithCode(0), "^$");
 }
 
 }  // namespace

@@ -2,24 +2,14 @@
 
 #include <opencv2/imgcodecs.hpp>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string createFolder() {
-    std::string name = (fs::temp_directory_path() / "brellix_process_XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("cannot create a folder for the test");
-    }
-    return name;
-}
 
 TinyNetwork discAndCube() {
     TinyNetwork network;
@@ -33,14 +23,9 @@ TinyNetwork discAndCube() {
 
 }  // namespace
 
-DetectTest::DetectTest() : folder_(createFolder()) {
+DetectTest::DetectTest() {
     writeTinyNetwork(path("network.onnx"), discAndCube());
     writeText("model.yaml", goodConfig());
-}
-
-DetectTest::~DetectTest() {
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
 }
 
 ProgramResult DetectTest::run(const std::vector<std::string>& arguments) const {
@@ -50,13 +35,13 @@ ProgramResult DetectTest::run(const std::vector<std::string>& arguments) const {
 ProgramResult DetectTest::runWith(StandardOutput standardOutput,
                                   const std::vector<std::string>& arguments) const {
     ProgramSetup setup;
-    setup.workingDirectory = folder_;
+    setup.workingDirectory = folder_.path();
     setup.standardOutput = standardOutput;
     return runProgram(arguments, setup);
 }
 
 void DetectTest::writeText(const std::string& name, const std::string& text) const {
-    std::ofstream(path(name), std::ios::binary) << text;
+    static_cast<void>(folder_.write(name, text));
 }
 
 std::string DetectTest::readText(const std::string& name) const {
@@ -108,4 +93,4 @@ std::vector<std::string> DetectTest::sources(const std::string& jsonText) {
     return names;
 }
 
-}  // namespace brellix::test
+}  // namespace brellix::testing

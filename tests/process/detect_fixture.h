@@ -4,7 +4,9 @@
 /// A folder with a tiny network, its configuration and pictures, and the program run in it.
 
 #include "run_program.h"
-#include "tiny_network.h"
+
+#include "support/temporary_folder.h"
+#include "support/tiny_network.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -13,20 +15,19 @@
 #include <string>
 #include <vector>
 
-namespace brellix::test {
+namespace brellix::testing {
 
 /// Every test has a folder of its own, which is also the program's working directory. It holds
 /// "network.onnx" (input 64 x 64; a "disc" and a "cube" on every picture, class 1 of three unseen),
 /// "model.yaml" for it, and nothing else.
-class DetectTest : public testing::Test {
+class DetectTest : public ::testing::Test {
   protected:
     DetectTest();
-    ~DetectTest() override;
 
     ProgramResult run(const std::vector<std::string>& arguments) const;
     ProgramResult runWith(StandardOutput standardOutput, const std::vector<std::string>& arguments) const;
 
-    std::string path(const std::string& name) const { return folder_ + '/' + name; }
+    std::string path(const std::string& name) const { return folder_.path() + '/' + name; }
     void writeText(const std::string& name, const std::string& text) const;
     std::string readText(const std::string& name) const;
     void makeFolder(const std::string& name) const;
@@ -46,7 +47,7 @@ class DetectTest : public testing::Test {
     static std::vector<std::string> sources(const std::string& jsonText);
 
   private:
-    std::string folder_;
+    TemporaryFolder folder_;
 };
 
-}  // namespace brellix::test
+}  // namespace brellix::testing

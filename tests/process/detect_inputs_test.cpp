@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -102,4 +102,4 @@ TEST_F(DetectInputs, InputThatGivesNothingIsNamed) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing

@@ -2,7 +2,7 @@
 
 #include <set>
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 using nlohmann::json;
@@ -59,6 +59,27 @@ TEST_F(DetectJson, BoxesAreInPixelsOfThePicture) {
     EXPECT_EQ(lines[1]["objects"][0]["box"], json({44, 6, 40, 20}));
     EXPECT_EQ(lines[1]["width"], 128);
     EXPECT_EQ(lines[1]["height"], 64);
+}
+
+/// The bytes of a JPEG file whose EXIF data say that it has to be turned by 90 degrees.
+std::string lyingOnItsSide(const std::string& jpeg) {
+    const std::string tiff("II*\0\x08\0\0\0\x01\0\x12\x01\x03\0\x01\0\0\0\x06\0\0\0\0\0\0\0", 26);
+    const std::string exif = std::string("Exif\0\0", 6) + tiff;
+    const std::string head("\xFF\xE1\0", 3);
+    const char length = static_cast<char>(exif.size() + 2);
+    return jpeg.substr(0, 2) + head + length + exif + jpeg.substr(2);
+}
+
+TEST_F(DetectJson, PictureIsTurnedUprightAsItsExifDataSay) {
+    writePicture("a.jpg", {128, 64});
+    writeText("b.jpg", lyingOnItsSide(readText("a.jpg")));
+    const std::vector<json> lines =
+        jsonLines(run({"detect", "model.yaml", "a.jpg", "b.jpg", "--json", "-"}).out);
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0]["width"], 128);
+    EXPECT_EQ(lines[0]["height"], 64);
+    EXPECT_EQ(lines[1]["width"], 64);
+    EXPECT_EQ(lines[1]["height"], 128);
 }
 
 TEST_F(DetectJson, StandardOutputHoldsNothingElse) {
@@ -143,4 +164,4 @@ TEST_F(DetectJson, VerboseShowsTheLibrarysLinesOnStandardError) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing

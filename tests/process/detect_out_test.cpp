@@ -2,7 +2,7 @@
 
 #include <opencv2/core.hpp>
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 using DetectOut = DetectTest;
@@ -105,4 +105,4 @@ TEST_F(DetectOut, ObjectsWithoutAClassCanBeDrawn) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing

@@ -2,7 +2,7 @@
 
 #include <regex>
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 using DetectTable = DetectTest;
@@ -64,4 +64,4 @@ TEST_F(DetectTable, ControlCharactersInNamesDoNotReachTheTerminal) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing

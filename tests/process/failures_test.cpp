@@ -1,6 +1,6 @@
 #include "detect_fixture.h"
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -106,6 +106,13 @@ TEST_F(FailingOutput, AnnotatedCopyThatCannotBeWrittenIsAFailure) {
     EXPECT_NE(result.err.find("cannot write to seen/a.png: Is a directory"), std::string::npos) << result.err;
 }
 
+TEST_F(FailingOutput, FullDiskBehindTheJsonFileIsAFailure) {
+    writePicture("a.png");
+    const ProgramResult result = run({"detect", "model.yaml", "a.png", "--quiet", "--json", "/dev/full"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "brellix: cannot write to /dev/full: No space left on device\n");
+}
+
 TEST_F(FailingOutput, JsonFileThatCannotBeCreatedIsAFailure) {
     writePicture("a.png");
     const ProgramResult result = run({"detect", "model.yaml", "a.png", "--json", "none/results.jsonl"});
@@ -114,4 +121,4 @@ TEST_F(FailingOutput, JsonFileThatCannotBeCreatedIsAFailure) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing

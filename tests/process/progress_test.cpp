@@ -1,7 +1,7 @@
 #include "progress.h"
 #include "detect_fixture.h"
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 TEST(Progress, SaysCountRateAndTimeLeft) {
@@ -53,4 +53,4 @@ TEST_F(ProgressLine, IsNotShownInAPipeOrWhenQuiet) {
 }
 
 }  // namespace
-}  // namespace brellix::test
+}  // namespace brellix::testing

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 void require(bool holds, const char* what) {
@@ -147,4 +147,4 @@ ProgramResult runProgram(const std::vector<std::string>& arguments, const Progra
     return result;
 }
 
-}  // namespace brellix::test
+}  // namespace brellix::testing

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace brellix::test {
+namespace brellix::testing {
 
 struct ProgramResult {
     int status = -1;  ///< exit status; 128 + signal number where a signal ended it
@@ -26,4 +26,4 @@ struct ProgramSetup {
 /// Runs `brellix` with `arguments`, standard input at its end, to the end.
 ProgramResult runProgram(const std::vector<std::string>& arguments, const ProgramSetup& setup);
 
-}  // namespace brellix::test
+}  // namespace brellix::testing

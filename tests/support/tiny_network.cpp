@@ -1,4 +1,4 @@
-#include "tiny_network.h"
+#include "support/tiny_network.h"
 
 #include <onnx/onnx_pb.h>
 
@@ -7,7 +7,7 @@
 #include <fstream>
 #include <stdexcept>
 
-namespace brellix::test {
+namespace brellix::testing {
 namespace {
 
 constexpr int kInputChannels = 3;
@@ -119,4 +119,4 @@ void writeTinyNetwork(const std::string& path, const TinyNetwork& network) {
     }
 }
 
-}  // namespace brellix::test
+}  // namespace brellix::testing

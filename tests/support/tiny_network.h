@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace brellix::test {
+namespace brellix::testing {
 
 /// One candidate row of a fused detection output, in network pixels.
 struct Candidate {
@@ -35,4 +35,4 @@ int candidateRows(const TinyNetwork& network);
 /// float, opset 12, static shapes. Throws `std::runtime_error` when the file cannot be written.
 void writeTinyNetwork(const std::string& path, const TinyNetwork& network);
 
-}  // namespace brellix::test
+}  // namespace brellix::testing
