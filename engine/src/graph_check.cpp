@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <vector>
+
+#include "graph_hazards.h"
 
 namespace ai_orvo::alg::common {
 namespace {
@@ -44,28 +47,23 @@ void inferFromNodes(onnx::ModelProto& model) {
 
 }  // namespace
 
-std::string graphFault(const onnx::ModelProto& model) {
+GraphVerdict judgeGraph(const onnx::ModelProto& model) {
+    GraphVerdict verdict;
     try {
-        onnx::ModelProto copy = withKnownIrVersion(model);
-        checkRules(copy);
-        inferFromNodes(copy);
-        return {};
+        verdict.inferred = withKnownIrVersion(model);
+        checkRules(verdict.inferred);
+        refuseHazards(verdict.inferred);
+        inferFromNodes(verdict.inferred);
+        verdict.inferred.set_ir_version(model.ir_version());
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& error) {
-        return error.what();
+        verdict.fault = error.what();
+        if (verdict.fault.empty()) {
+            verdict.fault = "the onnx library gives no reason";
+        }
     }
-}
-
-bool inferShapes(onnx::ModelProto& model) {
-    onnx::ModelProto copy = withKnownIrVersion(model);
-    try {
-        checkRules(copy);
-        inferFromNodes(copy);
-    } catch (const std::exception&) {
-        return false;
-    }
-    copy.set_ir_version(model.ir_version());
-    model.Swap(&copy);
-    return true;
+    return verdict;
 }
 
 }  // namespace ai_orvo::alg::common

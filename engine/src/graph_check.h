@@ -9,11 +9,14 @@
 
 namespace ai_orvo::alg::common {
 
-/// Empty for a graph that follows the ONNX rules (operators known, inputs and attributes as they must be,
-/// every value produced before its use, shapes that fit each other), else what is wrong.
-std::string graphFault(const onnx::ModelProto& model);
+/// What became of a graph under the onnx library's rules.
+struct GraphVerdict {
+    std::string fault;          ///< empty for a good graph, else what is wrong
+    onnx::ModelProto inferred;  ///< of a good graph: the model with the shapes of all its values
+};
 
-/// Fills in the shapes of values and outputs. \return false, the model as it was, where that fails.
-bool inferShapes(onnx::ModelProto& model);
+/// A good graph follows the ONNX rules (operators known, inputs and attributes as they must be, every value
+/// produced before its use), its shapes fit each other, and it holds none of the hazards of graph_hazards.h.
+GraphVerdict judgeGraph(const onnx::ModelProto& model);
 
 }  // namespace ai_orvo::alg::common

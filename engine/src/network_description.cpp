@@ -118,8 +118,12 @@ NetworkDescription describeNetwork(onnx::ModelProto& model, const std::string& p
     network.opset = opsetOf(model);
     network.inputs = describeInputs(model.graph(), path);
     network.outputs = describeOutputs(model.graph(), path);
-    if (!allStatic(network.outputs) && inferShapes(model)) {
-        network.outputs = describeOutputs(model.graph(), path);
+    if (!allStatic(network.outputs)) {
+        GraphVerdict verdict = judgeGraph(model);
+        if (verdict.fault.empty()) {
+            model.Swap(&verdict.inferred);
+            network.outputs = describeOutputs(model.graph(), path);
+        }
     }
     return network;
 }

@@ -204,6 +204,17 @@ TEST_F(EngineInference, SplitsIntoUnequalPartsAsTheGraphSays) {
     EXPECT_EQ(floatsOf(outputs["long"]), counting(8, 4.0F));
 }
 
+TEST_F(EngineInference, CountsANegativeGatherAxisFromTheBack) {
+    NetworkBuilder network;
+    network.input("in", {1, 3, 2, 2}).output("out", {1, 3, 1, 2}).int64s("second", {1});
+    network.node("Gather", {"in", "second"}, {"out"}).integer("axis", -2);
+    expectSilentSuccess(init(configFor(network)));
+    TensorMap inputs{{"in", floatBuffer(counting(12, 0.0F))}};
+    TensorMap outputs{{"out", byteBuffer(24)}};
+    expectSilentSuccess(infer(inputs, outputs));
+    EXPECT_EQ(floatsOf(outputs["out"]), (std::vector<float>{2, 3, 6, 7, 10, 11}));
+}
+
 TEST_F(EngineInference, RunsAConvolutionAndAReshape) {
     NetworkBuilder network;
     network.input("in", {1, 3, 2, 2}).output("out", {1, 8});

@@ -284,6 +284,39 @@ TEST_F(EngineInit, RefusesANodeWithoutItsInputs) {
     expectRefusal(init(configFor(network)), 4, {"graph is not valid"});
 }
 
+TEST_F(EngineInit, RefusesAWindowThatDoesNotMove) {
+    NetworkBuilder network;
+    network.input("in", {1, 3, 4, 4}).output("out", {1, 3, 2, 2});
+    network.node("MaxPool", {"in"}, {"out"}).integers("kernel_shape", {2, 2}).integers("strides", {0, 2});
+    expectRefusal(init(configFor(network)), 4, {"MaxPool 'node_out'", "strides must lie in 1 .. 32767"});
+}
+
+TEST_F(EngineInit, RefusesConvolutionWeightsWithoutEnoughDimensions) {
+    NetworkBuilder network;
+    network.input("in", {1, 3, 4, 4})
+        .output("out", {1, 3, 8, 8})
+        .floats("weights", {12}, std::vector<float>(12));
+    network.node("ConvTranspose", {"in", "weights"}, {"out"}).integers("kernel_shape", {2, 2});
+    expectRefusal(init(configFor(network)), 4,
+                  {"ConvTranspose 'node_out'", "'weights'", "3 or more dimensions"});
+}
+
+TEST_F(EngineInit, RefusesALayerOnConstantsOnly) {
+    NetworkBuilder network = addition(1.0F);
+    network.floats("four", {4}, std::vector<float>(4, 1.0F)).output("constant", {4});
+    network.node("Sigmoid", {"four"}, {"constant"});
+    expectRefusal(init(configFor(network)), 4, {"Sigmoid 'node_constant'", "only constants", "simplify"});
+}
+
+TEST_F(EngineInit, RefusesAGraphInsideTheGraph) {
+    NetworkBuilder network = addition(1.0F);
+    onnx::AttributeProto& branch = *network.graph().mutable_node(0)->add_attribute();
+    branch.set_name("then_branch");
+    branch.set_type(onnx::AttributeProto::GRAPH);
+    branch.mutable_g()->set_name("inner");
+    expectRefusal(init(configFor(network)), 4, {"Add 'node_out'", "holds a graph of its own"});
+}
+
 TEST_F(EngineInit, RefusesShapesThatDoNotFitEachOther) {
     NetworkBuilder network;
     network.input("in", {1, 3, 2, 2}).output("out", {1, 5, 2, 2});

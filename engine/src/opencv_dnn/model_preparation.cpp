@@ -1,7 +1,9 @@
 #include "model_preparation.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "../graph_lookup.h"
@@ -43,28 +45,24 @@ void moveSplitSizesToAttribute(onnx::GraphProto& graph) {
     }
 }
 
-std::unordered_set<std::string> usedValues(const onnx::GraphProto& graph) {
+/// From the back, since a node's users stand behind it.
+void removeUnusedQuantizers(onnx::GraphProto& graph) {
     std::unordered_set<std::string> used;
-    for (const onnx::NodeProto& node : graph.node()) {
-        used.insert(node.input().begin(), node.input().end());
-    }
     for (const onnx::ValueInfoProto& output : graph.output()) {
         used.insert(output.name());
     }
-    return used;
-}
-
-bool removeOneUnusedQuantizer(onnx::GraphProto& graph) {
-    const std::unordered_set<std::string> used = usedValues(graph);
-    for (int i = 0; i < graph.node_size(); ++i) {
-        const onnx::NodeProto& node = graph.node(i);
+    google::protobuf::RepeatedPtrField<onnx::NodeProto> kept;
+    for (int i = graph.node_size() - 1; i >= 0; --i) {
+        onnx::NodeProto& node = *graph.mutable_node(i);
         const bool quantizer = node.op_type() == "QuantizeLinear" || node.op_type() == "DequantizeLinear";
         if (quantizer && node.output_size() == 1 && used.count(node.output(0)) == 0) {
-            graph.mutable_node()->DeleteSubrange(i, 1);
-            return true;
+            continue;
         }
+        used.insert(node.input().begin(), node.input().end());
+        kept.Add()->Swap(&node);
     }
-    return false;
+    std::reverse(kept.begin(), kept.end());
+    graph.mutable_node()->Swap(&kept);
 }
 
 void addOutput(onnx::GraphProto& graph, const onnx::ValueInfoProto& original, const std::string& name) {
@@ -93,12 +91,53 @@ std::vector<std::string> endBeforeQuantization(onnx::GraphProto& graph) {
             *graph.add_output() = output;
         }
     }
-    while (removeOneUnusedQuantizer(graph)) {
-    }
+    removeUnusedQuantizers(graph);
     return values;
 }
 
+using Ranks = std::unordered_map<std::string, int>;
+
+void addRanks(const google::protobuf::RepeatedPtrField<onnx::ValueInfoProto>& values, Ranks& ranks) {
+    for (const onnx::ValueInfoProto& value : values) {
+        if (value.type().tensor_type().has_shape()) {
+            ranks[value.name()] = value.type().tensor_type().shape().dim_size();
+        }
+    }
+}
+
+Ranks ranksOf(const onnx::GraphProto& graph) {
+    Ranks ranks;
+    addRanks(graph.input(), ranks);
+    addRanks(graph.value_info(), ranks);
+    addRanks(graph.output(), ranks);
+    for (const onnx::TensorProto& tensor : graph.initializer()) {
+        ranks[tensor.name()] = tensor.dims_size();
+    }
+    return ranks;
+}
+
+bool hasAxisOfFirstInput(const onnx::NodeProto& node) {
+    static const char* const kKinds[] = {"Concat", "Gather", "LogSoftmax", "Softmax", "Split"};
+    return std::any_of(std::begin(kKinds), std::end(kKinds),
+                       [&node](const char* kind) { return node.op_type() == kind; });
+}
+
 }  // namespace
+
+void countAxesFromTheFront(onnx::ModelProto& model, const onnx::ModelProto& inferred) {
+    const Ranks ranks = ranksOf(inferred.graph());
+    for (onnx::NodeProto& node : *model.mutable_graph()->mutable_node()) {
+        if (!hasAxisOfFirstInput(node)) {
+            continue;
+        }
+        const auto rank = ranks.find(node.input(0));
+        for (onnx::AttributeProto& attribute : *node.mutable_attribute()) {
+            if (attribute.name() == "axis" && attribute.i() < 0 && rank != ranks.end()) {
+                attribute.set_i(attribute.i() + rank->second);
+            }
+        }
+    }
+}
 
 OpencvModel prepareForOpencv(const onnx::ModelProto& model) {
     OpencvModel prepared{model, {}};

@@ -19,4 +19,8 @@ struct OpencvModel {
 /// left to the engine, and the sizes of a Split become the attribute that the importer looks at.
 OpencvModel prepareForOpencv(const onnx::ModelProto& model);
 
+/// Gives `axis` attributes that count from the back (-1, ...) the number that they mean: the importer indexes
+/// with them as they are. \param inferred the same network with the shapes of its values.
+void countAxesFromTheFront(onnx::ModelProto& model, const onnx::ModelProto& inferred);
+
 }  // namespace ai_orvo::alg::common

@@ -117,15 +117,17 @@ class OpencvDnnBackend : public EngineBackend {
 
 std::shared_ptr<EngineBackend> makeOpencvDnnBackend(const onnx::ModelProto& model,
                                                     const EngineNetwork& network) {
-    const OpencvModel prepared = prepareForOpencv(model);
+    OpencvModel prepared = prepareForOpencv(model);
     const std::string reason = reasonAgainstOpencv(network, prepared);
     if (!reason.empty()) {
         refuse(network, reason);
     }
-    const std::string fault = graphFault(model);
-    if (!fault.empty()) {
-        refuse(network, "its graph is not valid: " + fault + "; export the network again with opset 12");
+    const GraphVerdict verdict = judgeGraph(model);
+    if (!verdict.fault.empty()) {
+        refuse(network,
+               "its graph is not valid: " + verdict.fault + "; export the network again with opset 12");
     }
+    countAxesFromTheFront(prepared.model, verdict.inferred);
     try {
         return std::make_shared<OpencvDnnBackend>(network, prepared);
     } catch (const cv::Exception& error) {

@@ -1,10 +1,9 @@
 #include "suitability.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "../element_types.h"
-#include "../graph_check.h"
-#include "../graph_lookup.h"
 
 namespace ai_orvo::alg::common {
 namespace {
@@ -113,12 +112,53 @@ std::string firstReason(const Items& items, Check check) {
     return {};
 }
 
+/// What the importer computes itself where it finds nothing but constants.
+bool isFoldable(const std::string& opType) {
+    static const char* const kKinds[] = {"Add",    "Cast",    "Concat",          "Constant", "Div",
+                                         "Expand", "Flatten", "ConstantOfShape", "Gather",   "Identity",
+                                         "Mul",    "Pow",     "Reshape",         "Shape",    "Slice",
+                                         "Sub",    "Squeeze", "Transpose",       "Unsqueeze"};
+    return std::any_of(std::begin(kKinds), std::end(kKinds),
+                       [&](const char* kind) { return opType == kind; });
+}
+
+bool isConstantNode(const onnx::NodeProto& node, const std::unordered_set<std::string>& constants) {
+    if (node.input_size() == 0) {
+        return node.op_type() == "Constant";
+    }
+    return std::all_of(node.input().begin(), node.input().end(),
+                       [&constants](const std::string& name) { return constants.count(name) != 0; });
+}
+
+/// The importer makes a layer without inputs of any other operator on constants, and looks at its first
+/// input.
+std::string badConstantOperand(const onnx::GraphProto& graph) {
+    std::unordered_set<std::string> constants{""};
+    for (const onnx::TensorProto& tensor : graph.initializer()) {
+        constants.insert(tensor.name());
+    }
+    for (const onnx::NodeProto& node : graph.node()) {
+        const bool constant = isConstantNode(node, constants);
+        if (constant && !isFoldable(node.op_type())) {
+            return nodeLabel(node) +
+                   " has only constants as inputs: simplify the network, so that they are folded";
+        }
+        if (constant) {
+            constants.insert(node.output().begin(), node.output().end());
+        }
+    }
+    return {};
+}
+
 std::string badGraph(const onnx::GraphProto& graph) {
     if (graph.sparse_initializer_size() > 0) {
         return "it stores sparse tensors: export the network with dense weights";
     }
-    const std::string reason = firstReason(graph.initializer(), badStoredTensor);
-    return reason.empty() ? firstReason(graph.node(), badNode) : reason;
+    std::string reason = firstReason(graph.initializer(), badStoredTensor);
+    if (reason.empty()) {
+        reason = firstReason(graph.node(), badNode);
+    }
+    return reason.empty() ? badConstantOperand(graph) : reason;
 }
 
 }  // namespace

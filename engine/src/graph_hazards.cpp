@@ -1,0 +1,97 @@
+#include "graph_hazards.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include "graph_lookup.h"
+
+namespace ai_orvo::alg::common {
+namespace {
+
+[[noreturn]] void refuse(const onnx::NodeProto& node, const std::string& fault) {
+    throw std::invalid_argument("operator " + node.op_type() +
+                                (node.name().empty() ? "" : " '" + node.name() + "'") + ": " + fault);
+}
+
+/// The whole numbers that an attribute of a sliding window may take; far beyond any real network's.
+struct AttributeLimits {
+    const char* name;
+    std::int64_t least;
+    std::int64_t most;
+};
+
+constexpr std::int64_t kMostWindow = 32767;
+constexpr AttributeLimits kWindowLimits[] = {
+    {"kernel_shape", 1, kMostWindow}, {"strides", 1, kMostWindow},        {"dilations", 1, kMostWindow},
+    {"pads", 0, kMostWindow},         {"output_padding", 0, kMostWindow}, {"output_shape", 1, kMostWindow},
+    {"group", 1, kMostWindow},
+};
+
+bool isConvolution(const onnx::NodeProto& node) {
+    return node.op_type() == "Conv" || node.op_type() == "ConvTranspose";
+}
+
+bool hasWindow(const onnx::NodeProto& node) {
+    static const char* const kPools[] = {"MaxPool", "AveragePool", "LpPool", "MaxUnpool", "MaxRoiPool"};
+    return isConvolution(node) || std::any_of(std::begin(kPools), std::end(kPools),
+                                              [&node](const char* pool) { return node.op_type() == pool; });
+}
+
+void checkWindow(const onnx::NodeProto& node) {
+    for (const AttributeLimits& limits : kWindowLimits) {
+        const onnx::AttributeProto* attribute = attributeOf(node, limits.name);
+        if (attribute == nullptr) {
+            continue;
+        }
+        const auto outside = [&limits](std::int64_t value) {
+            return value < limits.least || value > limits.most;
+        };
+        const bool single = attribute->type() == onnx::AttributeProto::INT;
+        if ((single && outside(attribute->i())) ||
+            std::any_of(attribute->ints().begin(), attribute->ints().end(), outside)) {
+            refuse(node, std::string("attribute ") + limits.name + " must lie in " +
+                             std::to_string(limits.least) + " .. " + std::to_string(limits.most));
+        }
+    }
+}
+
+/// Shape inference indexes the shape of the weights without asking for its length.
+void checkWeights(const onnx::GraphProto& graph, const onnx::NodeProto& node) {
+    constexpr int kWeightsInput = 1;
+    constexpr int kLeastRank = 3;
+    const onnx::TensorProto* weights = constantOf(graph, node.input(kWeightsInput));
+    if (weights == nullptr || weights->dims_size() < kLeastRank) {
+        refuse(node, "its weights '" + node.input(kWeightsInput) +
+                         "' are no stored tensor of 3 or more dimensions");
+    }
+}
+
+/// Shape inference follows nested graphs, where the names are harder to look up.
+void checkFlat(const onnx::NodeProto& node) {
+    for (const onnx::AttributeProto& attribute : node.attribute()) {
+        if (attribute.has_g() || attribute.graphs_size() > 0) {
+            refuse(node, "it holds a graph of its own");
+        }
+    }
+}
+
+}  // namespace
+
+void refuseHazards(const onnx::ModelProto& model) {
+    if (model.functions_size() > 0) {
+        throw std::invalid_argument("it defines functions of its own");
+    }
+    for (const onnx::NodeProto& node : model.graph().node()) {
+        checkFlat(node);
+        if (hasWindow(node)) {
+            checkWindow(node);
+        }
+        if (isConvolution(node)) {
+            checkWeights(model.graph(), node);
+        }
+    }
+}
+
+}  // namespace ai_orvo::alg::common

@@ -1,0 +1,15 @@
+#pragma once
+
+/// \file
+/// What neither ONNX's rules nor the libraries behind us catch, and what makes them divide by zero or read
+/// past the end of a shape.
+
+#include <onnx/onnx_pb.h>
+
+namespace ai_orvo::alg::common {
+
+/// Looks at a graph that has passed the onnx library's checker, before shapes are inferred from it.
+/// \throws std::invalid_argument that names the operator.
+void refuseHazards(const onnx::ModelProto& model);
+
+}  // namespace ai_orvo::alg::common
