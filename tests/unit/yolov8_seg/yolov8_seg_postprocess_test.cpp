@@ -215,10 +215,10 @@ TEST(YOLOv8SegMasks, PrototypesBecomeOneRowEach) {
     AIBuff proto = brellix::testing::floatTensor({1, 2, 3, 4, 5});
     cv::Mat matrix;
     model->decodeMask_fp32(proto, matrix);
-    EXPECT_EQ(cv::norm(matrix, (cv::Mat_<float>(2, 2) << 1, 2, 3, 4), cv::NORM_INF), 0.0);
+    EXPECT_EQ(cv::norm(matrix, cv::Mat(cv::Mat_<float>(2, 2) << 1, 2, 3, 4), cv::NORM_INF), 0.0);
     proto.data->resize(12);
     model->decodeMask_fp32(proto, matrix);
-    EXPECT_EQ(cv::norm(matrix, (cv::Mat_<float>(2, 2) << 1, 2, 3, 0), cv::NORM_INF), 0.0);
+    EXPECT_EQ(cv::norm(matrix, cv::Mat(cv::Mat_<float>(2, 2) << 1, 2, 3, 0), cv::NORM_INF), 0.0);
 }
 
 TEST(YOLOv8SegMasks, Int8PrototypesLoseTheirZeroPointOnly) {
@@ -232,7 +232,7 @@ TEST(YOLOv8SegMasks, Int8PrototypesLoseTheirZeroPointOnly) {
     proto.scale = 0.01F;
     cv::Mat matrix;
     model->decodeMask_i8(proto, matrix);
-    EXPECT_EQ(cv::norm(matrix, (cv::Mat_<float>(2, 2) << 255, 0, 128, 133), cv::NORM_INF), 0.0);
+    EXPECT_EQ(cv::norm(matrix, cv::Mat(cv::Mat_<float>(2, 2) << 255, 0, 128, 133), cv::NORM_INF), 0.0);
 }
 
 }  // namespace

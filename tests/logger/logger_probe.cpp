@@ -66,9 +66,11 @@ bool run(const std::string& action) {
     } else if (action == "location") {
         showLocation();
     } else if (action == "level") {
-        std::cout << "level " << brellix::Logger::Instance("spdlog").level_ << '\n';
+        const int level = brellix::Logger::Instance("spdlog").level_;
+        std::cout << "level " << level << '\n';
     } else if (action == "count") {
-        std::cout << "count " << brellix::Logger::Instance("spdlog").count_ << '\n';
+        const unsigned count = brellix::Logger::Instance("spdlog").count_;
+        std::cout << "count " << count << '\n';
     } else if (action == "model") {
         constructModel();
     } else {
