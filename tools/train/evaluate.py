@@ -26,7 +26,7 @@ def unpack(segmentation):
 
 
 def mask_overlaps(a, b):
-    a, b = (np.asarray(v, np.float32).reshape(len(v), -1) for v in (a, b))
+    a, b = (v.reshape(len(v), int(np.prod(v.shape[1:]))).astype(np.float32) for v in (a, b))
     inter = a @ b.T
     return inter / np.maximum(a.sum(1)[:, None] + b.sum(1)[None] - inter, 1e-9)
 
