@@ -68,19 +68,20 @@ def create(folder, count, processes):
 
 
 def batch(scenes, picks, rng):
-    """Planar RGB pictures (uint8), index maps, and truth rows, each turned, mirrored and recoloured at random."""
-    pictures, indices, truths = [], [], []
-    for i in picks:
+    """Interleaved pictures (uint8), index maps, and truth rows, each turned, mirrored and recoloured at random."""
+    pictures = np.empty((len(picks), INPUT, INPUT, 3), np.uint8)
+    indices = np.empty((len(picks), INPUT, INPUT), np.uint8)
+    truths = []
+    for place, i in enumerate(picks):
         picture, index, truth = scenes.pictures[i], scenes.indices[i], scenes.truth[i]
         truth = truth[truth[:, 0] >= 0].copy()
         picture, index = _dihedral(picture, index, truth, int(rng.integers(0, 8)))
         picture = picture[..., rng.permutation(3)]
         if rng.random() < 0.1:
             picture = 255 - picture
-        pictures.append(picture.transpose(2, 0, 1))
-        indices.append(index)
+        pictures[place], indices[place] = picture, index
         truths.append(truth)
-    return np.ascontiguousarray(np.stack(pictures)), np.stack(indices), truths
+    return pictures, indices, truths
 
 
 def _dihedral(picture, index, truth, kind):

@@ -2,14 +2,19 @@
 
 import argparse
 
+import cv2
+import numpy as np
 import onnx
 import torch
 from torch import nn
 
+from dataset import HELD_OUT
 from network import ANCHORS, INPUT, STRIDES, Conv, Detector, Segmenter
+from scenes import render
 from shapes import NAMES
 
 OPSET = 12
+DIFFERENCE_MAX = 1e-3
 CUT_OUTPUTS = tuple(f"/model.24/m.{k}/Conv_output_0" for k in range(3))
 SEGMENT_OUTPUTS = tuple(f"output{k}" for k in range(9)) + ("proto",)
 
@@ -31,28 +36,32 @@ def swap_channels(network):
 
 
 class Fused(nn.Module):
-    """Detector with its decoding: one tensor of (cx, cy, w, h, objectness, classes) rows."""
+    """Detector with its decoding: one tensor of (cx, cy, w, h, objectness, classes) rows.
+
+    The constants have the full shape of what they are combined with: OpenCV's importer broadcasts only in part.
+    """
 
     def __init__(self, detector):
         super().__init__()
         self.detector = detector
+        for head, (stride, anchors) in enumerate(zip(STRIDES, ANCHORS)):
+            grid = INPUT // stride
+            row, column = torch.meshgrid(torch.arange(grid), torch.arange(grid), indexing="ij")
+            cells = (torch.stack((column, row), 2).float() - 0.5) * stride
+            sizes = torch.tensor(anchors, dtype=torch.float32).view(3, 1, 1, 2) * 4
+            self.register_buffer(f"cells{head}", cells.expand(1, 3, grid, grid, 2).contiguous())
+            self.register_buffer(f"sizes{head}", sizes.expand(1, 3, grid, grid, 2).contiguous())
 
     def forward(self, image):
         rows = []
         per_anchor = 5 + self.detector.classes
         for head, out in enumerate(self.detector(image)):
             grid = INPUT // STRIDES[head]
-            p = out.view(1, 3, per_anchor, grid * grid).permute(0, 1, 3, 2).sigmoid()
-            centre = (p[..., 0:2] * 2 + self._cells(grid)) * STRIDES[head]
-            size = (p[..., 2:4] * 2) ** 2 * torch.tensor(ANCHORS[head], dtype=torch.float32).view(1, 3, 1, 2)
-            rows.append(torch.cat((centre, size, p[..., 4:]), 3).reshape(1, 3 * grid * grid, per_anchor))
+            p = out.view(1, 3, per_anchor, grid, grid).permute(0, 1, 3, 4, 2).contiguous().sigmoid()
+            centre = p[..., 0:2] * (2 * STRIDES[head]) + getattr(self, f"cells{head}")
+            size = p[..., 2:4] ** 2 * getattr(self, f"sizes{head}")
+            rows.append(torch.cat((centre, size, p[..., 4:]), 4).view(1, 3 * grid * grid, per_anchor))
         return torch.cat(rows, 1)
-
-    @staticmethod
-    def _cells(grid):
-        row, column = torch.meshgrid(torch.arange(grid), torch.arange(grid), indexing="ij")
-        cells = torch.stack((column, row), 2).float().view(1, 1, grid * grid, 2)
-        return (cells - 0.5).expand(1, 3, -1, -1).contiguous()
 
 
 def write(network, path, inputs, outputs):
@@ -68,7 +77,26 @@ def write(network, path, inputs, outputs):
     model.doc_string = ""
     onnx.checker.check_model(model, full_check=True)
     onnx.save(model, path)
-    print(f"{path}: {len(model.SerializeToString())} bytes")
+    print(f"{path}: {len(model.SerializeToString())} bytes, {compare(network, path, list(outputs)):.1e} from torch")
+
+
+def compare(network, path, names):
+    """Largest relative difference between torch and OpenCV on one scene; ends the program where it is too large."""
+    picture = render(np.random.default_rng([HELD_OUT, 0]), INPUT, INPUT, INPUT).picture
+    blob = cv2.dnn.blobFromImage(picture, 1 / 255)
+    net = cv2.dnn.readNetFromONNX(path)
+    net.setInput(blob)
+    got = net.forward(names)
+    wanted = network(torch.from_numpy(blob))
+    wanted = [wanted] if isinstance(wanted, torch.Tensor) else wanted
+    worst = 0.0
+    for name, a, b in zip(names, got, (w.numpy() for w in wanted)):
+        if a.shape != b.shape:
+            raise SystemExit(f"{path}: OpenCV gives {name} the shape {a.shape}, torch {b.shape}")
+        worst = max(worst, float((np.abs(a - b) / (1 + np.abs(b))).max()))
+    if worst > DIFFERENCE_MAX:
+        raise SystemExit(f"{path}: OpenCV and torch differ by {worst}")
+    return worst
 
 
 def load(kind, checkpoint):

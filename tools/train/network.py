@@ -103,6 +103,15 @@ class Body(nn.Module):
         return n3, n4, n5
 
 
+def init_detector(network):
+    """Objectness starts rare and classes undecided, so that the first steps are calm."""
+    for head, stride in zip(network.heads, STRIDES):
+        with torch.no_grad():
+            bias = head.bias.view(3, -1)
+            bias[:, 4] += torch.log(torch.tensor(6 / (INPUT / stride) ** 2))
+            bias[:, 5:] += -1.5
+
+
 class Detector(nn.Module):
     """Anchor-based detector: three 1 x 1 convolutions give 3 x (5 + classes) logits a cell."""
 
@@ -115,15 +124,6 @@ class Detector(nn.Module):
 
     def forward(self, x):
         return [head(f) for head, f in zip(self.heads, self.body(x))]
-
-
-def init_detector(network):
-    """Objectness starts rare and classes undecided, so that the first steps are calm."""
-    for head, stride in zip(network.heads, STRIDES):
-        with torch.no_grad():
-            bias = head.bias.view(3, -1)
-            bias[:, 4] += torch.log(torch.tensor(6 / (INPUT / stride) ** 2))
-            bias[:, 5:] += -1.5
 
 
 class Prototypes(nn.Module):
@@ -140,8 +140,8 @@ class Prototypes(nn.Module):
         return self.cv3(self.cv2(self.up(self.cv1(x))))
 
 
-def branch(cin, hidden, cout):
-    return nn.Sequential(Conv(cin, hidden, 3), Conv(hidden, hidden, 3), nn.Conv2d(hidden, cout, 1))
+def branch(cin, hidden, cout, k):
+    return nn.Sequential(Conv(cin, hidden, k), nn.Conv2d(hidden, cout, 1))
 
 
 class Segmenter(nn.Module):
@@ -152,9 +152,10 @@ class Segmenter(nn.Module):
         self.classes = classes
         self.body = Body(widths)
         channels = self.body.channels
-        self.box = nn.ModuleList(branch(c, 32, 4 * BINS) for c in channels)
-        self.cls = nn.ModuleList(branch(c, 24, classes) for c in channels)
-        self.mask = nn.ModuleList(branch(c, 16, MASKS) for c in channels)
+        kernels = (3, 3, 1)  # neighbours add little on the coarsest grid, and its weights are the dearest
+        self.box = nn.ModuleList(branch(c, 32, 4 * BINS, k) for c, k in zip(channels, kernels))
+        self.cls = nn.ModuleList(branch(c, 24, classes, k) for c, k in zip(channels, kernels))
+        self.mask = nn.ModuleList(branch(c, 16, MASKS, k) for c, k in zip(channels, kernels))
         self.proto = Prototypes(channels[0])
         for last, stride in zip(self.cls, STRIDES):
             with torch.no_grad():

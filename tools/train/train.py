@@ -10,8 +10,9 @@ import numpy as np
 import torch
 
 import detect_loss
+import segment_loss
 from dataset import Scenes, batch
-from network import Detector
+from network import Detector, Segmenter
 
 BATCH = 16
 WARM_UP = 300
@@ -86,12 +87,12 @@ class Run:
         fresh.replace(self.file)
 
     def forward_loss(self, pictures, indices, truths):
-        x = torch.from_numpy(pictures).float().div_(255).contiguous(memory_format=torch.channels_last)
+        x = torch.from_numpy(pictures).permute(0, 3, 1, 2).float().div_(255)
         with torch.autocast("cpu", dtype=torch.bfloat16, enabled=self.args.bf16):
             outputs = self.network(x)
         if self.args.task == "detect":
             return detect_loss.loss(outputs, truth_rows(truths), self.network.classes)
-        return segment_loss().loss(outputs, truth_rows(truths), torch.from_numpy(indices), self.network.classes)
+        return segment_loss.loss(outputs, truth_rows(truths), torch.from_numpy(indices), self.network.classes)
 
     def one_step(self, scenes, steps):
         rng = np.random.default_rng([self.args.seed, self.step])
@@ -108,17 +109,9 @@ class Run:
         return value.item(), parts
 
 
-def segment_loss():
-    import segment_loss as module
-
-    return module
-
-
 def build(args):
     if args.task == "detect":
         return Detector()
-    from network import Segmenter
-
     network = Segmenter()
     if args.body:
         network.body.load_state_dict(body_of(torch.load(args.body)["average"]))
