@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <opencv2/imgcodecs.hpp>
+#include <optional>
 
 namespace {
 
@@ -23,9 +24,18 @@ struct Tolerance {
     float prob;
     float pixels;       ///< for each of x, y, width, height
     double minOverlap;  ///< of matched boxes
+    double maskPixels;  ///< share of the mask's pixels
 };
 
-constexpr Tolerance kFloatNetwork{0.02F, 2.0F, 0.5};
+constexpr float kAnyPixels = 1e9F;
+constexpr Tolerance kFloatNetwork{0.02F, 2.0F, 0.5, 0.02};
+constexpr Tolerance kInt8Network{0.05F, kAnyPixels, 0.9, 0.0};
+
+/// An object as the independent decoder found it.
+struct ExpectedObject {
+    Object object;
+    std::optional<int> maskPixels;
+};
 
 class RealNetworks : public ::testing::Test {
   protected:
@@ -40,9 +50,10 @@ class RealNetworks : public ::testing::Test {
 
     std::string networkPath(const std::string& name) const { return folder_ + "/" + name + ".onnx"; }
 
-    std::string configText(const std::string& network) const {
+    std::string configText(const std::string& network, bool quantized = false) const {
         return "model_path: " + networkPath(network) +
-               "\nconf_thres: 0.25\nnms_thres: 0.65\nclass_num: 80\ninput_size: [640, 640]\n";
+               "\nconf_thres: 0.25\nnms_thres: 0.65\nclass_num: 80\ninput_size: [640, 640]\n" +
+               "framework: ONNX\nis_quantized: " + (quantized ? "true\n" : "false\n");
     }
 
     void expectObjectsOf(CvModel& model, const std::string& network, const Tolerance& tolerance) const;
@@ -51,22 +62,41 @@ class RealNetworks : public ::testing::Test {
     json expected_;
 };
 
-std::vector<Object> objectsFrom(const json& entries) {
-    std::vector<Object> objects;
+std::vector<ExpectedObject> objectsFrom(const json& entries) {
+    std::vector<ExpectedObject> objects;
     for (const json& entry : entries) {
         const auto box = entry.at("box").get<std::vector<float>>();
-        objects.push_back(
-            {{box.at(0), box.at(1), box.at(2), box.at(3)}, entry.at("label"), entry.at("prob"), {}});
+        ExpectedObject expected;
+        expected.object = {
+            {box.at(0), box.at(1), box.at(2), box.at(3)}, entry.at("label"), entry.at("prob"), {}};
+        if (entry.contains("mask_pixels")) {
+            expected.maskPixels = entry.at("mask_pixels").get<int>();
+        }
+        objects.push_back(expected);
     }
     return objects;
 }
 
-void expectClose(const Object& found, const Object& expected, const Tolerance& tolerance) {
-    EXPECT_NEAR(found.prob, expected.prob, tolerance.prob);
-    EXPECT_NEAR(found.rect.x, expected.rect.x, tolerance.pixels);
-    EXPECT_NEAR(found.rect.y, expected.rect.y, tolerance.pixels);
-    EXPECT_NEAR(found.rect.width, expected.rect.width, tolerance.pixels);
-    EXPECT_NEAR(found.rect.height, expected.rect.height, tolerance.pixels);
+std::vector<Object> objectsOf(const std::vector<ExpectedObject>& expected) {
+    std::vector<Object> objects;
+    for (const ExpectedObject& entry : expected) {
+        objects.push_back(entry.object);
+    }
+    return objects;
+}
+
+void expectClose(const Object& found, const ExpectedObject& expected, const Tolerance& tolerance) {
+    const Object& object = expected.object;
+    EXPECT_NEAR(found.prob, object.prob, tolerance.prob);
+    EXPECT_NEAR(found.rect.x, object.rect.x, tolerance.pixels);
+    EXPECT_NEAR(found.rect.y, object.rect.y, tolerance.pixels);
+    EXPECT_NEAR(found.rect.width, object.rect.width, tolerance.pixels);
+    EXPECT_NEAR(found.rect.height, object.rect.height, tolerance.pixels);
+    ASSERT_EQ(found.mask.empty(), !expected.maskPixels.has_value());
+    if (expected.maskPixels) {
+        EXPECT_NEAR(cv::countNonZero(found.mask), *expected.maskPixels,
+                    *expected.maskPixels * tolerance.maskPixels);
+    }
 }
 
 void RealNetworks::expectObjectsOf(CvModel& model, const std::string& network,
@@ -74,12 +104,12 @@ void RealNetworks::expectObjectsOf(CvModel& model, const std::string& network,
     ASSERT_FALSE(expected_.empty());
     for (const auto& [photo, byNetwork] : expected_.items()) {
         SCOPED_TRACE(photo);
-        const std::vector<Object> expected = objectsFrom(byNetwork.at(network));
+        const std::vector<ExpectedObject> expected = objectsFrom(byNetwork.at(network));
         std::vector<Object> found;
         model.detect(cv::imread(folder_ + "/photos/" + photo), found);
         ASSERT_EQ(last_run_report().inference_status, 0);
 
-        const auto pairs = matchObjects(found, expected, tolerance.minOverlap);
+        const auto pairs = matchObjects(found, objectsOf(expected), tolerance.minOverlap);
         EXPECT_EQ(found.size(), expected.size());
         EXPECT_EQ(pairs.size(), expected.size());
         for (const auto& [ours, theirs] : pairs) {
@@ -93,6 +123,18 @@ TEST_F(RealNetworks, FusedDetectorFindsTheExpectedObjects) {
     YOLOv5 model(folder.write("fused.yaml", configText("yolov5n_fused_640")));
     ASSERT_EQ(last_run_report().init_status, 0);
     expectObjectsOf(model, "yolov5n_fused_640", kFloatNetwork);
+}
+
+TEST_F(RealNetworks, CutDetectorFindsTheExpectedObjects) {
+    const TemporaryFolder folder;
+    YOLOv5Cutoff model(folder.write("cut.yaml", configText("yolov5n_cutoff_bgr_640")));
+    ASSERT_EQ(last_run_report().init_status, 0);
+    expectObjectsOf(model, "yolov5n_cutoff_bgr_640", kInt8Network);
+}
+
+TEST_F(RealNetworks, SegmentationFindsTheExpectedObjectsAndMasks) {
+    YOLOv8Seg model(YAML::Load(configText("yolov8n-seg_heads_bgr_640")));
+    expectObjectsOf(model, "yolov8n-seg_heads_bgr_640", kFloatNetwork);
 }
 
 }  // namespace

@@ -46,15 +46,30 @@ TEST(ShapesDatasetOnDisk, HoldsEnoughPicturesOfManySizes) {
     EXPECT_GE(sizes.size(), 10U);
 }
 
-TEST(ShapesAccuracy, FusedDetectorReachesItsBar) {
-    const ShapesDataset dataset = readShapesDataset();
+/// Prints and returns the AP50 of a model over the held-out pictures.
+double boxAp50(CvModel& model, const ShapesDataset& dataset, const std::string& title) {
+    const double ap50 = averagePrecision(dataset.truth, detectAll(model, dataset), 0.5);
+    std::cout << title << ": AP50 " << ap50 << '\n';
+    return ap50;
+}
+
+double fusedAp50(const ShapesDataset& dataset) {
     const TemporaryFolder folder;
     YOLOv5 model(folder.write("fused.yaml", shapesConfig("shapes_fused.yaml", kConfidence)));
+    EXPECT_EQ(last_run_report().init_status, 0);
+    return boxAp50(model, dataset, "fused, float");
+}
+
+TEST(ShapesAccuracy, FusedDetectorReachesItsBar) {
+    EXPECT_GE(fusedAp50(readShapesDataset()), 0.95);
+}
+
+TEST(ShapesAccuracy, CutDetectorInInt8StaysCloseToTheFusedOne) {
+    const ShapesDataset dataset = readShapesDataset();
+    const TemporaryFolder folder;
+    YOLOv5Cutoff model(folder.write("cut.yaml", shapesConfig("shapes_cut.yaml", kConfidence)));
     ASSERT_EQ(last_run_report().init_status, 0);
-    const double ap50 = averagePrecision(dataset.truth, detectAll(model, dataset), 0.5);
-    RecordProperty("ap50", std::to_string(ap50));
-    std::cout << "fused: AP50 " << ap50 << '\n';
-    EXPECT_GE(ap50, 0.95);
+    EXPECT_GE(boxAp50(model, dataset, "cut, int8"), fusedAp50(dataset) - 0.02);
 }
 
 }  // namespace

@@ -14,9 +14,13 @@ constexpr int kClasses = 2;
 constexpr int kBins = 16;
 constexpr int kCoefs = 32;
 
-int gridOf(int head) { return 8 >> head; }
+int gridOf(int head) {
+    return 8 >> head;
+}
 
-std::string nameOf(int head, int kind) { return "output" + std::to_string(3 * head + kind); }
+std::string nameOf(int head, int kind) {
+    return "output" + std::to_string(3 * head + kind);
+}
 
 }  // namespace
 
@@ -55,7 +59,8 @@ void placeObject(TensorMap& outputs, int head, int row, int column, int label, f
     const auto cell = static_cast<std::size_t>(row * gridOf(head) + column);
     for (std::size_t side = 0; side < 4; ++side) {
         // One bin that outweighs the others makes the expectation the bin itself.
-        setFloat(outputs[nameOf(head, 0)], (side * kBins + static_cast<std::size_t>(distance)) * cells + cell, 60.0F);
+        setFloat(outputs[nameOf(head, 0)], (side * kBins + static_cast<std::size_t>(distance)) * cells + cell,
+                 60.0F);
     }
     setFloat(outputs[nameOf(head, 1)], static_cast<std::size_t>(label) * cells + cell, score);
     setFloat(outputs[nameOf(head, 2)], cell, coefficient);

@@ -91,9 +91,9 @@ class SegBoxes : public ::testing::Test {
 
     Candidates decode(float threshold = 0.5F) {
         Candidates found{};
-        found.count = model_->decodeBoxes_fp32(head_.box, head_.score, head_.maskCoef, head_.gridH, head_.gridW, -1,
-                                               -1, 8, head_.dflLen, found.boxes, found.maskCoefs, found.scores,
-                                               found.classIds, threshold);
+        found.count = model_->decodeBoxes_fp32(head_.box, head_.score, head_.maskCoef, head_.gridH,
+                                               head_.gridW, -1, -1, 8, head_.dflLen, found.boxes,
+                                               found.maskCoefs, found.scores, found.classIds, threshold);
         return found;
     }
 
@@ -229,8 +229,8 @@ class SegBoxesInt8 : public ::testing::Test {
 
     Candidates decode(float threshold = 0.5F) {
         Candidates found{};
-        found.count = model_->decodeBoxes_i8(box_, score_, maskCoef_, 2, 2, 0, 0, 8, 2, found.boxes, found.maskCoefs,
-                                             found.scores, found.classIds, threshold);
+        found.count = model_->decodeBoxes_i8(box_, score_, maskCoef_, 2, 2, 0, 0, 8, 2, found.boxes,
+                                             found.maskCoefs, found.scores, found.classIds, threshold);
         return found;
     }
 

@@ -88,7 +88,8 @@ TEST(YOLOv8SegConstruction, TablesOfElementCountsAndShapes) {
     for (int head = 0; head < 3; ++head) {
         for (int kind = 0; kind < 3; ++kind) {
             const std::string name = "output" + std::to_string(3 * head + kind);
-            EXPECT_EQ(config.output_sizes.at(name), channels[kind] * grids[head].first * grids[head].second) << name;
+            EXPECT_EQ(config.output_sizes.at(name), channels[kind] * grids[head].first * grids[head].second)
+                << name;
             EXPECT_EQ(config.output_shapes.at(name),
                       (Shape{1, channels[kind], grids[head].second, grids[head].first}))
                 << name;
@@ -140,10 +141,12 @@ TEST(YOLOv8SegConstruction, ExtremeSizesStayDefined) {
 
 TEST(YOLOv8SegConstruction, BooleansAreThoseOfYaml) {
     for (const std::string text : {"true", "yes", "on", "TRUE", "Y"}) {
-        EXPECT_EQ(configOf(withLine("is_quantized", "is_quantized: " + text)).input_types.at("images"), 0) << text;
+        EXPECT_EQ(configOf(withLine("is_quantized", "is_quantized: " + text)).input_types.at("images"), 0)
+            << text;
     }
     for (const std::string text : {"1", "0", "word", "~", "[true]"}) {
-        EXPECT_NE(refusal<YAML::BadConversion>(withLine("is_quantized", "is_quantized: " + text)).find("bad conversion"),
+        EXPECT_NE(refusal<YAML::BadConversion>(withLine("is_quantized", "is_quantized: " + text))
+                      .find("bad conversion"),
                   std::string::npos)
             << text;
     }
@@ -152,7 +155,8 @@ TEST(YOLOv8SegConstruction, BooleansAreThoseOfYaml) {
 TEST(YOLOv8SegConstruction, EveryKeyIsRequiredAndNamedWhenMissing) {
     for (const std::string key :
          {"model_path", "framework", "class_num", "conf_thres", "nms_thres", "input_size", "is_quantized"}) {
-        EXPECT_EQ(refusal<YAML::InvalidNode>(withLine(key, "")), "invalid node; first invalid key: \"" + key + "\"");
+        EXPECT_EQ(refusal<YAML::InvalidNode>(withLine(key, "")),
+                  "invalid node; first invalid key: \"" + key + "\"");
     }
 }
 
@@ -187,7 +191,8 @@ TEST(YOLOv8SegConstruction, UnknownFrameworkEndsTheProcessWithStatusZero) {
             const YOLOv8Seg model(YAML::Load(segConfigText(framework)));
             std::abort();
         };
-        EXPECT_EXIT(construct(), ::testing::ExitedWithCode(0), "^Framework " + framework + " not implemented\n$");
+        EXPECT_EXIT(construct(), ::testing::ExitedWithCode(0),
+                    "^Framework " + framework + " not implemented\n$");
     }
 }
 

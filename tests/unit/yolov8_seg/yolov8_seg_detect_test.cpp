@@ -1,5 +1,5 @@
-#include "brellix/yolov8_seg.h"
 #include "brellix/run_report.h"
+#include "brellix/yolov8_seg.h"
 #include "support/capture_stdout.h"
 #include "support/fake_engine.h"
 #include "yolov8_seg/seg_fixture.h"

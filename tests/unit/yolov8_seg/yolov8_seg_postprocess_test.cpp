@@ -166,8 +166,9 @@ TEST(YOLOv8SegPostprocess, AMissingPrototypeTensorCountsAsZero) {
 
 TEST(YOLOv8SegPostprocess, InputsThatAreNotSquareAreRefusedOnceSomethingIsFound) {
     brellix::testing::FakeEngine::reset();
-    YOLOv8Seg model(YAML::Load("{model_path: a, framework: ONNX, class_num: 2, conf_thres: 0.5, nms_thres: 0.5, "
-                               "input_size: [128, 64], is_quantized: false}"));
+    YOLOv8Seg model(
+        YAML::Load("{model_path: a, framework: ONNX, class_num: 2, conf_thres: 0.5, nms_thres: 0.5, "
+                   "input_size: [128, 64], is_quantized: false}"));
     model.letterboxInfo = {1.0F, 0.0F, 0.0F, 64.0F, 128.0F};
     TensorMap outputs;
     outputs["output0"].data->assign(64 * 8 * 16 * 4, 0);
@@ -207,6 +208,10 @@ TEST(YOLOv8SegPostprocess, QuantisedOutputsGiveTheSameMasks) {
     EXPECT_EQ(cv::norm(found[0].mask, expected[0].mask, cv::NORM_INF), 0.0);
 }
 
+cv::Mat twoByTwo(float a, float b, float c, float d) {
+    return (cv::Mat_<float>(2, 2) << a, b, c, d);
+}
+
 TEST(YOLOv8SegMasks, PrototypesBecomeOneRowEach) {
     const auto model = makeSegModel();
     model->maskCoefCount = 2;
@@ -215,10 +220,10 @@ TEST(YOLOv8SegMasks, PrototypesBecomeOneRowEach) {
     AIBuff proto = brellix::testing::floatTensor({1, 2, 3, 4, 5});
     cv::Mat matrix;
     model->decodeMask_fp32(proto, matrix);
-    EXPECT_EQ(cv::norm(matrix, cv::Mat(cv::Mat_<float>(2, 2) << 1, 2, 3, 4), cv::NORM_INF), 0.0);
+    EXPECT_EQ(cv::norm(matrix, twoByTwo(1, 2, 3, 4), cv::NORM_INF), 0.0);
     proto.data->resize(12);
     model->decodeMask_fp32(proto, matrix);
-    EXPECT_EQ(cv::norm(matrix, cv::Mat(cv::Mat_<float>(2, 2) << 1, 2, 3, 0), cv::NORM_INF), 0.0);
+    EXPECT_EQ(cv::norm(matrix, twoByTwo(1, 2, 3, 0), cv::NORM_INF), 0.0);
 }
 
 TEST(YOLOv8SegMasks, Int8PrototypesLoseTheirZeroPointOnly) {
@@ -232,7 +237,7 @@ TEST(YOLOv8SegMasks, Int8PrototypesLoseTheirZeroPointOnly) {
     proto.scale = 0.01F;
     cv::Mat matrix;
     model->decodeMask_i8(proto, matrix);
-    EXPECT_EQ(cv::norm(matrix, cv::Mat(cv::Mat_<float>(2, 2) << 255, 0, 128, 133), cv::NORM_INF), 0.0);
+    EXPECT_EQ(cv::norm(matrix, twoByTwo(255, 0, 128, 133), cv::NORM_INF), 0.0);
 }
 
 }  // namespace
