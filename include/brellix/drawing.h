@@ -32,4 +32,16 @@ BRELLIX_API void draw_objects(const cv::Mat& image, cv::Mat& res, const std::vec
                               const std::vector<std::string>& class_names,
                               const std::vector<std::vector<unsigned int>>& colors);
 
+/// Colours each object's mask translucently, then draws boxes and larger labels as `draw_objects` does.
+///
+/// The picture is brightened even where there is no mask: the weights are 0.5 for it and 0.8 for the colours.
+/// An object without a mask (a detector's) is not coloured but boxed.
+/// \param mask_colors colours by label modulo 20, three values 0 to 255 each.
+/// \throws std::out_of_range as `draw_objects`, and for a label whose remainder is outside `mask_colors`;
+///         cv::Exception for a mask that is not as large as the image. `res` is then left as it was.
+BRELLIX_API void draw_objects_masks(const cv::Mat& image, cv::Mat& res, const std::vector<Object>& objs,
+                                    const std::vector<std::string>& class_names,
+                                    const std::vector<std::vector<unsigned int>>& colors,
+                                    const std::vector<std::vector<unsigned int>>& mask_colors);
+
 }  // namespace ai_orvo::model

@@ -25,4 +25,31 @@ BRELLIX_API float iou(cv::Rect_<int> a, cv::Rect_<int> b);
 /// \param nms_thresh overlap threshold; a negative one suppresses boxes that do not touch, too.
 BRELLIX_API void nms(std::vector<Object>& objects, float nms_thresh);
 
+/// Sorts `input[left..right]` from highest to lowest and carries `indices` along, in place.
+///
+/// A quicksort by one fixed partition around the leftmost element: the order among equal scores is what that
+/// partition makes of them, neither stable nor free. Extra stack is logarithmic for any input. NaN scores end
+/// somewhere in the range.
+/// \return the final position of the first pivot; `left` where the range has fewer than two elements or does
+///         not lie inside both vectors, which are then left alone.
+BRELLIX_API int quickSortIndiceInverse(std::vector<float>& input, int left, int right,
+                                       std::vector<int>& indices);
+
+/// Intersection over union of two boxes given by their corners, all corners inclusive: a box counts one pixel
+/// more than its difference on each axis. \return 0 to 1; 0 where the union is not positive.
+BRELLIX_API float CalculateOverlap(float xmin0, float ymin0, float xmax0, float ymax0, float xmin1,
+                                   float ymin1, float xmax1, float ymax1);
+
+/// Greedy suppression inside one class, on indices.
+///
+/// \param validCount entries of `order` to look at.
+/// \param boxes      boxes by candidate.
+/// \param classIds   class by candidate.
+/// \param order      candidates by falling score; -1 marks a suppressed one and is written for those that
+///                   overlap an earlier kept candidate of the class by strictly more than `threshold`.
+///                   Entries that name no candidate are passed over.
+/// \param classId    the class; others are neither suppressors nor suppressed.
+BRELLIX_API void nms(int validCount, std::vector<cv::Rect_<int>>& boxes, std::vector<int> classIds,
+                     std::vector<int>& order, int classId, float threshold);
+
 }  // namespace ai_orvo::model

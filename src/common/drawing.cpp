@@ -23,6 +23,8 @@ struct LabelStyle {
 constexpr int kFont = cv::FONT_HERSHEY_SIMPLEX;
 constexpr int kBoxThickness = 2;
 constexpr LabelStyle kSmallLabel{0.4, 1};
+constexpr LabelStyle kLargeLabel{1.0, 2};
+constexpr int kMaskColorCycle = 20;
 
 cv::Scalar colorOf(const ColorTable& table, int index) {
     const std::vector<unsigned int>& entry = table.at(static_cast<std::size_t>(index));
@@ -31,12 +33,12 @@ cv::Scalar colorOf(const ColorTable& table, int index) {
 }
 
 /// A rectangle whose right and bottom edges can be formed in int; one of ordinary size comes back unchanged.
-cv::Rect drawable(int x, int y, int width, int height) {
+cv::Rect drawable(const cv::Rect& rect) {
     const auto fit = [](int start, int length) {
         const std::int64_t room = static_cast<std::int64_t>(std::numeric_limits<int>::max()) - start;
         return static_cast<int>(std::min<std::int64_t>(length, room));
     };
-    return {x, y, fit(x, width), fit(y, height)};
+    return {rect.x, rect.y, fit(rect.x, rect.width), fit(rect.y, rect.height)};
 }
 
 std::string labelText(const Object& object, const std::string& name) {
@@ -47,9 +49,7 @@ std::string labelText(const Object& object, const std::string& name) {
 }
 
 void drawBox(cv::Mat& canvas, const cv::Rect_<float>& rect, const cv::Scalar& color) {
-    const cv::Rect box =
-        drawable(roundToInt(rect.x), roundToInt(rect.y), roundToInt(rect.width), roundToInt(rect.height));
-    cv::rectangle(canvas, box, color, kBoxThickness, cv::LINE_8);
+    cv::rectangle(canvas, drawable(roundToInt(rect)), color, kBoxThickness, cv::LINE_8);
 }
 
 void drawLabel(cv::Mat& canvas, const cv::Rect_<float>& rect, const std::string& text,
@@ -62,7 +62,7 @@ void drawLabel(cv::Mat& canvas, const cv::Rect_<float>& rect, const std::string&
     // The box rounds, the label truncates: their corners may differ by a pixel.
     const int x = truncateToInt(rect.x);
     const int y = std::min(truncateToInt(rect.y), canvas.rows - 1) + 1;
-    cv::rectangle(canvas, drawable(x, y, size.width, size.height + baseline), background, cv::FILLED,
+    cv::rectangle(canvas, drawable({x, y, size.width, size.height + baseline}), background, cv::FILLED,
                   cv::LINE_8);
     cv::putText(canvas, text, cv::Point(x, y + size.height), kFont, style.fontScale, ink, style.thickness,
                 cv::LINE_8, false);
@@ -85,6 +85,22 @@ void draw_objects(const cv::Mat& image, cv::Mat& res, const std::vector<Object>&
                   const std::vector<std::string>& class_names, const ColorTable& colors) {
     cv::Mat canvas = image.clone();
     drawBoxesAndLabels(canvas, objs, class_names, colors, kSmallLabel);
+    res = canvas;
+}
+
+void draw_objects_masks(const cv::Mat& image, cv::Mat& res, const std::vector<Object>& objs,
+                        const std::vector<std::string>& class_names, const ColorTable& colors,
+                        const ColorTable& mask_colors) {
+    cv::Mat canvas = image.clone();
+    cv::Mat colored = image.clone();
+    for (const Object& object : objs) {
+        // OpenCV takes an empty mask for the whole picture.
+        if (!object.mask.empty()) {
+            colored.setTo(colorOf(mask_colors, object.label % kMaskColorCycle), object.mask);
+        }
+    }
+    cv::addWeighted(canvas, 0.5, colored, 0.8, 1.0, canvas);
+    drawBoxesAndLabels(canvas, objs, class_names, colors, kLargeLabel);
     res = canvas;
 }
 

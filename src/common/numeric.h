@@ -6,6 +6,8 @@
 /// A plain conversion of NaN or of a value outside the target's range is undefined; x86 and Arm really do
 /// give different integers. Here NaN becomes 0 and the rest saturates, as the target's own instruction does.
 
+#include <opencv2/core.hpp>
+
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -33,9 +35,26 @@ inline int roundToInt(float value) {
     return truncateToInt(std::nearbyint(value));
 }
 
+/// Each of x, y, width and height rounded to nearest, ties to even.
+inline cv::Rect_<int> roundToInt(const cv::Rect_<float>& rect) {
+    return {roundToInt(rect.x), roundToInt(rect.y), roundToInt(rect.width), roundToInt(rect.height)};
+}
+
 /// The low 32 bits of `value` as a signed integer.
 inline int narrowToInt(std::int64_t value) {
     return static_cast<int>(static_cast<std::uint32_t>(value));
+}
+
+/// The sum's low 32 bits as a signed integer.
+template <typename... Terms>
+int wrappingSum(Terms... terms) {
+    return static_cast<int>((std::uint32_t{0} + ... + static_cast<std::uint32_t>(terms)));
+}
+
+/// The product's low 32 bits as a signed integer.
+template <typename... Factors>
+int wrappingProduct(Factors... factors) {
+    return static_cast<int>((std::uint32_t{1} * ... * static_cast<std::uint32_t>(factors)));
 }
 
 /// `value` held inside [0, bound]; what is not greater than 0, NaN included, becomes 0.

@@ -10,10 +10,6 @@
 namespace ai_orvo::model {
 namespace {
 
-cv::Rect_<int> roundedRect(const cv::Rect_<float>& rect) {
-    return {roundToInt(rect.x), roundToInt(rect.y), roundToInt(rect.width), roundToInt(rect.height)};
-}
-
 bool moreProbable(const Object& a, const Object& b) {
     if (std::isnan(a.prob) || std::isnan(b.prob)) {
         return std::isnan(b.prob) && !std::isnan(a.prob);
@@ -27,7 +23,7 @@ void suppressClass(std::vector<Object>& group, float threshold, std::vector<Obje
     std::vector<cv::Rect_<int>> rects;
     rects.reserve(group.size());
     for (const Object& object : group) {
-        rects.push_back(roundedRect(object.rect));
+        rects.push_back(roundToInt(object.rect));
     }
     std::vector<char> suppressed(group.size(), 0);
     for (std::size_t i = 0; i < group.size(); ++i) {

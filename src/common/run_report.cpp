@@ -5,10 +5,6 @@ namespace {
 
 thread_local RunReport currentReport;
 
-double milliseconds(std::chrono::steady_clock::duration elapsed) {
-    return std::chrono::duration<double, std::milli>(elapsed).count();
-}
-
 }  // namespace
 
 RunReport last_run_report() {
@@ -20,18 +16,29 @@ int initEngine(alg::common::AIEngine& engine, const alg::common::AIEngineConfig&
     return currentReport.init_status;
 }
 
-void StageClock::infer(alg::common::AIEngine& engine, alg::common::TensorMap& inputs,
-                       alg::common::TensorMap& outputs) {
-    inferenceStart_ = Clock::now();
-    inferenceStatus_ = engine.DoInference(inputs, outputs);
-    inferenceEnd_ = Clock::now();
+double StageClock::endStage() {
+    const Clock::time_point now = Clock::now();
+    const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(now - start_).count();
+    start_ = now;
+    return static_cast<double>(nanoseconds / 1000) / 1000.0;
 }
 
-void StageClock::finish() {
-    currentReport.inference_status = inferenceStatus_;
-    currentReport.pre_ms = milliseconds(inferenceStart_ - start_);
-    currentReport.infer_ms = milliseconds(inferenceEnd_ - inferenceStart_);
-    currentReport.post_ms = milliseconds(Clock::now() - inferenceEnd_);
+double StageClock::preprocessed() {
+    return report_.pre_ms = endStage();
+}
+
+double StageClock::infer(alg::common::AIEngine& engine, alg::common::TensorMap& inputs,
+                         alg::common::TensorMap& outputs) {
+    startStage();
+    report_.inference_status = engine.DoInference(inputs, outputs);
+    return report_.infer_ms = endStage();
+}
+
+double StageClock::postprocessed() {
+    report_.post_ms = endStage();
+    report_.init_status = currentReport.init_status;
+    currentReport = report_;
+    return report_.post_ms;
 }
 
 }  // namespace ai_orvo::model

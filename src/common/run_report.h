@@ -13,23 +13,25 @@ namespace ai_orvo::model {
 /// Calls `Init` and records its result. \return that result.
 int initEngine(alg::common::AIEngine& engine, const alg::common::AIEngineConfig& config);
 
-/// Measures one `detect`. The report changes only when `finish` is reached, never half.
+/// Measures one `detect`, stage by stage; each operation ends a stage and returns its time in milliseconds,
+/// whole microseconds. What happens between two stages and is no stage (logging) does not count where
+/// `startStage` follows it. The report changes only when the last stage ends, never half.
 class StageClock {
   public:
-    /// Ends the preprocessing, runs the engine, ends the inference.
-    void infer(alg::common::AIEngine& engine, alg::common::TensorMap& inputs,
-               alg::common::TensorMap& outputs);
-
-    /// Ends the postprocessing and publishes the times.
-    void finish();
+    void startStage() { start_ = Clock::now(); }
+    double preprocessed();
+    double infer(alg::common::AIEngine& engine, alg::common::TensorMap& inputs,
+                 alg::common::TensorMap& outputs);
+    double postprocessed();
 
   private:
-    using Clock = std::chrono::steady_clock;
+    using Clock = std::chrono::system_clock;
+
+    /// The time since the stage began; the next one begins now.
+    double endStage();
 
     Clock::time_point start_ = Clock::now();
-    Clock::time_point inferenceStart_;
-    Clock::time_point inferenceEnd_;
-    int inferenceStatus_ = 0;
+    RunReport report_;
 };
 
 }  // namespace ai_orvo::model

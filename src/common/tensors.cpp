@@ -12,16 +12,6 @@ using alg::common::AIBuff;
 // A single-precision factor widened to double: dividing by 255 would give other low bits.
 constexpr double kByteScale = static_cast<double>(1.0F / 255.0F);
 
-AIBuff tensorOfBytes(const cv::Mat& matrix) {
-    AIBuff tensor;
-    const std::size_t size = matrix.total() * matrix.elemSize();
-    tensor.data->resize(size);
-    if (size != 0) {
-        std::memcpy(tensor.data->data(), matrix.data, size);
-    }
-    return tensor;
-}
-
 }  // namespace
 
 AIBuff planarFloatTensor(const cv::Mat& letterboxed, ChannelOrder order) {
@@ -29,7 +19,17 @@ AIBuff planarFloatTensor(const cv::Mat& letterboxed, ChannelOrder order) {
     const bool crop = false;
     const cv::Mat blob = cv::dnn::blobFromImage(letterboxed, kByteScale, cv::Size(), cv::Scalar(),
                                                 swapRedAndBlue, crop, CV_32F);
-    return tensorOfBytes(blob);
+    return byteTensor(blob);
+}
+
+AIBuff byteTensor(const cv::Mat& letterboxed) {
+    AIBuff tensor;
+    const std::size_t size = letterboxed.total() * letterboxed.elemSize();
+    tensor.data->resize(size);
+    if (size != 0) {
+        std::memcpy(tensor.data->data(), letterboxed.data, size);
+    }
+    return tensor;
 }
 
 AIBuff sizedTensor(int elements, std::size_t elementSize) {

@@ -30,11 +30,11 @@ int countCandidates(const cv::Size& inputSize, const int (&strides)[3]) {
 
 /// Derives what follows from the settings, tells the engine the tensors and lets it load the network.
 void registerTensorsAndInit(YOLOv5& model) {
-    const std::int64_t pixels = static_cast<std::int64_t>(model.input_size.width) * model.input_size.height;
     model.num_candidates = countCandidates(model.input_size, model.strides);
-    model.config.input_sizes[kInputName] = narrowToInt(3 * static_cast<std::int64_t>(narrowToInt(pixels)));
+    model.config.input_sizes[kInputName] =
+        wrappingProduct(3, model.input_size.width, model.input_size.height);
     model.config.output_sizes[kOutputName] =
-        narrowToInt((model.class_num + kBoxAndObjectness) * model.num_candidates);
+        wrappingProduct(model.class_num + kBoxAndObjectness, model.num_candidates);
     initEngine(model.engine, model.config);
 }
 
@@ -87,10 +87,10 @@ void YOLOv5::detect(const cv::Mat& image, std::vector<Object>& objects) {
     TensorMap outputs;
     inputs[kInputName] = planarFloatTensor(letterboxed, ChannelOrder::kRgb);
     outputs[kOutputName] = sizedTensor(config.output_sizes[kOutputName], sizeof(float));
+    clock.preprocessed();
     clock.infer(engine, inputs, outputs);
-
     postprocess(outputs, objects);
-    clock.finish();
+    clock.postprocessed();
 }
 
 void YOLOv5::postprocess(TensorMap& outputs, std::vector<Object>& objects) {

@@ -3,8 +3,8 @@
 /// \file
 /// The boundary between the models and the inference engine: tensors, the engine's configuration, the engine.
 ///
-/// The models know of an engine only what stands here. `libbrellix_ai_engine` implements it on a PC; on a board
-/// the board maker's library of the same interface takes its place (docs/engine.md).
+/// The models know of an engine only what stands here. `libbrellix_ai_engine` implements it on a PC; on a
+/// board the board maker's library of the same interface takes its place (docs/engine.md).
 
 #include <cstdint>
 #include <map>
@@ -61,8 +61,8 @@ struct AIEngineConfig {
     std::map<std::string, int> aux_outputs;  ///< the engine's own; no model fills it
     std::map<std::string, int> input_types;
     std::map<std::string, int> output_types;
-    bool rknn_flag = false;            ///< a back-end switch; each model sets it its own way
-    int framework = kFrameworkUnset;   ///< see `FrameworkCode`
+    bool rknn_flag = false;           ///< a back-end switch; each model sets it its own way
+    int framework = kFrameworkUnset;  ///< see `FrameworkCode`
     int engine_param = 3000;
 };
 

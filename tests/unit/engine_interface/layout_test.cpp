@@ -89,6 +89,43 @@ TEST(Layout, YOLOv5Is528Bytes) {
     EXPECT_EQ(offsetof(YOLOv5, num_candidates), 524U);
 }
 
+TEST(Layout, YOLOv5CutoffIs600Bytes) {
+    EXPECT_EQ(sizeof(YOLOv5Cutoff), 600U);
+    EXPECT_EQ(offsetof(YOLOv5Cutoff, input_size), 472U);
+    EXPECT_EQ(offsetof(YOLOv5Cutoff, letterbox_info), 480U);
+    EXPECT_EQ(offsetof(YOLOv5Cutoff, conf_thres), 500U);
+    EXPECT_EQ(offsetof(YOLOv5Cutoff, nms_thres), 504U);
+    EXPECT_EQ(offsetof(YOLOv5Cutoff, class_num), 508U);
+    EXPECT_EQ(offsetof(YOLOv5Cutoff, strides), 512U);
+    EXPECT_EQ(offsetof(YOLOv5Cutoff, channels_per_anchor), 524U);
+    EXPECT_EQ(offsetof(YOLOv5Cutoff, anchors), 528U);
+    static_assert(std::is_same_v<decltype(YOLOv5Cutoff::anchors), int[3][3][2]>);
+    EXPECT_FALSE((std::is_base_of_v<YOLOv5, YOLOv5Cutoff>));
+}
+
+TEST(Layout, YOLOv8SegIs576Bytes) {
+    EXPECT_EQ(sizeof(YOLOv8Seg), 576U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, inputSize), 472U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, letterboxInfo), 480U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, spareLists), 504U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, isQuantized), 528U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, protoWidth), 532U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, protoHeight), 536U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, maskCoefCount), 540U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, confThreshold), 544U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, nmsThreshold), 548U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, maxDetections), 552U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, strides), 556U);
+    EXPECT_EQ(offsetof(YOLOv8Seg, classNum), 568U);
+}
+
+TEST(Layout, LoggerIs24Bytes) {
+    EXPECT_EQ(sizeof(brellix::Logger), 24U);
+    EXPECT_EQ(offsetof(brellix::Logger, logger_), 0U);
+    EXPECT_EQ(offsetof(brellix::Logger, level_), 20U);
+    EXPECT_FALSE(std::is_polymorphic_v<brellix::Logger>);
+}
+
 /// A model whose virtual table is read slot by slot.
 class SlotProbe : public CvModel {
   public:

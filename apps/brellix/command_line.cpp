@@ -1,0 +1,86 @@
+#include "command_line.h"
+
+#include "detect_command.h"
+
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace brellix::app {
+namespace {
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  brellix detect shapes.yaml photo.jpg\n"
+    "  brellix detect shapes.yaml pictures/ --out annotated --json results.jsonl\n"
+    "\n"
+    "brellix COMMAND --help tells more about a command.\n"
+    "Exit status: 0 done, 2 wrong use or bad input, 3 a failure at work.";
+
+/// The arguments in CLI11's order, the last one first. An argument like "[a,b]" would be taken apart as a
+/// list of two; here it can only be a relative path, which "./[a,b]" is too.
+std::vector<std::string> argumentsFrom(int argc, const char* const* argv) {
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    for (std::string& argument : arguments) {
+        if (!argument.empty() && argument.front() == '[' && argument.back() == ']') {
+            argument.insert(0, "./");
+        }
+    }
+    std::reverse(arguments.begin(), arguments.end());
+    return arguments;
+}
+
+/// Help and version go to standard output, a mistake to standard error; each mistake has the same status.
+ExitStatus answer(const CLI::App& app, const CLI::ParseError& error, OwnOutput& output) {
+    std::ostringstream asked;
+    std::ostringstream mistake;
+    const bool isMistake = app.exit(error, asked, mistake) != 0;
+    if (isMistake) {
+        std::string text = mistake.str();
+        text.erase(text.find_last_not_of('\n') + 1);
+        std::replace(text.begin(), text.end(), '\n', ' ');
+        throw wrongUse(text);
+    }
+    output.sink().write(asked.str());
+    return ExitStatus::kDone;
+}
+
+std::string mistakeText(const CLI::App* /*app*/, const CLI::Error& error) {
+    return std::string(error.what()) + "; brellix --help tells more";
+}
+
+void describeProgram(CLI::App& app) {
+    app.name("brellix");
+    app.set_version_flag("--version", "brellix " BRELLIX_VERSION);
+    app.require_subcommand(0, 1);
+    app.failure_message(&mistakeText);
+    app.footer(kExamples);
+    app.get_formatter()->column_width(34);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+}
+
+}  // namespace
+
+ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, Console& console) {
+    CLI::App app("Runs the models of the brellix model zoo on pictures.");
+    describeProgram(app);
+    const std::vector<Subcommand> subcommands = {addDetectCommand(app)};
+    try {
+        app.parse(argumentsFrom(argc, argv));
+    } catch (const CLI::ParseError& error) {
+        return answer(app, error, output);
+    }
+    const auto chosen = std::find_if(subcommands.begin(), subcommands.end(),
+                                     [](const Subcommand& command) { return command.options->parsed(); });
+    if (chosen == subcommands.end()) {
+        output.sink().write(app.help());
+        return ExitStatus::kWrongUse;
+    }
+    return chosen->run(output, console);
+}
+
+}  // namespace brellix::app

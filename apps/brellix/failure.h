@@ -1,0 +1,35 @@
+#pragma once
+
+/// \file
+/// How a run ends: the exit statuses, and the exception that carries one with a sentence for the person.
+
+#include <stdexcept>
+#include <string>
+
+namespace brellix::app {
+
+enum class ExitStatus : int {
+    kDone = 0,
+    kWrongUse = 2,      ///< wrong options, a bad configuration, an input that does not exist
+    kFailedAtWork = 3,  ///< a picture that could not be processed, a result that could not be written
+};
+
+/// Ends the run with `status()`; `what()` says the cause, the place and what to do.
+class Failure : public std::runtime_error {
+  public:
+    Failure(ExitStatus status, const std::string& message) : std::runtime_error(message), status_(status) {}
+
+    ExitStatus status() const { return status_; }
+
+  private:
+    ExitStatus status_;
+};
+
+inline Failure wrongUse(const std::string& message) {
+    return {ExitStatus::kWrongUse, message};
+}
+inline Failure failedAtWork(const std::string& message) {
+    return {ExitStatus::kFailedAtWork, message};
+}
+
+}  // namespace brellix::app

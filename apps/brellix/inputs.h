@@ -1,0 +1,25 @@
+#pragma once
+
+/// \file
+/// From the inputs on the command line to picture files.
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace brellix::app {
+
+struct InputList {
+    std::vector<std::string> pictures;  ///< in the order given; what a folder or pattern gives is sorted
+    std::size_t repeated = 0;           ///< pictures that were named more than once, and are listed once
+};
+
+/// Expands files, folders and glob patterns.
+///
+/// A folder gives the files in it that have a picture's extension, hidden ones left out; with `recursive`
+/// those of its subfolders too (links to folders are not followed). A file that is named itself is taken
+/// whatever its extension. A name that exists is never read as a pattern.
+/// Throws `Failure` for an input that gives no picture.
+InputList expandInputs(const std::vector<std::string>& inputs, bool recursive);
+
+}  // namespace brellix::app

@@ -1,0 +1,30 @@
+#pragma once
+
+/// \file
+/// Results for machines: one JSON object a line, described in docs/command-line.md.
+
+#include "class_list.h"
+#include "picture_result.h"
+#include "sink.h"
+
+#include <string>
+
+namespace brellix::app {
+
+/// \return the line for one picture, with its line end.
+std::string jsonLine(const PictureResult& result, const ClassList& classes);
+
+class JsonLinesWriter : public ResultWriter {
+  public:
+    /// `sink` and `classes` outlive the writer.
+    JsonLinesWriter(Sink& sink, const ClassList& classes) : sink_(sink), classes_(classes) {}
+
+    void write(const PictureResult& result) override { sink_.write(jsonLine(result, classes_)); }
+    void finish(const RunTotals& totals) override;
+
+  private:
+    Sink& sink_;
+    const ClassList& classes_;
+};
+
+}  // namespace brellix::app

@@ -1,0 +1,34 @@
+#pragma once
+
+/// \file
+/// Checking a configuration before a model is built from it.
+///
+/// A constructor answers a bad configuration with a bare exception, with a network that silently does not
+/// work, or by ending the process with status 0. So everything that can be known beforehand is checked
+/// here, and said in words that tell what to write instead.
+
+#include <yaml-cpp/yaml.h>
+#include <opencv2/core.hpp>
+
+#include <string>
+#include <vector>
+
+namespace brellix::app {
+
+/// A configuration that the constructors will accept.
+struct ModelConfig {
+    std::string path;                  ///< of the configuration file, as given
+    YAML::Node document;               ///< its content
+    std::string model;                 ///< the key "model", empty where the file has none
+    std::string networkPath;           ///< where the network file was found
+    bool networkIsBesideFile = false;  ///< found only relative to the configuration's own folder
+    cv::Size inputSize;                ///< of the network, in pixels
+    int classNum = 0;
+    std::vector<std::string> warnings;  ///< what is allowed but hardly meant
+};
+
+/// Reads and checks the file at `path`. Throws `Failure` (wrong use) that names the file, the line, the key,
+/// what was found, what was expected, and an example.
+ModelConfig checkModelConfig(const std::string& path);
+
+}  // namespace brellix::app

@@ -1,0 +1,44 @@
+#include "picture_reader.h"
+
+#include <opencv2/imgcodecs.hpp>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace brellix::app {
+namespace {
+
+/// The decoders only say that they cannot read a file; most of the reasons are plain ones.
+void refuseWhatIsNoReadableFile(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0) {
+        throw BrokenPicture(std::strerror(errno));
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw BrokenPicture("not a regular file");
+    }
+    if (status.st_size == 0) {
+        throw BrokenPicture("the file is empty");
+    }
+}
+
+}  // namespace
+
+cv::Mat readPicture(const std::string& path) {
+    refuseWhatIsNoReadableFile(path);
+    cv::Mat picture;
+    try {
+        picture = cv::imread(path, cv::IMREAD_COLOR);
+    } catch (const cv::Exception& exception) {
+        throw BrokenPicture("cannot be decoded: " + exception.err);
+    }
+    if (picture.empty()) {
+        throw BrokenPicture("not a picture, or a damaged one, or of a format that OpenCV does not read here");
+    }
+    return picture;
+}
+
+}  // namespace brellix::app

@@ -1,0 +1,22 @@
+#pragma once
+
+/// \file
+/// Reading picture files.
+
+#include <opencv2/core.hpp>
+
+#include <stdexcept>
+#include <string>
+
+namespace brellix::app {
+
+/// One picture that cannot be used; the run goes on without it.
+class BrokenPicture : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// \return the picture as 8-bit BGR, turned upright as its EXIF orientation says.
+/// Throws `BrokenPicture` with the reason (without the path).
+cv::Mat readPicture(const std::string& path);
+
+}  // namespace brellix::app

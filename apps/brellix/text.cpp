@@ -1,0 +1,53 @@
+#include "text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace brellix::app {
+namespace {
+
+std::string blanksUpTo(std::string_view text, std::size_t width) {
+    const std::size_t taken = displayWidth(text);
+    return std::string(taken < width ? width - taken : 0, ' ');
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+    std::string result(text);
+    std::replace_if(
+        result.begin(), result.end(),
+        [](char c) {
+            const auto byte = static_cast<unsigned char>(c);
+            return byte < 0x20 || byte == 0x7F;
+        },
+        '?');
+    return result;
+}
+
+std::size_t displayWidth(std::string_view text) {
+    const auto startsCodePoint = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; };
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), startsCodePoint));
+}
+
+std::string padRight(std::string_view text, std::size_t width) {
+    return std::string(text) + blanksUpTo(text, width);
+}
+
+std::string padLeft(std::string_view text, std::size_t width) {
+    return blanksUpTo(text, width) + std::string(text);
+}
+
+std::string counted(std::size_t count, std::string_view noun) {
+    return std::to_string(count) + ' ' + std::string(noun) + (count == 1 ? "" : "s");
+}
+
+std::string fixed(double value, int decimals) {
+    std::array<char, 64> digits{};
+    // The largest float has 39 digits before the point, so nothing that a model gives is cut off.
+    std::snprintf(digits.data(), digits.size(), "%.*f", decimals, value);
+    return digits.data();
+}
+
+}  // namespace brellix::app

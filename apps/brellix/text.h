@@ -1,0 +1,28 @@
+#pragma once
+
+/// \file
+/// Text for people: names and paths may hold anything, a terminal should not obey it.
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace brellix::app {
+
+/// \return `text` with each control character replaced by a question mark.
+std::string printable(std::string_view text);
+
+/// \return how many columns UTF-8 text takes, counting one for each code point.
+std::size_t displayWidth(std::string_view text);
+
+/// \return `text` padded with blanks to `width` columns; longer text stays as it is.
+std::string padRight(std::string_view text, std::size_t width);
+std::string padLeft(std::string_view text, std::size_t width);
+
+/// \return "1 picture", "2 pictures".
+std::string counted(std::size_t count, std::string_view noun);
+
+/// \return the number with `decimals` digits behind the point.
+std::string fixed(double value, int decimals);
+
+}  // namespace brellix::app

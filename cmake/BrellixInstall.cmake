@@ -1,0 +1,20 @@
+# Headers, CMake package and pkg-config file. The libraries and the program install themselves beside their targets.
+
+include(CMakePackageConfigHelpers)
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/brellix DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(TARGETS brellix_model_zoo EXPORT brellix_model_zoo_targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/brellix_model_zoo)
+install(EXPORT brellix_model_zoo_targets NAMESPACE brellix:: DESTINATION ${package_dir})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/brellix_model_zooConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/brellix_model_zooConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/brellix_model_zooConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/brellix_model_zooConfig.cmake
+    ${PROJECT_BINARY_DIR}/brellix_model_zooConfigVersion.cmake DESTINATION ${package_dir})
+
+file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/brellix_model_zoo.pc.in ${PROJECT_BINARY_DIR}/brellix_model_zoo.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/brellix_model_zoo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

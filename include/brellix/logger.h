@@ -1,0 +1,133 @@
+#pragma once
+
+/// \file
+/// The process-wide logger and the two macros that write to it.
+///
+/// Three environment variables, read once when the logger is first used, choose where messages go:
+///
+/// | variable | values | when absent or something else |
+/// |---|---|---|
+/// | SPDLOG_STDOUT | "true", "false": console | a notice on standard output, console on |
+/// | SPDLOG_SYSTEMD | "true", "false": systemd journal | a notice on standard output, journal off |
+/// | SPDLOG_LEVEL | "trace", "debug", "info", "warning", "error", "critical" | a notice on standard output,
+/// info |
+
+#include "brellix/export.h"
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/ansicolor_sink.h>
+#include <spdlog/sinks/systemd_sink.h>
+#include <spdlog/spdlog.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace brellix {
+
+/// The one logger of the process. It is visible everywhere, so that the library and every module that
+/// includes this header share one instance.
+///
+/// `Instance` may be called from several threads; messages of several threads stay whole. `count_` is not
+/// protected: two threads that log at the same moment may print the same number or skip one.
+class BRELLIX_API Logger {
+  public:
+    /// \param name name of the spdlog logger; only the first call's counts. The library says "spdlog".
+    static Logger& Instance(const std::string& name) {
+        static Logger instance(name);
+        return instance;
+    }
+
+    explicit Logger(const std::string& name) : count_(0) {
+        try {
+            std::vector<spdlog::sink_ptr> sinks;
+            if (switchedOn("SPDLOG_STDOUT", true)) {
+                using ConsoleSink = spdlog::sinks::ansicolor_stdout_sink<spdlog::details::console_mutex>;
+                sinks.push_back(std::make_shared<ConsoleSink>());
+            }
+            if (switchedOn("SPDLOG_SYSTEMD", false)) {
+                sinks.push_back(std::make_shared<spdlog::sinks::systemd_sink<std::mutex>>());
+            }
+            // Not registered: the application's own spdlog loggers may have any name.
+            logger_ = std::make_shared<spdlog::logger>(name, sinks.begin(), sinks.end());
+            level_ = chosenLevel();
+            logger_->set_level(static_cast<spdlog::level::level_enum>(level_));
+            logger_->set_pattern("%v", spdlog::pattern_time_type::local);
+        } catch (const spdlog::spdlog_ex&) {
+            // A logger that cannot be set up completely must not stop the application.
+            return;
+        }
+    }
+
+    std::shared_ptr<spdlog::logger> logger_;  ///< null where its construction failed
+    unsigned count_ : 7;                      ///< number of the last counted message, 127 is followed by 0
+    int level_ = spdlog::level::info;         ///< the least severe level that is logged
+
+  private:
+    /// \return what a "true" or "false" variable says, else `fallback` after a notice.
+    static bool switchedOn(const char* variable, bool fallback) {
+        const char* value = std::getenv(variable);
+        if (value != nullptr && (std::string(value) == "true" || std::string(value) == "false")) {
+            return std::string(value) == "true";
+        }
+        std::cout << "environment variable " << variable << (value == nullptr ? " is not set" : " is invalid")
+                  << ", and set " << (fallback ? "true" : "false") << '\n';
+        return fallback;
+    }
+
+    /// \return the level that SPDLOG_LEVEL names, else info after a notice.
+    static int chosenLevel() {
+        static const std::map<std::string, int> kLevels = {
+            {"trace", spdlog::level::trace}, {"debug", spdlog::level::debug},
+            {"info", spdlog::level::info},   {"warning", spdlog::level::warn},
+            {"error", spdlog::level::err},   {"critical", spdlog::level::critical}};
+        const char* value = std::getenv("SPDLOG_LEVEL");
+        const auto known = kLevels.find(value == nullptr ? "" : value);
+        if (known != kLevels.end()) {
+            return known->second;
+        }
+        std::cout << "environment variable SPDLOG_LEVEL" << (value == nullptr ? " is not set" : " is invalid")
+                  << ", and set default level\n";
+        return spdlog::level::info;
+    }
+};
+
+/// Numbers, labels and logs one message; the work behind the macros.
+/// \param where  the calling file, line and function.
+/// \param prefix fmt format of the message number and the level's label.
+/// \param format fmt format of the body. The finished text is not formatted again: braces in it survive.
+template <typename... Args>
+void logMessage(spdlog::source_loc where, spdlog::level::level_enum level,
+                fmt::format_string<unsigned> prefix, fmt::format_string<Args...> format, Args&&... args) {
+    // Held for the whole call: another module may release the instance's own handle at exit.
+    const std::shared_ptr<spdlog::logger> logger = Logger::Instance("spdlog").logger_;
+    Logger& counter = Logger::Instance("spdlog");
+    if (counter.level_ <= level) {
+        counter.count_ = (counter.count_ + 1U) & 127U;
+    }
+    std::string text = fmt::format(prefix, static_cast<unsigned>(counter.count_));
+    text += fmt::format(format, std::forward<Args>(args)...);
+    if (logger) {
+        logger->log(where, level, spdlog::string_view_t(text));
+    }
+}
+
+}  // namespace brellix
+
+// The journal's headers bring syslog's priority of the same name, which nothing here needs any more.
+#ifdef LOG_INFO
+#undef LOG_INFO
+#endif
+
+#define BRELLIX_LOG_AT(level, prefix, ...) \
+    ::brellix::logMessage(::spdlog::source_loc{__FILE__, __LINE__, __func__}, level, prefix, __VA_ARGS__)
+
+/// Logs at error level: `LOG_ERROR(format, args...)`, fmt formatting.
+#define LOG_ERROR(...) BRELLIX_LOG_AT(::spdlog::level::err, "{0:3d} [ERROR] ", __VA_ARGS__)
+
+/// Logs at info level: `LOG_INFO(format, args...)`, fmt formatting.
+#define LOG_INFO(...) BRELLIX_LOG_AT(::spdlog::level::info, "{0:3d} [INFO] ", __VA_ARGS__)

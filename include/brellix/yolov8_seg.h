@@ -1,0 +1,106 @@
+#pragma once
+
+/// \file
+/// YOLOv8 instance segmentation.
+
+#include "brellix/cv_model.h"
+#include "brellix/export.h"
+#include "brellix/letterbox.h"
+
+#include <yaml-cpp/yaml.h>
+#include <opencv2/core.hpp>
+
+#include <string>
+#include <vector>
+
+namespace ai_orvo::model {
+
+/// Expectation of the distance distributions of one cell (distribution focal loss).
+///
+/// \param logits 4 x `dflLen` logits: left, top, right, bottom, each `dflLen` bins. Large ones overflow to
+/// NaN. \param dflLen bins a side; below 1 nothing is written. \param out    receives the four distances in
+/// cells. \throws std::out_of_range where `logits` is too short.
+BRELLIX_API void computeDfl(std::vector<float>& logits, int dflLen, float out[4]);
+
+/// YOLOv8 instance segmentation with prototype masks, float or int8.
+///
+/// Head k has stride s = 8, 16, 32 and a grid of gridH = height / s by gridW = width / s cells.
+///
+/// | tensor | direction | element | layout | meaning |
+/// |---|---|---|---|---|
+/// | "images" | input | float32 0 to 1, or uint8 (back-end RKNN) | 1 x 3 x height x width, or height x width
+/// x 3; BGR | letterboxed image | | "output0", "3", "6" | output | float32 or int8 | 1 x 64 x gridH x gridW |
+/// distance logits, 4 sides x 16 bins | | "output1", "4", "7" | output | float32 or int8 | 1 x classNum x
+/// gridH x gridW | class logits | | "output2", "5", "8" | output | float32 or int8 | 1 x 32 x gridH x gridW |
+/// mask coefficients | | "proto" | output | float32 or int8 | 1 x 32 x height / 4 x width / 4 | prototype
+/// masks |
+///
+/// Each object carries a mask as large as the source image, 255 inside the object, 0 elsewhere and everywhere
+/// outside its box. An object whose box has no pixels has an empty, zero mask. The network input has to be
+/// square: with any other shape `postprocess` raises `cv::Exception` as soon as something is found.
+///
+/// Every `detect` logs three lines through `brellix::Logger`.
+class BRELLIX_API YOLOv8Seg : public CvModel {
+  public:
+    /// Reads "model_path", "framework" ("TensorRT", "RKNN" or "ONNX"), "class_num", "conf_thres",
+    /// "nms_thres", "input_size" and "is_quantized" (docs/configuration.md). An unknown framework and a
+    /// network that the engine refuses are reported and **end the process with status 0**. \throws
+    /// YAML::InvalidNode (names the missing key), YAML::BadConversion, std::out_of_range.
+    explicit YOLOv8Seg(const YAML::Node& document);
+
+    /// Loads the YAML file at `path` first. \throws YAML::BadFile, too.
+    explicit YOLOv8Seg(const std::string& path);
+
+    ~YOLOv8Seg() override;
+
+    /// \param objects has to be empty: objects are appended, masks go to the first ones.
+    void detect(const cv::Mat& image, std::vector<Object>& objects) override;
+
+    /// \param objects as for `detect`.
+    void postprocess(TensorMap& outputs, std::vector<Object>& objects) override;
+
+    /// Decodes one head's candidates from float tensors and appends them to the four lists.
+    ///
+    /// A tensor that is missing or shorter than its grid gives no candidates.
+    /// \param gridH, gridW    the head's grid.
+    /// \param inputHeight, inputWidth not used.
+    /// \param stride          network pixels a cell.
+    /// \param dflLen          bins a box side.
+    /// \param boxes           boxes in whole source pixels, inside the image.
+    /// \param maskCoefs       `maskCoefCount` values a candidate.
+    /// \param scores, classIds probability and class of a candidate.
+    /// \param threshold       probability that the best class has to exceed.
+    /// \return how many candidates were appended.
+    int decodeBoxes_fp32(AIBuff& box, AIBuff& score, AIBuff& maskCoef, int gridH, int gridW, int inputHeight,
+                         int inputWidth, int stride, int dflLen, std::vector<cv::Rect_<int>>& boxes,
+                         std::vector<float>& maskCoefs, std::vector<float>& scores,
+                         std::vector<int>& classIds, float threshold);
+
+    /// The same from int8 tensors. Mask coefficients are `raw - zp` wrapped to 8 bits and not scaled.
+    int decodeBoxes_i8(AIBuff& box, AIBuff& score, AIBuff& maskCoef, int gridH, int gridW, int inputHeight,
+                       int inputWidth, int stride, int dflLen, std::vector<cv::Rect_<int>>& boxes,
+                       std::vector<float>& maskCoefs, std::vector<float>& scores, std::vector<int>& classIds,
+                       float threshold);
+
+    /// Makes the prototype matrix: `maskCoefCount` rows of `protoHeight` x `protoWidth` floats. What the
+    /// tensor lacks is 0.
+    void decodeMask_fp32(AIBuff& proto, cv::Mat& out);
+
+    /// The same from an int8 tensor, as `raw - zp`, not scaled: only the sign of a mask logit counts.
+    void decodeMask_i8(AIBuff& proto, cv::Mat& out);
+
+    cv::Size inputSize{640, 640};
+    LetterboxInfo letterboxInfo{1.0F, 0.0F, 0.0F, 0.0F, 0.0F};
+    std::vector<std::vector<float>> spareLists;  ///< part of the layout; not used
+    bool isQuantized = false;
+    int protoWidth = 160;
+    int protoHeight = 160;
+    int maskCoefCount = 32;
+    float confThreshold = 0.25F;
+    float nmsThreshold = 0.65F;
+    int maxDetections = 100;
+    int strides[3] = {8, 16, 32};
+    int classNum = 13;
+};
+
+}  // namespace ai_orvo::model

@@ -1,0 +1,37 @@
+#pragma once
+
+/// \file
+/// Decoding one raw head of a cut YOLOv5 network.
+
+#include "brellix/cv_model.h"
+#include "brellix/letterbox.h"
+
+#include <vector>
+
+namespace ai_orvo::model {
+
+inline constexpr int kHeads = 3;
+inline constexpr int kAnchorsPerHead = 3;
+
+/// How a head's tensor is laid out.
+struct HeadLayout {
+    int gridW;
+    int gridH;
+    int stride;  ///< network pixels a cell
+    int classNum;
+    int channelsPerAnchor;
+    const int (&anchors)[kAnchorsPerHead][2];  ///< width and height in network pixels
+};
+
+/// What the decoder needs to know of the image and of the settings.
+struct HeadDecoding {
+    LetterboxInfo letterbox;
+    float confThres;
+};
+
+/// Appends the head's objects. \return how many positions passed the objectness test; 0 for a tensor shorter
+/// than its layout.
+int decodeHead(const AIBuff& output, const HeadLayout& layout, const HeadDecoding& settings,
+               std::vector<Object>& objects);
+
+}  // namespace ai_orvo::model

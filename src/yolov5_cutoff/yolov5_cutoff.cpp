@@ -1,0 +1,107 @@
+#include "brellix/yolov5_cutoff.h"
+
+#include "brellix/nms.h"
+#include "common/framework.h"
+#include "common/numeric.h"
+#include "common/run_report.h"
+#include "common/tensors.h"
+#include "yolov5/model_config.h"
+#include "yolov5_cutoff/decode.h"
+
+namespace ai_orvo::model {
+namespace {
+
+constexpr const char* kInputName = "images";
+constexpr const char* kHeadNames[3] = {"/model.24/m.0/Conv_output_0", "/model.24/m.1/Conv_output_0",
+                                       "/model.24/m.2/Conv_output_0"};
+constexpr std::int64_t kBoxAndObjectness = 5;
+
+/// Derives what follows from the settings, tells the engine the tensors and lets it load the network.
+void registerTensorsAndInit(YOLOv5Cutoff& model) {
+    model.channels_per_anchor = narrowToInt(model.class_num + kBoxAndObjectness);
+    model.config.input_sizes[kInputName] =
+        wrappingProduct(model.input_size.width, model.input_size.height, 3);
+    for (int head = 0; head < kHeads; ++head) {
+        const int stride = model.strides[head];
+        const int cells = wrappingProduct(model.input_size.width / stride, model.input_size.height / stride);
+        model.config.output_sizes[kHeadNames[head]] =
+            wrappingProduct(cells, model.channels_per_anchor, kAnchorsPerHead);
+    }
+    initEngine(model.engine, model.config);
+}
+
+}  // namespace
+
+YOLOv5Cutoff::YOLOv5Cutoff(const std::string& model_path, std::string framework, cv::Size inputSize,
+                           float conf, float nms, int classNum)
+    : input_size(inputSize), conf_thres(conf), nms_thres(nms), class_num(classNum) {
+    config.model_path = model_path;
+    if (framework == "TensorRT") {
+        config.framework = alg::common::kFrameworkTensorRt;
+    } else if (framework == "RKNN") {
+        config.rknn_flag = false;
+        config.framework = alg::common::kFrameworkRknn;
+    } else {
+        exitForUnknownFramework(framework);
+    }
+    registerTensorsAndInit(*this);
+}
+
+YOLOv5Cutoff::YOLOv5Cutoff(const std::string& yaml_path) {
+    const ModelConfig file = readModelConfig(yaml_path);
+    input_size = file.inputSize;
+    conf_thres = file.confThres;
+    nms_thres = file.nmsThres;
+    class_num = file.classNum;
+    config.model_path = file.modelPath;
+    // The file names no back-end: networks of this kind are compiled for the NPU.
+    config.rknn_flag = false;
+    config.framework = alg::common::kFrameworkRknn;
+    registerTensorsAndInit(*this);
+}
+
+YOLOv5Cutoff::~YOLOv5Cutoff() = default;
+
+void YOLOv5Cutoff::detect(const cv::Mat& image, std::vector<Object>& objects) {
+    StageClock clock;
+    cv::Mat letterboxed;
+    letterbox_info = letterbox(image, letterboxed, input_size);
+
+    TensorMap inputs;
+    TensorMap outputs;
+    inputs[kInputName] = byteTensor(letterboxed);
+    for (const char* name : kHeadNames) {
+        outputs[name] = sizedTensor(config.output_sizes[name], sizeof(std::int8_t));
+    }
+    clock.preprocessed();
+    clock.infer(engine, inputs, outputs);
+    postprocess(outputs, objects);
+    clock.postprocessed();
+}
+
+void YOLOv5Cutoff::postprocess(TensorMap& outputs, std::vector<Object>& objects) {
+    objects.clear();
+    for (int head = 0; head < kHeads; ++head) {
+        decodeBoxes(outputs[kHeadNames[head]], head, objects);
+    }
+    nms(objects, nms_thres);
+}
+
+int YOLOv5Cutoff::decodeBoxes(AIBuff& output, int head, std::vector<Object>& objects) {
+    if (head < 0 || head >= kHeads) {
+        return 0;
+    }
+    const int stride = strides[head];
+    if (stride < 1) {
+        return 0;
+    }
+    const HeadLayout layout{input_size.width / stride,
+                            input_size.height / stride,
+                            stride,
+                            class_num,
+                            channels_per_anchor,
+                            anchors[head]};
+    return decodeHead(output, layout, {letterbox_info, conf_thres}, objects);
+}
+
+}  // namespace ai_orvo::model

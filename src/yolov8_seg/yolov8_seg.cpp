@@ -1,0 +1,96 @@
+#include "brellix/yolov8_seg.h"
+
+#include "brellix/logger.h"
+#include "common/framework.h"
+#include "common/numeric.h"
+#include "common/run_report.h"
+#include "common/tensors.h"
+#include "yolov8_seg/tensor_tables.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace ai_orvo::model {
+namespace {
+
+int frameworkCode(const std::string& framework) {
+    if (framework == "TensorRT") {
+        return alg::common::kFrameworkTensorRt;
+    }
+    if (framework == "RKNN") {
+        return alg::common::kFrameworkRknn;
+    }
+    if (framework == "ONNX") {
+        return alg::common::kFrameworkOnnx;
+    }
+    exitForUnknownFramework(framework);
+}
+
+/// The back-end decides the form of the input, the quantisation flag how it is described.
+AIBuff inputTensor(const cv::Mat& letterboxed, int framework, bool isQuantized) {
+    const bool takesBytes = framework == alg::common::kFrameworkRknn;
+    AIBuff tensor = takesBytes ? byteTensor(letterboxed) : planarFloatTensor(letterboxed, ChannelOrder::kBgr);
+    if (isQuantized) {
+        tensor.type = alg::common::kElementInt8;
+        tensor.zp = 0;
+        tensor.scale = 1.0F;
+    }
+    return tensor;
+}
+
+}  // namespace
+
+YOLOv8Seg::YOLOv8Seg(const YAML::Node& document) {
+    // Every key is read before anything is judged, in the order in which faults are reported.
+    const auto modelPath = document["model_path"].as<std::string>();
+    const auto framework = document["framework"].as<std::string>();
+    classNum = document["class_num"].as<int>();
+    confThreshold = document["conf_thres"].as<float>();
+    nmsThreshold = document["nms_thres"].as<float>();
+    const auto size = document["input_size"].as<std::vector<std::int64_t>>();
+    isQuantized = document["is_quantized"].as<bool>();
+
+    inputSize.width = narrowToInt(size.at(0));
+    inputSize.height = narrowToInt(size.at(1));
+    protoWidth = inputSize.width / 4;
+    protoHeight = inputSize.height / 4;
+
+    config.model_path = modelPath;
+    config.framework = frameworkCode(framework);
+    config.rknn_flag = false;
+    registerSegTensors(*this);
+    if (initEngine(engine, config) != 0) {
+        LOG_ERROR("Failed to init ai_engine, check config file");
+        std::exit(EXIT_SUCCESS);
+    }
+}
+
+YOLOv8Seg::YOLOv8Seg(const std::string& path) : YOLOv8Seg(YAML::LoadFile(path)) {}
+
+YOLOv8Seg::~YOLOv8Seg() = default;
+
+void YOLOv8Seg::detect(const cv::Mat& image, std::vector<Object>& objects) {
+    StageClock clock;
+    cv::Mat letterboxed;
+    letterboxInfo = letterbox(image, letterboxed, inputSize);
+
+    TensorMap inputs;
+    TensorMap outputs;
+    inputs[kSegInput] = inputTensor(letterboxed, config.framework, isQuantized);
+    const std::size_t elementSize = isQuantized ? sizeof(std::int8_t) : sizeof(float);
+    for (const char* name : kSegOutputs) {
+        outputs[name] = sizedTensor(config.output_sizes[name], elementSize);
+    }
+    const double preprocessMs = clock.preprocessed();
+    LOG_INFO("YOLOv8-seg Preprocess runtime = {}(ms)", preprocessMs);
+
+    const double inferenceMs = clock.infer(engine, inputs, outputs);
+    LOG_INFO("YOLOv8-seg Inference runtime = {}(ms)", inferenceMs);
+
+    clock.startStage();
+    postprocess(outputs, objects);
+    const double postprocessMs = clock.postprocessed();
+    LOG_INFO("YOLOv8-seg postprocess runtime = {}(ms)", postprocessMs);
+}
+
+}  // namespace ai_orvo::model

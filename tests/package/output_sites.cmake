@@ -1,0 +1,24 @@
+# Only these files of the libraries may print or end the process: each of them does so by published behaviour.
+set(allowed
+    src/common/class_names.cpp   # IsFile reports a missing path
+    src/common/framework.cpp     # an unknown back-end name
+    src/yolov5/yolov5.cpp        # "dw: " and "Destruct yolov5"
+    src/yolov8_seg/yolov8_seg.cpp  # a network that the engine refuses
+    include/brellix/logger.h     # notices on the logger's environment variables
+)
+
+file(GLOB_RECURSE sources RELATIVE ${SOURCE_DIR}
+    ${SOURCE_DIR}/src/*.cpp ${SOURCE_DIR}/src/*.h ${SOURCE_DIR}/include/*.h
+    ${SOURCE_DIR}/engine/*.cpp ${SOURCE_DIR}/engine/*.h)
+list(REMOVE_ITEM sources ${allowed})
+list(LENGTH sources count)
+if(count LESS 20)
+    message(FATAL_ERROR "only ${count} sources found: the check looks in the wrong place")
+endif()
+foreach(source IN LISTS sources)
+    file(STRINGS ${SOURCE_DIR}/${source} hits REGEX "(std::cout|[^nf]printf *\\(|[^a-z_]exit *\\(|[^a-z_]puts *\\(|abort *\\()")
+    if(hits)
+        message(SEND_ERROR "${source} prints or exits: ${hits}")
+    endif()
+endforeach()
+message(STATUS "${count} files neither print nor exit")

@@ -1,0 +1,140 @@
+// Networks trained on photographs, held against the objects that an independent decoder found.
+
+#include "brellix/model_zoo.h"
+#include "support/object_matching.h"
+#include "support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <fstream>
+#include <opencv2/imgcodecs.hpp>
+#include <optional>
+
+namespace {
+
+using namespace ai_orvo::model;
+using brellix::testing::matchObjects;
+using brellix::testing::TemporaryFolder;
+using nlohmann::json;
+
+/// How far our objects may lie from the expected ones.
+struct Tolerance {
+    float prob;
+    float pixels;       ///< for each of x, y, width, height
+    double minOverlap;  ///< of matched boxes
+    double maskPixels;  ///< share of the mask's pixels
+};
+
+constexpr float kAnyPixels = 1e9F;
+constexpr Tolerance kFloatNetwork{0.02F, 2.0F, 0.5, 0.02};
+constexpr Tolerance kInt8Network{0.05F, kAnyPixels, 0.9, 0.0};
+
+/// An object as the independent decoder found it.
+struct ExpectedObject {
+    Object object;
+    std::optional<int> maskPixels;
+};
+
+class RealNetworks : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        const char* folder = std::getenv("BRELLIX_NETWORKS");
+        if (folder == nullptr || *folder == '\0') {
+            GTEST_SKIP() << "BRELLIX_NETWORKS names no folder of networks";
+        }
+        folder_ = folder;
+        std::ifstream(folder_ + "/expected.json") >> expected_;
+    }
+
+    std::string networkPath(const std::string& name) const { return folder_ + "/" + name + ".onnx"; }
+
+    std::string configText(const std::string& network, bool quantized = false) const {
+        return "model_path: " + networkPath(network) +
+               "\nconf_thres: 0.25\nnms_thres: 0.65\nclass_num: 80\ninput_size: [640, 640]\n" +
+               "framework: ONNX\nis_quantized: " + (quantized ? "true\n" : "false\n");
+    }
+
+    void expectObjectsOf(CvModel& model, const std::string& network, const Tolerance& tolerance) const;
+
+    std::string folder_;
+    json expected_;
+};
+
+std::vector<ExpectedObject> objectsFrom(const json& entries) {
+    std::vector<ExpectedObject> objects;
+    for (const json& entry : entries) {
+        const auto box = entry.at("box").get<std::vector<float>>();
+        ExpectedObject expected;
+        expected.object = {
+            {box.at(0), box.at(1), box.at(2), box.at(3)}, entry.at("label"), entry.at("prob"), {}};
+        if (entry.contains("mask_pixels")) {
+            expected.maskPixels = entry.at("mask_pixels").get<int>();
+        }
+        objects.push_back(expected);
+    }
+    return objects;
+}
+
+std::vector<Object> objectsOf(const std::vector<ExpectedObject>& expected) {
+    std::vector<Object> objects;
+    for (const ExpectedObject& entry : expected) {
+        objects.push_back(entry.object);
+    }
+    return objects;
+}
+
+void expectClose(const Object& found, const ExpectedObject& expected, const Tolerance& tolerance) {
+    const Object& object = expected.object;
+    EXPECT_NEAR(found.prob, object.prob, tolerance.prob);
+    EXPECT_NEAR(found.rect.x, object.rect.x, tolerance.pixels);
+    EXPECT_NEAR(found.rect.y, object.rect.y, tolerance.pixels);
+    EXPECT_NEAR(found.rect.width, object.rect.width, tolerance.pixels);
+    EXPECT_NEAR(found.rect.height, object.rect.height, tolerance.pixels);
+    ASSERT_EQ(found.mask.empty(), !expected.maskPixels.has_value());
+    if (expected.maskPixels) {
+        EXPECT_NEAR(cv::countNonZero(found.mask), *expected.maskPixels,
+                    *expected.maskPixels * tolerance.maskPixels);
+    }
+}
+
+void RealNetworks::expectObjectsOf(CvModel& model, const std::string& network,
+                                   const Tolerance& tolerance) const {
+    ASSERT_FALSE(expected_.empty());
+    for (const auto& [photo, byNetwork] : expected_.items()) {
+        SCOPED_TRACE(photo);
+        const std::vector<ExpectedObject> expected = objectsFrom(byNetwork.at(network));
+        std::vector<Object> found;
+        model.detect(cv::imread(folder_ + "/photos/" + photo), found);
+        ASSERT_EQ(last_run_report().inference_status, 0);
+
+        const auto pairs = matchObjects(found, objectsOf(expected), tolerance.minOverlap);
+        EXPECT_EQ(found.size(), expected.size());
+        EXPECT_EQ(pairs.size(), expected.size());
+        for (const auto& [ours, theirs] : pairs) {
+            expectClose(found[ours], expected[theirs], tolerance);
+        }
+    }
+}
+
+TEST_F(RealNetworks, FusedDetectorFindsTheExpectedObjects) {
+    const TemporaryFolder folder;
+    YOLOv5 model(folder.write("fused.yaml", configText("yolov5n_fused_640")));
+    ASSERT_EQ(last_run_report().init_status, 0);
+    expectObjectsOf(model, "yolov5n_fused_640", kFloatNetwork);
+}
+
+TEST_F(RealNetworks, CutDetectorFindsTheExpectedObjects) {
+    const TemporaryFolder folder;
+    YOLOv5Cutoff model(folder.write("cut.yaml", configText("yolov5n_cutoff_bgr_640")));
+    ASSERT_EQ(last_run_report().init_status, 0);
+    expectObjectsOf(model, "yolov5n_cutoff_bgr_640", kInt8Network);
+}
+
+TEST_F(RealNetworks, SegmentationFindsTheExpectedObjectsAndMasks) {
+    YOLOv8Seg model(YAML::Load(configText("yolov8n-seg_heads_bgr_640")));
+    expectObjectsOf(model, "yolov8n-seg_heads_bgr_640", kFloatNetwork);
+}
+
+}  // namespace

@@ -1,0 +1,27 @@
+#pragma once
+
+/// \file
+/// The held-out pictures of the sample networks and their ground truth.
+
+#include "support/average_precision.h"
+
+#include <string>
+#include <vector>
+
+namespace brellix::testing {
+
+struct ShapesDataset {
+    std::vector<std::string> pictures;  ///< paths; `ScoredBox::image` is an index into this list
+    std::vector<ScoredBox> truth;
+};
+
+/// Reads models/shapes/truth.json. \throws std::exception where it is not what it should be.
+ShapesDataset readShapesDataset();
+
+/// Path of a file of models/shapes.
+std::string shapesFile(const std::string& name);
+
+/// Text of a configuration of models/shapes with `model_path` made absolute and another confidence threshold.
+std::string shapesConfig(const std::string& name, float confidence);
+
+}  // namespace brellix::testing

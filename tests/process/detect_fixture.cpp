@@ -1,0 +1,96 @@
+#include "detect_fixture.h"
+
+#include <opencv2/imgcodecs.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace brellix::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+TinyNetwork discAndCube() {
+    TinyNetwork network;
+    network.candidates = {
+        {32.0F, 24.0F, 20.0F, 10.0F, 0.75F, {0.5F, 0.0F, 0.0F}},
+        {12.0F, 48.0F, 16.0F, 24.0F, 1.0F, {0.0F, 0.25F, 0.875F}},
+        {50.0F, 50.0F, 8.0F, 8.0F, 0.125F, {1.0F, 1.0F, 1.0F}},  // below the threshold
+    };
+    return network;
+}
+
+}  // namespace
+
+DetectTest::DetectTest() {
+    writeTinyNetwork(path("network.onnx"), discAndCube());
+    writeText("model.yaml", goodConfig());
+}
+
+ProgramResult DetectTest::run(const std::vector<std::string>& arguments) const {
+    return runWith(StandardOutput::kCaught, arguments);
+}
+
+ProgramResult DetectTest::runWith(StandardOutput standardOutput,
+                                  const std::vector<std::string>& arguments) const {
+    ProgramSetup setup;
+    setup.workingDirectory = folder_.path();
+    setup.standardOutput = standardOutput;
+    return runProgram(arguments, setup);
+}
+
+void DetectTest::writeText(const std::string& name, const std::string& text) const {
+    static_cast<void>(folder_.write(name, text));
+}
+
+std::string DetectTest::readText(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(path(name), std::ios::binary).rdbuf();
+    return text.str();
+}
+
+void DetectTest::makeFolder(const std::string& name) const {
+    fs::create_directories(path(name));
+}
+
+bool DetectTest::exists(const std::string& name) const {
+    return fs::exists(path(name));
+}
+
+void DetectTest::writePicture(const std::string& name, cv::Size size) const {
+    ASSERT_TRUE(cv::imwrite(path(name), cv::Mat(size, CV_8UC3, cv::Scalar(90, 120, 150))));
+}
+
+cv::Mat DetectTest::readPicture(const std::string& name) const {
+    return cv::imread(path(name), cv::IMREAD_UNCHANGED);
+}
+
+std::string DetectTest::goodConfig() {
+    return "model_path: network.onnx\n"
+           "conf_thres: 0.25\n"
+           "nms_thres: 0.65\n"
+           "class_num: 3\n"
+           "input_size: [64, 64]\n"
+           "class_mapping: {0: disc, 1: cone, 2: cube}\n";
+}
+
+std::vector<nlohmann::json> DetectTest::jsonLines(const std::string& text) {
+    std::vector<nlohmann::json> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(nlohmann::json::parse(line, nullptr, false));
+        EXPECT_TRUE(lines.back().is_object()) << "no JSON object: " << line;
+    }
+    return lines;
+}
+
+std::vector<std::string> DetectTest::sources(const std::string& jsonText) {
+    std::vector<std::string> names;
+    for (const nlohmann::json& line : jsonLines(jsonText)) {
+        names.push_back(line.value("source", "(none)"));
+    }
+    return names;
+}
+
+}  // namespace brellix::testing

@@ -1,0 +1,56 @@
+#include "progress.h"
+#include "detect_fixture.h"
+
+namespace brellix::testing {
+namespace {
+
+TEST(Progress, SaysCountRateAndTimeLeft) {
+    EXPECT_EQ(app::progressText(10, 30, 5.0), "10/30 pictures, 2.0 a second, 10 s left");
+    EXPECT_EQ(app::progressText(1, 1000, 1.0), "1/1000 pictures, 1.0 a second, 16 min 39 s left");
+    EXPECT_EQ(app::progressText(1, 7201, 1.0), "1/7201 pictures, 1.0 a second, 2 h 0 min left");
+}
+
+TEST(Progress, SaysNoRateBeforeThereIsOne) {
+    EXPECT_EQ(app::progressText(0, 1, 0.0), "0/1 picture");
+    EXPECT_EQ(app::progressText(0, 2, 3.0), "0/2 pictures");
+}
+
+class ProgressLine : public DetectTest {
+  protected:
+    ProgressLine() {
+        writePicture("a.png");
+        writePicture("b.png");
+    }
+
+    ProgramResult runOnTerminal(const std::vector<std::string>& arguments) const {
+        ProgramSetup setup;
+        setup.workingDirectory = path("");
+        setup.standardErrorIsTerminal = true;
+        return runProgram(arguments, setup);
+    }
+};
+
+TEST_F(ProgressLine, AppearsOnATerminalAndIsErased) {
+    const ProgramResult result = runOnTerminal({"detect", "model.yaml", "a.png", "b.png"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.err.find("0/2 pictures"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("1/2 pictures"), std::string::npos) << result.err;
+    const std::string erase = "\r\033[K";
+    ASSERT_GE(result.err.size(), erase.size());
+    EXPECT_EQ(result.err.substr(result.err.size() - erase.size()), erase);
+}
+
+TEST_F(ProgressLine, IsErasedBeforeAMessage) {
+    writeText("b.png", "");
+    const ProgramResult result = runOnTerminal({"detect", "model.yaml", "a.png", "b.png"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.err.find("\r\033[Kbrellix: b.png: the file is empty"), std::string::npos) << result.err;
+}
+
+TEST_F(ProgressLine, IsNotShownInAPipeOrWhenQuiet) {
+    EXPECT_EQ(run({"detect", "model.yaml", "a.png", "b.png"}).err, "");
+    EXPECT_EQ(runOnTerminal({"detect", "model.yaml", "a.png", "b.png", "--quiet"}).err, "");
+}
+
+}  // namespace
+}  // namespace brellix::testing

@@ -1,0 +1,33 @@
+#include "property/random.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace brellix::testing {
+
+int Random::length(int high) {
+    return chance(0.1) ? integer(1, high) : integer(1, std::min(high, 200));
+}
+
+float Random::hostile() {
+    using Limits = std::numeric_limits<float>;
+    return oneOf({Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), 0.0F, -0.0F, Limits::max(),
+                  Limits::lowest(), Limits::min(), Limits::denorm_min(), 2147483648.0F, -2147483648.0F, 1e10F,
+                  -1e10F});
+}
+
+cv::Mat Random::image(const cv::Size& size, int type) {
+    cv::Mat picture(size, type);
+    cv::RNG noise(engine_());
+    noise.fill(picture, cv::RNG::UNIFORM, 0, 256);
+    return picture;
+}
+
+std::vector<std::int8_t> Random::bytes(std::size_t count) {
+    std::vector<std::int8_t> values(count);
+    std::generate(values.begin(), values.end(),
+                  [this] { return static_cast<std::int8_t>(integer(-128, 127)); });
+    return values;
+}
+
+}  // namespace brellix::testing

@@ -1,0 +1,154 @@
+#include "property/comparison.h"
+#include "property/random.h"
+#include "property/yolov8_seg_tensors.h"
+#include "reference/seg_objects.h"
+#include "support/fake_engine.h"
+
+#include "brellix/yolov8_seg.h"
+
+#include <gtest/gtest.h>
+
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace brellix::testing {
+namespace {
+
+using ai_orvo::model::Object;
+using ai_orvo::model::TensorMap;
+using ai_orvo::model::YOLOv8Seg;
+using reference::SegSettings;
+
+/// Takes the masks away, so that what is left can be compared field by field.
+std::vector<cv::Mat> takeMasks(std::vector<Object>& objects) {
+    std::vector<cv::Mat> masks;
+    for (Object& object : objects) {
+        masks.push_back(object.mask);
+        object.mask = cv::Mat();
+    }
+    return masks;
+}
+
+/// What one comparison saw.
+struct Seen {
+    std::size_t objects = 0;
+    int maskPixels = 0;
+};
+
+/// Compares one case, with `earlier` objects already in the vector.
+Seen compareWithReference(const SegSettings& settings, const TensorMap& outputs,
+                          const std::vector<Object>& earlier = {}) {
+    YOLOv8Seg model(segConfig(settings));
+    applySettings(model, settings);
+    TensorMap actualOutputs = outputs;
+    TensorMap expectedOutputs = outputs;
+    std::vector<Object> actual = earlier;
+    std::vector<Object> expected = earlier;
+    model.postprocess(actualOutputs, actual);
+    reference::detectSeg(settings, expectedOutputs, expected);
+    EXPECT_EQ(actualOutputs.size(), 10U);
+
+    const std::vector<cv::Mat> actualMasks = takeMasks(actual);
+    const std::vector<cv::Mat> expectedMasks = takeMasks(expected);
+    EXPECT_TRUE(sameObjects(actual, expected));
+    Seen seen{actual.size() - earlier.size(), 0};
+    for (std::size_t i = 0; i < std::min(actualMasks.size(), expectedMasks.size()); ++i) {
+        EXPECT_TRUE(sameImage(actualMasks[i], expectedMasks[i])) << "mask " << i;
+        seen.maskPixels += expectedMasks[i].empty() ? 0 : cv::countNonZero(expectedMasks[i]);
+    }
+    return seen;
+}
+
+/// Once with float tensors, once with 8-bit ones.
+class Yolov8SegObjectsProperty : public ::testing::TestWithParam<bool> {
+  protected:
+    Yolov8SegObjectsProperty() { FakeEngine::reset(); }
+};
+
+TEST_P(Yolov8SegObjectsProperty, RandomOutputsGiveTheObjectsAndMasksOfTheReference) {
+    Random random(101);
+    std::size_t found = 0;
+    int maskPixels = 0;
+    for (int i = 0; i < 150; ++i) {
+        const SegSettings settings = randomSegSettings(random, GetParam());
+        const Seen seen = compareWithReference(settings, randomSegOutputs(random, settings));
+        found += seen.objects;
+        maskPixels += seen.maskPixels;
+        ASSERT_FALSE(HasFailure()) << "case " << i;
+    }
+    EXPECT_GT(found, 500U);
+    EXPECT_GT(maskPixels, 10000);
+}
+
+TEST_P(Yolov8SegObjectsProperty, MasksGoToTheFirstObjectsOfTheVector) {
+    Random random(102);
+    std::size_t found = 0;
+    for (int i = 0; i < 30; ++i) {
+        const SegSettings settings = randomSegSettings(random, GetParam());
+        std::vector<Object> earlier(2);
+        earlier[0].rect = {1, 2, 5, 6};
+        earlier[1].rect = {0, 0, 0, 3};
+        found += compareWithReference(settings, randomSegOutputs(random, settings), earlier).objects;
+        ASSERT_FALSE(HasFailure()) << "case " << i;
+    }
+    EXPECT_GT(found, 100U);
+}
+
+TEST_P(Yolov8SegObjectsProperty, MissingAndShortTensorsLeaveTheirHeadOut) {
+    Random random(103);
+    std::size_t found = 0;
+    for (int i = 0; i < 60; ++i) {
+        const SegSettings settings = randomSegSettings(random, GetParam());
+        TensorMap outputs = randomSegOutputs(random, settings);
+        const std::string name = "output" + std::to_string(random.integer(0, 8));
+        if (random.chance(0.5)) {
+            outputs.erase(name);
+        } else if (random.chance(0.5)) {
+            outputs[name].data = nullptr;
+        } else {
+            outputs[name].data->pop_back();
+        }
+        found += compareWithReference(settings, outputs).objects;
+        ASSERT_FALSE(HasFailure()) << "case " << i;
+    }
+    EXPECT_GT(found, 100U);
+}
+
+TEST_P(Yolov8SegObjectsProperty, NothingAboveTheThresholdAddsNothing) {
+    Random random(104);
+    for (int i = 0; i < 10; ++i) {
+        SegSettings settings = randomSegSettings(random, GetParam());
+        settings.confThreshold = 1.0F;
+        EXPECT_EQ(compareWithReference(settings, randomSegOutputs(random, settings)).objects, 0U);
+        EXPECT_EQ(compareWithReference(settings, {}).objects, 0U);
+    }
+}
+
+TEST_P(Yolov8SegObjectsProperty, AnInputThatIsNotSquareThrowsOnceThereIsAnObject) {
+    Random random(105);
+    SegSettings settings = randomSegSettings(random, GetParam());
+    settings.inputSize = {96, 64};
+    settings.protoWidth = 24;
+    settings.protoHeight = 16;
+    settings.grids = {cv::Size(12, 8), cv::Size(6, 4), cv::Size(3, 2)};
+    settings.confThreshold = 0.3F;
+    TensorMap outputs = randomSegOutputs(random, settings);
+    YOLOv8Seg model(segConfig(settings));
+    applySettings(model, settings);
+    std::vector<Object> objects;
+    EXPECT_THROW(model.postprocess(outputs, objects), cv::Exception);
+    model.confThreshold = 1.0F;
+    objects.clear();
+    EXPECT_NO_THROW(model.postprocess(outputs, objects));
+    EXPECT_TRUE(objects.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(FloatAndInt8, Yolov8SegObjectsProperty, ::testing::Bool(),
+                         [](const auto& suite) { return suite.param ? "Int8" : "Float"; });
+
+}  // namespace
+}  // namespace brellix::testing

@@ -1,0 +1,116 @@
+#include "brellix/run_report.h"
+#include "brellix/yolov8_seg.h"
+#include "support/capture_stdout.h"
+#include "support/fake_engine.h"
+#include "yolov8_seg/seg_fixture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <opencv2/core.hpp>
+
+namespace {
+
+using namespace ai_orvo::model;
+using brellix::testing::FakeEngine;
+using brellix::testing::segConfigText;
+using brellix::testing::standardOutputOf;
+using ::testing::HasSubstr;
+
+cv::Mat noise(int width, int height) {
+    cv::Mat image(height, width, CV_8UC3);
+    cv::RNG(5).fill(image, cv::RNG::UNIFORM, 0, 256);
+    return image;
+}
+
+/// What the engine is handed for one picture of 64 x 64.
+std::pair<AIBuff, TensorMap> handedOver(const std::string& framework, bool quantized) {
+    FakeEngine& engine = FakeEngine::reset();
+    YOLOv8Seg model(YAML::Load(segConfigText(framework, quantized)));
+    std::vector<Object> objects;
+    model.detect(noise(64, 64), objects);
+    return {engine.inputs.at(0).at("images"), engine.preparedOutputs.at(0)};
+}
+
+TEST(YOLOv8SegDetect, FloatBackEndsReceiveThePlanarBgrImage) {
+    for (const std::string framework : {"ONNX", "TensorRT"}) {
+        const AIBuff input = handedOver(framework, false).first;
+        EXPECT_EQ(input.type, 2);
+        EXPECT_EQ(input.scale, 0.0F);
+        const auto values = brellix::testing::floatsOf(input);
+        ASSERT_EQ(values.size(), 3U * 64U * 64U);
+        const cv::Mat image = noise(64, 64);
+        for (int plane = 0; plane < 3; ++plane) {
+            const auto index = static_cast<std::size_t>((plane * 64 + 10) * 64 + 20);
+            EXPECT_EQ(values[index], static_cast<float>(image.at<cv::Vec3b>(10, 20)[plane]) * 0.003921569F);
+        }
+    }
+}
+
+TEST(YOLOv8SegDetect, RknnReceivesTheBytes) {
+    const AIBuff input = handedOver("RKNN", true).first;
+    EXPECT_EQ(input.type, 0);
+    EXPECT_EQ(input.zp, 0);
+    EXPECT_EQ(input.scale, 1.0F);
+    const cv::Mat image = noise(64, 64);
+    ASSERT_EQ(input.data->size(), image.total() * 3);
+    EXPECT_EQ(std::memcmp(input.data->data(), image.data, input.data->size()), 0);
+}
+
+TEST(YOLOv8SegDetect, BackEndAndQuantisationAreChosenIndependently) {
+    const auto floatRknn = handedOver("RKNN", false);
+    EXPECT_EQ(floatRknn.first.data->size(), 3U * 64U * 64U);
+    EXPECT_EQ(floatRknn.first.type, 2);
+    EXPECT_EQ(floatRknn.second.at("output0").data->size(), 64U * 64U * 4U);
+    const auto quantisedOnnx = handedOver("ONNX", true);
+    EXPECT_EQ(quantisedOnnx.first.data->size(), 3U * 64U * 64U * 4U);
+    EXPECT_EQ(quantisedOnnx.first.type, 0);
+    EXPECT_EQ(quantisedOnnx.first.scale, 1.0F);
+    EXPECT_EQ(quantisedOnnx.second.at("output0").data->size(), 64U * 64U);
+}
+
+TEST(YOLOv8SegDetect, TenOutputsAreSizedFromTheTable) {
+    const TensorMap outputs = handedOver("ONNX", false).second;
+    EXPECT_EQ(outputs.size(), 10U);
+    EXPECT_EQ(outputs.at("output1").data->size(), 2U * 64U * 4U);
+    EXPECT_EQ(outputs.at("output5").data->size(), 32U * 16U * 4U);
+    EXPECT_EQ(outputs.at("proto").data->size(), 32U * 16U * 16U * 4U);
+    EXPECT_EQ(outputs.at("proto").type, 2);
+}
+
+TEST(YOLOv8SegDetect, ThreeDurationsAreLoggedWithoutDetections) {
+    FakeEngine::reset();
+    YOLOv8Seg model(YAML::Load(segConfigText()));
+    // Confidence 2 passes nothing; all-zero scores would otherwise stay below it all the same.
+    model.confThreshold = 2.0F;
+    std::vector<Object> objects;
+    const std::string output = standardOutputOf([&] { model.detect(noise(64, 64), objects); });
+    EXPECT_TRUE(objects.empty());
+    EXPECT_THAT(output, HasSubstr(" [INFO] YOLOv8-seg Preprocess runtime = "));
+    EXPECT_THAT(output, HasSubstr(" [INFO] YOLOv8-seg Inference runtime = "));
+    EXPECT_THAT(output, HasSubstr(" [INFO] YOLOv8-seg postprocess runtime = "));
+    EXPECT_THAT(output, HasSubstr("(ms)\n"));
+}
+
+TEST(YOLOv8SegDetect, FailedInferenceIsReportedAndDecodedAsItStands) {
+    FakeEngine::reset().inference = [](TensorMap&, TensorMap& outputs) {
+        outputs.erase("output4");
+        return 8;
+    };
+    YOLOv8Seg model(YAML::Load(segConfigText()));
+    std::vector<Object> objects;
+    model.detect(noise(30, 64), objects);
+    EXPECT_TRUE(objects.empty());
+    EXPECT_EQ(last_run_report().inference_status, 8);
+    EXPECT_EQ(model.letterboxInfo.dw, 17.0F);
+}
+
+TEST(YOLOv8SegDetect, EmptyImageRaisesOpenCvsException) {
+    FakeEngine::reset();
+    YOLOv8Seg model(YAML::Load(segConfigText()));
+    std::vector<Object> objects;
+    EXPECT_THROW(model.detect(cv::Mat(), objects), cv::Exception);
+}
+
+}  // namespace
