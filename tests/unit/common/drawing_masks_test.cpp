@@ -1,4 +1,5 @@
 #include "brellix/drawing.h"
+#include "support/images.h"
 
 #include <gtest/gtest.h>
 
@@ -11,16 +12,8 @@ using ai_orvo::model::CLASS_COLORS;
 using ai_orvo::model::draw_objects_masks;
 using ai_orvo::model::MASK_COLORS;
 using ai_orvo::model::Object;
-
-cv::Mat noise(int width, int height) {
-    cv::Mat image(height, width, CV_8UC3);
-    cv::RNG(9).fill(image, cv::RNG::UNIFORM, 0, 256);
-    return image;
-}
-
-bool sameBytes(const cv::Mat& a, const cv::Mat& b) {
-    return a.size() == b.size() && a.type() == b.type() && cv::norm(a, b, cv::NORM_INF) == 0.0;
-}
+using brellix::testing::noisePicture;
+using brellix::testing::sameBytes;
 
 cv::Mat blended(const cv::Mat& image, const cv::Mat& colored) {
     cv::Mat result;
@@ -38,14 +31,14 @@ std::vector<std::string> names(std::size_t count) {
 }
 
 TEST(DrawObjectsMasks, WithoutObjectsThePictureIsBrightened) {
-    const cv::Mat image = noise(60, 40);
+    const cv::Mat image = noisePicture(60, 40);
     cv::Mat result;
     draw_objects_masks(image, result, {}, {}, CLASS_COLORS, MASK_COLORS);
     EXPECT_TRUE(sameBytes(result, blended(image, image)));
 }
 
 TEST(DrawObjectsMasks, MaskPixelsTakeTheLabelsColorModuloTwenty) {
-    const cv::Mat image = noise(60, 40);
+    const cv::Mat image = noisePicture(60, 40);
     cv::Mat mask = cv::Mat::zeros(40, 60, CV_8U);
     mask(cv::Rect(10, 10, 20, 15)).setTo(255);
     cv::Mat result;
@@ -56,7 +49,7 @@ TEST(DrawObjectsMasks, MaskPixelsTakeTheLabelsColorModuloTwenty) {
 }
 
 TEST(DrawObjectsMasks, LaterMasksCoverEarlierOnes) {
-    const cv::Mat image = noise(30, 30);
+    const cv::Mat image = noisePicture(30, 30);
     const cv::Mat whole(30, 30, CV_8U, cv::Scalar(255));
     cv::Mat result;
     draw_objects_masks(image, result, {hidden(0, whole, 30), hidden(1, whole, 30)}, names(2), CLASS_COLORS,
@@ -65,7 +58,7 @@ TEST(DrawObjectsMasks, LaterMasksCoverEarlierOnes) {
 }
 
 TEST(DrawObjectsMasks, LabelsAreLargerThanTheDetectors) {
-    const cv::Mat image = noise(300, 200);
+    const cv::Mat image = noisePicture(300, 200);
     cv::Mat result;
     draw_objects_masks(image, result, {{{20.6F, 30.7F, 50.5F, 40.4F}, 25, 0.876F, cv::Mat()}}, names(80),
                        CLASS_COLORS, MASK_COLORS);
@@ -80,14 +73,14 @@ TEST(DrawObjectsMasks, LabelsAreLargerThanTheDetectors) {
 }
 
 TEST(DrawObjectsMasks, AnObjectWithoutAMaskIsBoxedButNotColored) {
-    const cv::Mat image = noise(60, 40);
+    const cv::Mat image = noisePicture(60, 40);
     cv::Mat result;
     draw_objects_masks(image, result, {hidden(3, cv::Mat(), 40)}, names(4), CLASS_COLORS, MASK_COLORS);
     EXPECT_TRUE(sameBytes(result, blended(image, image)));
 }
 
 TEST(DrawObjectsMasks, AMaskOfAnotherSizeIsRefused) {
-    const cv::Mat image = noise(60, 40);
+    const cv::Mat image = noisePicture(60, 40);
     cv::Mat result;
     const Object object{{1, 1, 5, 5}, 0, 0.5F, cv::Mat(10, 10, CV_8U, cv::Scalar(255))};
     EXPECT_THROW(draw_objects_masks(image, result, {object}, names(1), CLASS_COLORS, MASK_COLORS),
@@ -96,7 +89,7 @@ TEST(DrawObjectsMasks, AMaskOfAnotherSizeIsRefused) {
 }
 
 TEST(DrawObjectsMasks, ANegativeLabelIsRefused) {
-    const cv::Mat image = noise(60, 40);
+    const cv::Mat image = noisePicture(60, 40);
     cv::Mat result;
     const Object object{{1, 1, 5, 5}, -1, 0.5F, cv::Mat(40, 60, CV_8U, cv::Scalar(255))};
     EXPECT_THROW(draw_objects_masks(image, result, {object}, names(1), CLASS_COLORS, MASK_COLORS),
@@ -104,7 +97,7 @@ TEST(DrawObjectsMasks, ANegativeLabelIsRefused) {
 }
 
 TEST(DrawObjectsMasks, ImageAndResultMayBeTheSameMatrix) {
-    cv::Mat image = noise(60, 40);
+    cv::Mat image = noisePicture(60, 40);
     cv::Mat apart;
     draw_objects_masks(image, apart, {}, {}, CLASS_COLORS, MASK_COLORS);
     draw_objects_masks(image, image, {}, {}, CLASS_COLORS, MASK_COLORS);

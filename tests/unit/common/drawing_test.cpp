@@ -1,4 +1,5 @@
 #include "brellix/drawing.h"
+#include "support/images.h"
 
 #include <gtest/gtest.h>
 
@@ -14,16 +15,8 @@ using ai_orvo::model::MASK_COLORS;
 using ai_orvo::model::Object;
 
 using Names = std::vector<std::string>;
-
-cv::Mat noise(int width, int height) {
-    cv::Mat image(height, width, CV_8UC3);
-    cv::RNG(7).fill(image, cv::RNG::UNIFORM, 0, 256);
-    return image;
-}
-
-bool sameBytes(const cv::Mat& a, const cv::Mat& b) {
-    return a.size() == b.size() && a.type() == b.type() && cv::norm(a, b, cv::NORM_INF) == 0.0;
-}
+using brellix::testing::noisePicture;
+using brellix::testing::sameBytes;
 
 Object object(cv::Rect_<float> rect, int label, float prob) {
     return {rect, label, prob, cv::Mat()};
@@ -64,7 +57,7 @@ TEST(ColorTables, RepeatTheColorsThatRepeat) {
 }
 
 TEST(DrawObjects, WithoutObjectsTheImageIsCopied) {
-    const cv::Mat image = noise(50, 40);
+    const cv::Mat image = noisePicture(50, 40);
     cv::Mat result;
     draw_objects(image, result, {}, {}, CLASS_COLORS);
     EXPECT_TRUE(sameBytes(image, result));
@@ -72,7 +65,7 @@ TEST(DrawObjects, WithoutObjectsTheImageIsCopied) {
 }
 
 TEST(DrawObjects, BoxIsRoundedAndLabelTruncated) {
-    const cv::Mat image = noise(200, 100);
+    const cv::Mat image = noisePicture(200, 100);
     cv::Mat result;
     draw_objects(image, result, {object({20.6F, 30.7F, 50.5F, 40.4F}, 0, 0.876F)}, {"person"}, CLASS_COLORS);
     // 50.5 is a tie and goes to the even 50.
@@ -82,7 +75,7 @@ TEST(DrawObjects, BoxIsRoundedAndLabelTruncated) {
 }
 
 TEST(DrawObjects, LabelTopIsClampedToTheRowCount) {
-    const cv::Mat image = noise(120, 60);
+    const cv::Mat image = noisePicture(120, 60);
     cv::Mat result;
     draw_objects(image, result, {object({10, 75, 30, 30}, 0, 0.5F)}, {"a"}, CLASS_COLORS);
     const cv::Mat drawn = expected(image, {10, 75, 30, 30}, {10, 60}, "a 50.0%", cv::Scalar(0, 114, 189));
@@ -90,7 +83,7 @@ TEST(DrawObjects, LabelTopIsClampedToTheRowCount) {
 }
 
 TEST(DrawObjects, LabelOfABoxAboveThePictureFollowsIt) {
-    const cv::Mat image = noise(120, 60);
+    const cv::Mat image = noisePicture(120, 60);
     cv::Mat result;
     draw_objects(image, result, {object({-5.9F, -3.9F, 60, 30}, 1, 1.0F)}, {"a", "bc"}, CLASS_COLORS);
     const cv::Mat drawn = expected(image, {-6, -4, 60, 30}, {-5, -2}, "bc 100.0%", cv::Scalar(217, 83, 25));
@@ -98,7 +91,7 @@ TEST(DrawObjects, LabelOfABoxAboveThePictureFollowsIt) {
 }
 
 TEST(DrawObjects, ObjectsAreDrawnInOrder) {
-    const cv::Mat image = noise(100, 100);
+    const cv::Mat image = noisePicture(100, 100);
     const std::vector<Object> objects = {object({10, 10, 50, 50}, 0, 0.5F),
                                          object({12, 12, 50, 50}, 1, 0.4F)};
     const Names names = {"x", "y"};
@@ -111,7 +104,7 @@ TEST(DrawObjects, ObjectsAreDrawnInOrder) {
 }
 
 TEST(DrawObjects, TextIsCutAfter255Characters) {
-    const cv::Mat image = noise(3000, 60);
+    const cv::Mat image = noisePicture(3000, 60);
     cv::Mat result;
     draw_objects(image, result, {object({5, 5, 20, 20}, 0, 0.5F)}, {std::string(300, 'm')}, CLASS_COLORS);
     const cv::Mat drawn =
@@ -120,7 +113,7 @@ TEST(DrawObjects, TextIsCutAfter255Characters) {
 }
 
 TEST(DrawObjects, ImageAndResultMayBeTheSameMatrix) {
-    cv::Mat image = noise(100, 100);
+    cv::Mat image = noisePicture(100, 100);
     const cv::Mat original = image.clone();
     const std::vector<Object> objects = {object({10, 10, 50, 50}, 0, 0.5F)};
     cv::Mat apart;
@@ -131,7 +124,7 @@ TEST(DrawObjects, ImageAndResultMayBeTheSameMatrix) {
 }
 
 TEST(DrawObjects, ALabelOutsideTheTablesIsRefusedAndNothingIsDrawn) {
-    const cv::Mat image = noise(20, 20);
+    const cv::Mat image = noisePicture(20, 20);
     cv::Mat result;
     for (const int label : {-1, 2, 80}) {
         EXPECT_THROW(
@@ -145,7 +138,7 @@ TEST(DrawObjects, ALabelOutsideTheTablesIsRefusedAndNothingIsDrawn) {
 }
 
 TEST(DrawObjects, ExtremeBoxesAreHarmless) {
-    const cv::Mat image = noise(64, 48);
+    const cv::Mat image = noisePicture(64, 48);
     const float huge = std::numeric_limits<float>::max();
     const float nan = std::numeric_limits<float>::quiet_NaN();
     std::vector<Object> objects;

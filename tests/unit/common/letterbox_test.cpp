@@ -1,4 +1,5 @@
 #include "brellix/letterbox.h"
+#include "support/images.h"
 
 #include <gtest/gtest.h>
 
@@ -8,15 +9,12 @@ namespace {
 
 using ai_orvo::model::letterbox;
 using ai_orvo::model::LetterboxInfo;
+using brellix::testing::sameBytes;
 
 const cv::Vec3b kGrey(114, 114, 114);
 
 cv::Mat filled(int width, int height, const cv::Vec3b& color) {
     return cv::Mat(height, width, CV_8UC3, cv::Scalar(color[0], color[1], color[2]));
-}
-
-bool sameBytes(const cv::Mat& a, const cv::Mat& b) {
-    return a.size() == b.size() && a.type() == b.type() && cv::norm(a, b, cv::NORM_INF) == 0.0;
 }
 
 /// Rows of pure padding above and below, columns left and right of a picture that has no padding colour.

@@ -2,6 +2,7 @@
 #include "brellix/yolov5.h"
 #include "support/capture_stdout.h"
 #include "support/fake_engine.h"
+#include "support/images.h"
 
 #include <gtest/gtest.h>
 
@@ -14,13 +15,8 @@ namespace {
 using namespace ai_orvo::model;
 using brellix::testing::FakeEngine;
 using brellix::testing::floatsOf;
+using brellix::testing::noisePicture;
 using brellix::testing::standardOutputOf;
-
-cv::Mat noise(int width, int height) {
-    cv::Mat image(height, width, CV_8UC3);
-    cv::RNG(11).fill(image, cv::RNG::UNIFORM, 0, 256);
-    return image;
-}
 
 void writeRow(AIBuff& output, std::size_t row, const std::vector<float>& values) {
     std::memcpy(output.data->data() + row * values.size() * sizeof(float), values.data(),
@@ -30,7 +26,7 @@ void writeRow(AIBuff& output, std::size_t row, const std::vector<float>& values)
 TEST(YOLOv5Detect, EngineReceivesThePlanarRgbImage) {
     FakeEngine& engine = FakeEngine::reset();
     YOLOv5 model("net", "RKNN", {64, 32}, 0.3F, 0.6F, 2);
-    const cv::Mat image = noise(64, 32);
+    const cv::Mat image = noisePicture(64, 32);
     std::vector<Object> objects;
     model.detect(image, objects);
 
@@ -59,7 +55,7 @@ TEST(YOLOv5Detect, OutputComesAsZeroBytesOfTheRegisteredSize) {
     FakeEngine& engine = FakeEngine::reset();
     YOLOv5 model("net", "RKNN", {64, 32}, 0.3F, 0.6F, 2);
     std::vector<Object> objects;
-    model.detect(noise(10, 10), objects);
+    model.detect(noisePicture(10, 10), objects);
     ASSERT_EQ(engine.preparedOutputs.size(), 1U);
     ASSERT_EQ(engine.preparedOutputs[0].size(), 1U);
     const AIBuff& output = engine.preparedOutputs[0].at("output0");
@@ -76,7 +72,7 @@ TEST(YOLOv5Detect, ObjectsAreInSourcePixels) {
     };
     YOLOv5 model("net", "TensorRT", {64, 64}, 0.25F, 0.65F, 2);
     std::vector<Object> objects(3);
-    const std::string output = standardOutputOf([&] { model.detect(noise(128, 64), objects); });
+    const std::string output = standardOutputOf([&] { model.detect(noisePicture(128, 64), objects); });
     EXPECT_EQ(output, "dw: 0, dh: 16, ratio: 2\n");
     ASSERT_EQ(objects.size(), 1U);
     EXPECT_EQ(objects[0].rect, cv::Rect_<float>(48, 24, 32, 16));
@@ -90,7 +86,8 @@ TEST(YOLOv5Detect, ImageOfTheInputSizeHasNoPadding) {
     FakeEngine::reset();
     YOLOv5 model("net", "TensorRT", {64, 64}, 0.25F, 0.65F, 2);
     std::vector<Object> objects;
-    EXPECT_EQ(standardOutputOf([&] { model.detect(noise(64, 64), objects); }), "dw: 0, dh: 0, ratio: 1\n");
+    EXPECT_EQ(standardOutputOf([&] { model.detect(noisePicture(64, 64), objects); }),
+              "dw: 0, dh: 0, ratio: 1\n");
 }
 
 TEST(YOLOv5Detect, ReplacedBuffersAreDecoded) {
@@ -101,7 +98,7 @@ TEST(YOLOv5Detect, ReplacedBuffersAreDecoded) {
     };
     YOLOv5 model("net", "TensorRT", {64, 64}, 0.25F, 0.65F, 1);
     std::vector<Object> objects;
-    model.detect(noise(64, 64), objects);
+    model.detect(noisePicture(64, 64), objects);
     EXPECT_EQ(objects.size(), 1U);
 }
 
@@ -110,11 +107,11 @@ TEST(YOLOv5Detect, FailedInferenceGivesNoObjectsAndIsReported) {
     engine.inference = [](TensorMap&, TensorMap&) { return 9; };
     YOLOv5 model("net", "TensorRT", {64, 64}, 0.25F, 0.65F, 1);
     std::vector<Object> objects(1);
-    model.detect(noise(64, 64), objects);
+    model.detect(noisePicture(64, 64), objects);
     EXPECT_TRUE(objects.empty());
     EXPECT_EQ(last_run_report().inference_status, 9);
     engine.inference = nullptr;
-    model.detect(noise(64, 64), objects);
+    model.detect(noisePicture(64, 64), objects);
     EXPECT_EQ(last_run_report().inference_status, 0);
 }
 
@@ -126,7 +123,7 @@ TEST(YOLOv5Detect, EngineMayDropTheOutput) {
     };
     YOLOv5 model("net", "TensorRT", {64, 64}, -1.0F, 0.65F, 1);
     std::vector<Object> objects(1);
-    model.detect(noise(64, 64), objects);
+    model.detect(noisePicture(64, 64), objects);
     EXPECT_TRUE(objects.empty());
 }
 
@@ -135,14 +132,14 @@ TEST(YOLOv5Detect, EmptyImageRaisesOpenCvsExceptionAndKeepsTheModelUsable) {
     YOLOv5 model("net", "TensorRT", {64, 64}, 0.25F, 0.65F, 1);
     std::vector<Object> objects;
     EXPECT_THROW(model.detect(cv::Mat(), objects), cv::Exception);
-    EXPECT_NO_THROW(model.detect(noise(10, 10), objects));
+    EXPECT_NO_THROW(model.detect(noisePicture(10, 10), objects));
 }
 
 TEST(YOLOv5Detect, NegativeOutputSizeIsALengthError) {
     FakeEngine::reset();
     YOLOv5 model("net", "TensorRT", {64, 64}, 0.25F, 0.65F, -6);
     std::vector<Object> objects;
-    EXPECT_THROW(model.detect(noise(10, 10), objects), std::length_error);
+    EXPECT_THROW(model.detect(noisePicture(10, 10), objects), std::length_error);
 }
 
 /// A model whose decoding is replaced, as applications do.
@@ -160,7 +157,7 @@ TEST(YOLOv5Detect, CallsPostprocessThroughTheVirtualTable) {
     FakeEngine::reset();
     CountingModel model("net", "TensorRT", cv::Size(64, 64), 0.25F, 0.65F, 1);
     std::vector<Object> objects;
-    static_cast<CvModel&>(model).detect(noise(10, 10), objects);
+    static_cast<CvModel&>(model).detect(noisePicture(10, 10), objects);
     EXPECT_EQ(model.outputNames, 1U);
     EXPECT_EQ(objects.size(), 2U);
 }
@@ -169,7 +166,7 @@ TEST(YOLOv5Detect, TimesOfAllStagesAreReported) {
     FakeEngine::reset();
     YOLOv5 model("net", "TensorRT", {64, 64}, 0.25F, 0.65F, 1);
     std::vector<Object> objects;
-    model.detect(noise(500, 500), objects);
+    model.detect(noisePicture(500, 500), objects);
     const RunReport report = last_run_report();
     EXPECT_GT(report.pre_ms, 0.0);
     EXPECT_GE(report.infer_ms, 0.0);

@@ -2,6 +2,7 @@
 #include "brellix/yolov8_seg.h"
 #include "support/capture_stdout.h"
 #include "support/fake_engine.h"
+#include "support/images.h"
 #include "yolov8_seg/seg_fixture.h"
 
 #include <gmock/gmock.h>
@@ -14,22 +15,17 @@ namespace {
 
 using namespace ai_orvo::model;
 using brellix::testing::FakeEngine;
+using brellix::testing::noisePicture;
 using brellix::testing::segConfigText;
 using brellix::testing::standardOutputOf;
 using ::testing::HasSubstr;
-
-cv::Mat noise(int width, int height) {
-    cv::Mat image(height, width, CV_8UC3);
-    cv::RNG(5).fill(image, cv::RNG::UNIFORM, 0, 256);
-    return image;
-}
 
 /// What the engine is handed for one picture of 64 x 64.
 std::pair<AIBuff, TensorMap> handedOver(const std::string& framework, bool quantized) {
     FakeEngine& engine = FakeEngine::reset();
     YOLOv8Seg model(YAML::Load(segConfigText(framework, quantized)));
     std::vector<Object> objects;
-    model.detect(noise(64, 64), objects);
+    model.detect(noisePicture(64, 64), objects);
     return {engine.inputs.at(0).at("images"), engine.preparedOutputs.at(0)};
 }
 
@@ -40,7 +36,7 @@ TEST(YOLOv8SegDetect, FloatBackEndsReceiveThePlanarBgrImage) {
         EXPECT_EQ(input.scale, 0.0F);
         const auto values = brellix::testing::floatsOf(input);
         ASSERT_EQ(values.size(), 3U * 64U * 64U);
-        const cv::Mat image = noise(64, 64);
+        const cv::Mat image = noisePicture(64, 64);
         for (int plane = 0; plane < 3; ++plane) {
             const auto index = static_cast<std::size_t>((plane * 64 + 10) * 64 + 20);
             EXPECT_EQ(values[index], static_cast<float>(image.at<cv::Vec3b>(10, 20)[plane]) * 0.003921569F);
@@ -53,7 +49,7 @@ TEST(YOLOv8SegDetect, RknnReceivesTheBytes) {
     EXPECT_EQ(input.type, 0);
     EXPECT_EQ(input.zp, 0);
     EXPECT_EQ(input.scale, 1.0F);
-    const cv::Mat image = noise(64, 64);
+    const cv::Mat image = noisePicture(64, 64);
     ASSERT_EQ(input.data->size(), image.total() * 3);
     EXPECT_EQ(std::memcmp(input.data->data(), image.data, input.data->size()), 0);
 }
@@ -85,7 +81,7 @@ TEST(YOLOv8SegDetect, ThreeDurationsAreLoggedWithoutDetections) {
     // Confidence 2 passes nothing; all-zero scores would otherwise stay below it all the same.
     model.confThreshold = 2.0F;
     std::vector<Object> objects;
-    const std::string output = standardOutputOf([&] { model.detect(noise(64, 64), objects); });
+    const std::string output = standardOutputOf([&] { model.detect(noisePicture(64, 64), objects); });
     EXPECT_TRUE(objects.empty());
     EXPECT_THAT(output, HasSubstr(" [INFO] YOLOv8-seg Preprocess runtime = "));
     EXPECT_THAT(output, HasSubstr(" [INFO] YOLOv8-seg Inference runtime = "));
@@ -100,7 +96,7 @@ TEST(YOLOv8SegDetect, FailedInferenceIsReportedAndDecodedAsItStands) {
     };
     YOLOv8Seg model(YAML::Load(segConfigText()));
     std::vector<Object> objects;
-    model.detect(noise(30, 64), objects);
+    model.detect(noisePicture(30, 64), objects);
     EXPECT_TRUE(objects.empty());
     EXPECT_EQ(last_run_report().inference_status, 8);
     EXPECT_EQ(model.letterboxInfo.dw, 17.0F);
