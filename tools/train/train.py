@@ -6,6 +6,7 @@ import math
 import time
 from pathlib import Path
 
+import cv2
 import numpy as np
 import torch
 
@@ -155,6 +156,7 @@ def main():
     parser.add_argument("--bf16", action="store_true", help="faster where the processor has bfloat16 instructions")
     args = parser.parse_args()
     torch.set_num_threads(args.threads)
+    cv2.setNumThreads(1)
     train(Run(args), Scenes(args.scenes, args.count), args.pictures // BATCH)
 
 
