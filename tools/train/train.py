@@ -12,7 +12,7 @@ import torch
 
 import detect_loss
 import segment_loss
-from dataset import Scenes, batch
+from dataset import COUNT, Scenes, batch
 from network import Detector, Segmenter
 
 BATCH = 16
@@ -145,7 +145,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("task", choices=("detect", "segment"))
     parser.add_argument("--scenes", required=True)
-    parser.add_argument("--count", type=int, default=14000)
+    parser.add_argument("--count", type=int, default=COUNT)
     parser.add_argument("--checkpoint", required=True)
     parser.add_argument("--pictures", type=int, required=True, help="pictures to see in all")
     parser.add_argument("--body", help="detector checkpoint whose body the segmentation network starts from")
