@@ -6,12 +6,13 @@ import math
 import time
 from pathlib import Path
 
+import cv2
 import numpy as np
 import torch
 
 import detect_loss
 import segment_loss
-from dataset import Scenes, batch
+from dataset import COUNT, Scenes, batch
 from network import Detector, Segmenter
 
 BATCH = 16
@@ -144,7 +145,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("task", choices=("detect", "segment"))
     parser.add_argument("--scenes", required=True)
-    parser.add_argument("--count", type=int, default=14000)
+    parser.add_argument("--count", type=int, default=COUNT)
     parser.add_argument("--checkpoint", required=True)
     parser.add_argument("--pictures", type=int, required=True, help="pictures to see in all")
     parser.add_argument("--body", help="detector checkpoint whose body the segmentation network starts from")
@@ -155,6 +156,7 @@ def main():
     parser.add_argument("--bf16", action="store_true", help="faster where the processor has bfloat16 instructions")
     args = parser.parse_args()
     torch.set_num_threads(args.threads)
+    cv2.setNumThreads(1)
     train(Run(args), Scenes(args.scenes, args.count), args.pictures // BATCH)
 
 
