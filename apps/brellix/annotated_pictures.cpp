@@ -9,6 +9,7 @@
 
 #include <opencv2/imgcodecs.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <set>
@@ -19,6 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr int kNoClass = -1;
+
 using ai_orvo::model::CLASS_COLORS;
 using ai_orvo::model::Object;
 
@@ -26,6 +29,35 @@ const std::vector<unsigned int>& colorOf(int label) {
     const auto count = static_cast<long long>(CLASS_COLORS.size());
     const long long wrapped = ((label % count) + count) % count;
     return CLASS_COLORS[static_cast<std::size_t>(wrapped)];
+}
+
+/// Names and colours by label, as the drawing looks them up.
+struct LabelTables {
+    std::vector<std::string> names;
+    std::vector<std::vector<unsigned int>> colors;
+
+    void addRow(int label, const ClassList& classes) {
+        names.push_back(classes.nameOf(label));
+        colors.push_back(colorOf(label));
+    }
+};
+
+/// Makes tables in which each object finds its label, since the drawing refuses labels outside of them. The
+/// row behind the last is for objects without a class, whose label becomes that row.
+LabelTables makeLabelTables(std::vector<Object>& objects, const ClassList& classes) {
+    int rows = 0;
+    for (const Object& object : objects) {
+        rows = std::max(rows, object.label + 1);
+    }
+    LabelTables tables;
+    for (int label = 0; label < rows; ++label) {
+        tables.addRow(label, classes);
+    }
+    tables.addRow(kNoClass, classes);
+    for (Object& object : objects) {
+        object.label = object.label < 0 ? rows : object.label;
+    }
+    return tables;
 }
 
 void createFolder(const std::string& folder) {
@@ -76,26 +108,23 @@ void writeFile(const std::string& path, const std::vector<unsigned char>& bytes)
 
 }  // namespace
 
-cv::Mat drawAnnotated(const PictureResult& result, const ClassList& classes) {
-    // The drawing looks names and colours up by label and refuses labels outside its tables, so each object
-    // gets a row of its own in tables made for this picture.
+cv::Mat drawAnnotated(const PictureResult& result, const Drawing& drawing) {
     std::vector<Object> objects = result.objects;
-    std::vector<std::string> names;
-    std::vector<std::vector<unsigned int>> colors;
-    for (std::size_t i = 0; i < objects.size(); ++i) {
-        names.push_back(classes.nameOf(objects[i].label));
-        colors.push_back(colorOf(objects[i].label));
-        objects[i].label = static_cast<int>(i);
-    }
+    const LabelTables tables = makeLabelTables(objects, drawing.classes);
     cv::Mat drawn;
-    ai_orvo::model::draw_objects(result.picture, drawn, objects, names, colors);
+    if (drawing.withMasks) {
+        ai_orvo::model::draw_objects_masks(result.picture, drawn, objects, tables.names, tables.colors,
+                                           ai_orvo::model::MASK_COLORS);
+    } else {
+        ai_orvo::model::draw_objects(result.picture, drawn, objects, tables.names, tables.colors);
+    }
     return drawn;
 }
 
 AnnotatedPictureWriter::AnnotatedPictureWriter(const std::string& folder,
                                                const std::vector<std::string>& sources,
-                                               const ClassList& classes, Console& console)
-    : folder_(folder), classes_(classes), console_(console) {
+                                               const Drawing& drawing, Console& console)
+    : folder_(folder), drawing_(drawing), console_(console) {
     const std::vector<std::string> names = annotatedNames(sources);
     for (std::size_t i = 0; i < sources.size(); ++i) {
         targets_[sources[i]] = (fs::path(folder) / names[i]).string();
@@ -106,7 +135,7 @@ AnnotatedPictureWriter::AnnotatedPictureWriter(const std::string& folder,
 
 void AnnotatedPictureWriter::write(const PictureResult& result) {
     const std::string& target = targets_.at(result.source);
-    writeFile(target, encode(drawAnnotated(result, classes_), target));
+    writeFile(target, encode(drawAnnotated(result, drawing_), target));
     if (fs::path(target).filename() != fs::path(result.source).filename()) {
         console_.note(result.source + ": annotated copy is " + target);
     }

@@ -23,7 +23,7 @@ void endWithWrongUse() {
     }
     std::fflush(stdout);
     Console().error("the model refused " + guardedConfig() +
-                    " and ended the process; run again with --verbose to see its own words");
+                    " and ended the process; its reason stands above, or is shown with --verbose");
     _exit(static_cast<int>(ExitStatus::kWrongUse));
 }
 

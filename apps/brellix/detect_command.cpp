@@ -3,16 +3,12 @@
 #include "annotated_pictures.h"
 #include "class_list.h"
 #include "detect_run.h"
-#include "inputs.h"
 #include "json_lines.h"
-#include "model_config_check.h"
 #include "model_factory.h"
+#include "run_options.h"
 #include "table.h"
 #include "text.h"
 
-#include <CLI/Validators.hpp>
-
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,18 +19,13 @@ namespace brellix::app {
 namespace {
 
 struct DetectOptions {
-    std::string config;
-    std::vector<std::string> inputs;
-    bool recursive = false;
+    RunOptions run;
     std::string outFolder;
     std::string jsonFile;  ///< "-" for standard output
     std::string namesFile;
-    std::string modelClass;
-    bool quiet = false;
-    bool verbose = false;
 
     bool jsonGoesToStandardOutput() const { return jsonFile == "-"; }
-    bool wantsTable() const { return !quiet && !jsonGoesToStandardOutput(); }
+    bool wantsTable() const { return !run.quiet && !jsonGoesToStandardOutput(); }
 };
 
 constexpr const char* kExamples =
@@ -47,50 +38,16 @@ constexpr const char* kExamples =
     "A picture that cannot be read is reported and passed over; the exit status is then 3.\n"
     "Exit status: 0 done, 2 wrong use, bad configuration or missing input, 3 a failure at work.";
 
-void addInputOptions(CLI::App& command, DetectOptions& options) {
-    command.add_option("CONFIG", options.config, "Model configuration (YAML)")->required()->type_name("");
+void addDetectOptions(CLI::App& command, DetectOptions& options) {
     command
-        .add_option("INPUT", options.inputs, "Picture files, folders, or quoted patterns like 'cam?/*.png'")
-        ->required()
-        ->type_name("");
-    command.add_flag("-r,--recursive", options.recursive, "Look into the subfolders of folders, too");
+        .add_option("-o,--out", options.outFolder, "Write annotated copies of the pictures into this folder")
+        ->type_name("DIR");
+    command.add_option("--json", options.jsonFile, "Write one line of JSON a picture; - is standard output")
+        ->type_name("FILE");
     command
         .add_option("--names", options.namesFile,
                     "Class names, one a line (default: class_mapping of CONFIG)")
         ->type_name("FILE");
-    command.add_option("--model", options.modelClass, "Model class, where CONFIG has no key \"model\"")
-        ->check(CLI::IsMember(modelClassNames()));
-}
-
-void addOutputOptions(CLI::App& command, DetectOptions& options) {
-    command
-        .add_option("-o,--out", options.outFolder, "Write annotated copies of the pictures into this folder")
-        ->type_name("");
-    command.add_option("--json", options.jsonFile, "Write one line of JSON a picture; - is standard output")
-        ->type_name("FILE");
-    CLI::Option* const quiet =
-        command.add_flag("-q,--quiet", options.quiet, "No table, no notes, only errors");
-    command.add_flag("-v,--verbose", options.verbose, "Show what the library says, on standard error")
-        ->excludes(quiet);
-}
-
-Verbosity verbosityOf(const DetectOptions& options) {
-    return options.quiet ? Verbosity::kQuiet : options.verbose ? Verbosity::kVerbose : Verbosity::kNormal;
-}
-
-ModelConfig loadConfig(const DetectOptions& options, Console& console) {
-    ModelConfig config = checkModelConfig(options.config);
-    for (const std::string& warning : config.warnings) {
-        console.warning(config.path + ": " + warning);
-    }
-    if (!config.model.empty() && !options.modelClass.empty() && config.model != options.modelClass) {
-        console.warning("--model " + options.modelClass + " is not used: " + config.path +
-                        " says model: " + config.model);
-    }
-    if (config.networkIsBesideFile) {
-        console.detail("network: " + config.networkPath + " (found beside the configuration)");
-    }
-    return config;
 }
 
 ClassList loadClasses(const DetectOptions& options, const ModelConfig& config, Console& console) {
@@ -102,35 +59,13 @@ ClassList loadClasses(const DetectOptions& options, const ModelConfig& config, C
     return classes;
 }
 
-std::vector<std::string> loadInputs(const DetectOptions& options, Console& console) {
-    InputList list = expandInputs(options.inputs, options.recursive);
-    if (list.repeated > 0) {
-        console.note(counted(list.repeated, "picture") + " given more than once, processed once");
-    }
-    return std::move(list.pictures);
-}
-
-/// Emptying a file for the results must not be what destroys the pictures.
-void refuseToOverwriteInputs(const std::string& jsonFile, const ModelConfig& config,
-                             const std::vector<std::string>& sources) {
-    std::vector<std::string> inputs = sources;
-    inputs.push_back(config.path);
-    inputs.push_back(config.networkPath);
-    for (const std::string& input : inputs) {
-        std::error_code ignored;
-        if (std::filesystem::equivalent(jsonFile, input, ignored)) {
-            throw wrongUse("--json: " + jsonFile + " is one of the inputs and would be overwritten");
-        }
-    }
-}
-
 /// The file that --json names, where it names one.
 std::optional<Sink> createJsonFile(const DetectOptions& options, const ModelConfig& config,
                                    const std::vector<std::string>& sources) {
     if (options.jsonFile.empty() || options.jsonGoesToStandardOutput()) {
         return std::nullopt;
     }
-    refuseToOverwriteInputs(options.jsonFile, config, sources);
+    refuseToOverwriteInputs("--json", options.jsonFile, config, sources);
     return Sink::createFile(options.jsonFile);
 }
 
@@ -142,9 +77,13 @@ struct DetectJob {
 };
 
 DetectJob prepareJob(const DetectOptions& options, Console& console) {
-    ModelConfig config = loadConfig(options, console);
+    ModelConfig config = loadConfig(options.run, console);
     ClassList classes = loadClasses(options, config, console);
-    return {std::move(config), std::move(classes), loadInputs(options, console)};
+    return {std::move(config), std::move(classes), loadInputs(options.run, console)};
+}
+
+Drawing drawingFor(const DetectJob& job) {
+    return {job.classes, job.config.modelClass == ModelClass::kYoloV8Seg};
 }
 
 /// \param standardOutput for the table or the JSON lines
@@ -153,8 +92,8 @@ ResultWriters makeWriters(const DetectOptions& options, const DetectJob& job, Si
                           std::optional<Sink>& jsonFile, Console& console) {
     ResultWriters writers;
     if (!options.outFolder.empty()) {
-        writers.push_back(
-            std::make_unique<AnnotatedPictureWriter>(options.outFolder, job.sources, job.classes, console));
+        writers.push_back(std::make_unique<AnnotatedPictureWriter>(options.outFolder, job.sources,
+                                                                   drawingFor(job), console));
     }
     if (!options.jsonFile.empty()) {
         writers.push_back(
@@ -179,12 +118,9 @@ ExitStatus conclude(const RunTotals& totals, const DetectOptions& options, Conso
 }
 
 ExitStatus detect(const DetectOptions& options, OwnOutput& output, Console& console) {
-    console.setVerbosity(verbosityOf(options));
-    if (options.verbose) {
-        output.showLibraryLines();
-    }
+    applyVerbosity(options.run, output, console);
     const DetectJob job = prepareJob(options, console);
-    const auto model = buildModel(job.config, options.modelClass);
+    const auto model = buildModel(job.config);
     std::optional<Sink> jsonFile = createJsonFile(options, job.config, job.sources);
     const ResultWriters writers = makeWriters(options, job, output.sink(), jsonFile, console);
     const RunTotals totals = runOverPictures(*model, job.config.inputSize, job.sources, writers, console);
@@ -200,8 +136,8 @@ Subcommand addDetectCommand(CLI::App& app) {
     const auto options = std::make_shared<DetectOptions>();
     CLI::App* const command = app.add_subcommand("detect", "Find the objects on pictures");
     command->footer(kExamples);
-    addInputOptions(*command, *options);
-    addOutputOptions(*command, *options);
+    addRunOptions(*command, options->run);
+    addDetectOptions(*command, *options);
     return {command,
             [options](OwnOutput& output, Console& console) { return detect(*options, output, console); }};
 }

@@ -1,5 +1,7 @@
 #include "json_lines.h"
 
+#include "run_length.h"
+
 #include <nlohmann/json.hpp>
 
 #include <cmath>
@@ -19,12 +21,20 @@ float wholeMicroseconds(double milliseconds) {
     return static_cast<float>(std::round(milliseconds * 1000.0) / 1000.0);
 }
 
+Json maskToJson(const cv::Mat& mask) {
+    return {{"size", {mask.rows, mask.cols}}, {"counts", cocoRunLengths(mask)}};
+}
+
 Json objectToJson(const ai_orvo::model::Object& object, const ClassList& classes) {
     const cv::Rect2f& box = object.rect;
-    return {{"label", object.label},
-            {"name", classes.nameOf(object.label)},
-            {"prob", object.prob},
-            {"box", {box.x, box.y, box.width, box.height}}};
+    Json json = {{"label", object.label},
+                 {"name", classes.nameOf(object.label)},
+                 {"prob", object.prob},
+                 {"box", {box.x, box.y, box.width, box.height}}};
+    if (!object.mask.empty()) {
+        json["mask"] = maskToJson(object.mask);
+    }
+    return json;
 }
 
 Json objectsToJson(const std::vector<ai_orvo::model::Object>& objects, const ClassList& classes) {

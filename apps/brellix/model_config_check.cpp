@@ -1,17 +1,12 @@
 #include "model_config_check.h"
 
-#include "failure.h"
+#include "config_keys.h"
+#include "model_choice.h"
 #include "text.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <limits>
-#include <utility>
 
 namespace brellix::app {
 namespace {
@@ -21,12 +16,6 @@ namespace fs = std::filesystem;
 // The deepest of the networks' three grids has one cell for 32 pixels.
 constexpr std::int64_t kCoarsestStride = 32;
 
-struct KeyRule {
-    const char* key;
-    const char* expected;
-    const char* example;
-};
-
 constexpr KeyRule kModelRule = {"model", "the name of a model class", "model: yolov5"};
 constexpr KeyRule kModelPathRule = {"model_path", "the path of the network file", "model_path: network.onnx"};
 constexpr KeyRule kConfRule = {"conf_thres", "a number, usually 0 to 1", "conf_thres: 0.25"};
@@ -34,98 +23,10 @@ constexpr KeyRule kNmsRule = {"nms_thres", "a number, usually 0 to 1", "nms_thre
 constexpr KeyRule kClassNumRule = {"class_num", "a whole number of at least 0", "class_num: 80"};
 constexpr KeyRule kInputSizeRule = {
     "input_size", "the width and height of the network input, multiples of 32", "input_size: [640, 640]"};
-
-std::string describe(const YAML::Node& node) {
-    switch (node.Type()) {
-        case YAML::NodeType::Scalar:
-            return '"' + node.Scalar() + '"';
-        case YAML::NodeType::Sequence:
-            return "a list of " + counted(node.size(), "element");
-        case YAML::NodeType::Map:
-            return "a map";
-        default:
-            return "empty";
-    }
-}
-
-std::string placeOf(const std::string& path, const YAML::Node& node) {
-    return path + ':' + std::to_string(node.Mark().line + 1);
-}
-
-/// Reads the keys of one document and refuses values that do not fit their rule.
-class KeyReader {
-  public:
-    KeyReader(const std::string& path, const YAML::Node& document) : path_(path), document_(document) {}
-
-    /// The same conversion that the constructors make.
-    template <typename T>
-    T read(const KeyRule& rule) const {
-        const YAML::Node node = find(rule);
-        try {
-            return node.as<T>();
-        } catch (const YAML::Exception&) {
-            refuse(rule, describe(node));
-        }
-    }
-
-    bool has(const KeyRule& rule) const { return document_[rule.key].IsDefined(); }
-
-    /// yaml-cpp converts a null to the text "null".
-    bool isNull(const KeyRule& rule) const { return find(rule).IsNull(); }
-
-    [[noreturn]] void refuse(const KeyRule& rule, const std::string& found) const {
-        throw wrongUse(placeOf(path_, find(rule)) + ": \"" + rule.key + "\" is " + found + ", expected " +
-                       rule.expected + "; write for example \"" + rule.example + '"');
-    }
-
-  private:
-    YAML::Node find(const KeyRule& rule) const {
-        if (!has(rule)) {
-            throw wrongUse(path_ + ": the key \"" + rule.key + "\" is missing, expected " + rule.expected +
-                           "; add for example \"" + rule.example + '"');
-        }
-        return document_[rule.key];
-    }
-
-    const std::string& path_;
-    const YAML::Node& document_;
-};
-
-void requireReadableFile(const std::string& path, const std::string& what) {
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status)) {
-        throw wrongUse(what + ' ' + path + ": " + error.message());
-    }
-    if (fs::is_directory(status)) {
-        throw wrongUse(what + ' ' + path + ": this is a folder, expected a file");
-    }
-    if (access(path.c_str(), R_OK) != 0) {
-        throw wrongUse(what + ' ' + path + ": " + std::strerror(errno));
-    }
-}
-
-YAML::Node parse(const std::string& path) {
-    try {
-        return YAML::LoadFile(path);
-    } catch (const YAML::ParserException& error) {
-        throw wrongUse(path + ':' + std::to_string(error.mark.line + 1) + ':' +
-                       std::to_string(error.mark.column + 1) + ": this is not valid YAML: " + error.msg);
-    } catch (const YAML::Exception& error) {
-        throw wrongUse(path + ": cannot be read as YAML: " + error.what());
-    }
-}
-
-YAML::Node loadDocument(const std::string& path) {
-    requireReadableFile(path, "configuration");
-    YAML::Node document = parse(path);
-    if (!document.IsMap()) {
-        throw wrongUse(path + ": the file holds " + (document.IsNull() ? "nothing" : describe(document)) +
-                       ", expected lines of the form \"key: value\", the first for example \"" +
-                       kModelPathRule.example + '"');
-    }
-    return document;
-}
+constexpr KeyRule kSquareInputSizeRule = {"input_size", "a width equal to the height for yolov8_seg",
+                                          "input_size: [640, 640]"};
+constexpr KeyRule kFrameworkRule = {"framework", "TensorRT, RKNN or ONNX", "framework: ONNX"};
+constexpr KeyRule kIsQuantizedRule = {"is_quantized", "true or false", "is_quantized: false"};
 
 std::string readModel(const KeyReader& keys) {
     return keys.has(kModelRule) ? keys.read<std::string>(kModelRule) : std::string();
@@ -211,14 +112,31 @@ void locateNetwork(const KeyReader& keys, ModelConfig& config) {
     requireReadableFile(config.networkPath, "network");
 }
 
+void checkFramework(const KeyReader& keys) {
+    const auto framework = keys.read<std::string>(kFrameworkRule);
+    if (framework != "TensorRT" && framework != "RKNN" && framework != "ONNX") {
+        keys.refuse(kFrameworkRule, '"' + framework + '"');
+    }
+}
+
+/// What the segmentation model reads or needs beyond the detectors.
+void checkSegmentationKeys(const KeyReader& keys, ModelConfig& config) {
+    checkFramework(keys);
+    config.isQuantized = keys.read<bool>(kIsQuantizedRule);
+    // Any other shape works until something is found, and raises OpenCV's error then.
+    if (config.inputSize.width != config.inputSize.height) {
+        keys.refuse(kSquareInputSizeRule,
+                    std::to_string(config.inputSize.width) + " x " + std::to_string(config.inputSize.height));
+    }
+}
+
 }  // namespace
 
-ModelConfig checkModelConfig(const std::string& path) {
+ModelConfig checkModelConfig(const std::string& path, const std::string& requestedClass) {
     ModelConfig config;
     config.path = path;
-    config.document = loadDocument(path);
-    const YAML::Node& document = config.document;
-    const KeyReader keys(config.path, document);
+    config.document = loadDocument(path, kModelPathRule.example);
+    const KeyReader keys(config.path, config.document);
     config.model = readModel(keys);
     requireModelPath(keys);
     checkThreshold(keys, kConfRule, config.warnings);
@@ -226,6 +144,10 @@ ModelConfig checkModelConfig(const std::string& path) {
     config.classNum = readClassNum(keys);
     config.inputSize = readInputSize(keys, config.classNum);
     locateNetwork(keys, config);
+    config.modelClass = chooseModelClass({config.model, requestedClass}, path, config.networkPath);
+    if (config.modelClass == ModelClass::kYoloV8Seg) {
+        checkSegmentationKeys(keys, config);
+    }
     return config;
 }
 

@@ -7,6 +7,8 @@
 /// work, or by ending the process with status 0. So everything that can be known beforehand is checked
 /// here, and said in words that tell what to write instead.
 
+#include "model_class.h"
+
 #include <yaml-cpp/yaml.h>
 #include <opencv2/core.hpp>
 
@@ -17,18 +19,21 @@ namespace brellix::app {
 
 /// A configuration that the constructors will accept.
 struct ModelConfig {
-    std::string path;                  ///< of the configuration file, as given
-    YAML::Node document;               ///< its content
-    std::string model;                 ///< the key "model", empty where the file has none
+    std::string path;     ///< of the configuration file, as given
+    YAML::Node document;  ///< its content
+    std::string model;    ///< the key "model", empty where the file has none
+    ModelClass modelClass = ModelClass::kYoloV5;
     std::string networkPath;           ///< where the network file was found
     bool networkIsBesideFile = false;  ///< found only relative to the configuration's own folder
     cv::Size inputSize;                ///< of the network, in pixels
     int classNum = 0;
+    bool isQuantized = false;           ///< the key "is_quantized" of the segmentation model
     std::vector<std::string> warnings;  ///< what is allowed but hardly meant
 };
 
 /// Reads and checks the file at `path`. Throws `Failure` (wrong use) that names the file, the line, the key,
 /// what was found, what was expected, and an example.
-ModelConfig checkModelConfig(const std::string& path);
+/// \param requestedClass the option --model; empty for none.
+ModelConfig checkModelConfig(const std::string& path, const std::string& requestedClass);
 
 }  // namespace brellix::app

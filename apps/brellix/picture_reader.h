@@ -15,6 +15,11 @@ class BrokenPicture : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// \return what to throw where the engine answered a picture with `status`.
+inline BrokenPicture engineFailed(int status) {
+    return BrokenPicture("the engine failed (code " + std::to_string(status) + ")");
+}
+
 /// \return the picture as 8-bit BGR, turned upright as its EXIF orientation says.
 /// Throws `BrokenPicture` with the reason (without the path).
 cv::Mat readPicture(const std::string& path);

@@ -97,7 +97,7 @@ TEST_F(Configuration, FolderInPlaceOfTheNetworkIsNamed) {
 
 TEST_F(Configuration, NetworkThatTheEngineRefusesIsWrongUse) {
     writeText("network.onnx", "this is not a network");
-    expectRefusal(goodConfig(), {"network.onnx", "engine refused", "yolov5"});
+    expectRefusal(with("model: yolov5"), {"network.onnx", "engine refused", "yolov5"});
 }
 
 TEST_F(Configuration, NetworkThatDoesNotFitTheClassNumberGivesNoObjects) {
