@@ -14,9 +14,6 @@ namespace {
 using namespace ai_orvo::model;
 using namespace brellix::testing;
 
-// Low enough that precision is known over all of recall.
-constexpr float kConfidence = 0.01F;
-
 std::vector<ScoredBox> detectAll(CvModel& model, const ShapesDataset& dataset) {
     std::vector<ScoredBox> detections;
     for (std::size_t image = 0; image < dataset.pictures.size(); ++image) {
@@ -55,7 +52,7 @@ double boxAp50(CvModel& model, const ShapesDataset& dataset, const std::string& 
 
 double fusedAp50(const ShapesDataset& dataset) {
     const TemporaryFolder folder;
-    YOLOv5 model(folder.write("fused.yaml", shapesConfig("shapes_fused.yaml", kConfidence)));
+    YOLOv5 model(folder.write("fused.yaml", shapesConfig("shapes_fused.yaml")));
     EXPECT_EQ(last_run_report().init_status, 0);
     return boxAp50(model, dataset, "fused, float");
 }
@@ -67,7 +64,7 @@ TEST(ShapesAccuracy, FusedDetectorReachesItsBar) {
 TEST(ShapesAccuracy, CutDetectorInInt8StaysCloseToTheFusedOne) {
     const ShapesDataset dataset = readShapesDataset();
     const TemporaryFolder folder;
-    YOLOv5Cutoff model(folder.write("cut.yaml", shapesConfig("shapes_cut.yaml", kConfidence)));
+    YOLOv5Cutoff model(folder.write("cut.yaml", shapesConfig("shapes_cut.yaml")));
     ASSERT_EQ(last_run_report().init_status, 0);
     EXPECT_GE(boxAp50(model, dataset, "cut, int8"), fusedAp50(dataset) - 0.02);
 }

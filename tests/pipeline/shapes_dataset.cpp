@@ -37,11 +37,12 @@ ShapesDataset readShapesDataset() {
     return dataset;
 }
 
-std::string shapesConfig(const std::string& name, float confidence) {
+std::string shapesConfig(const std::string& name) {
     YAML::Node config = YAML::LoadFile(shapesFile(name));
     const auto network = config["model_path"].as<std::string>();
     config["model_path"] = std::string(BRELLIX_SOURCE_DIR) + "/" + network;
-    config["conf_thres"] = confidence;
+    config["conf_thres"] = 0.01;
+    config["nms_thres"] = 0.65;
     return YAML::Dump(config);
 }
 

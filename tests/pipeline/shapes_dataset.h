@@ -21,7 +21,8 @@ ShapesDataset readShapesDataset();
 /// Path of a file of models/shapes.
 std::string shapesFile(const std::string& name);
 
-/// Text of a configuration of models/shapes with `model_path` made absolute and another confidence threshold.
-std::string shapesConfig(const std::string& name, float confidence);
+/// Text of a configuration of models/shapes with `model_path` made absolute and the thresholds that average
+/// precision is measured with: a confidence so low that precision is known over all of recall.
+std::string shapesConfig(const std::string& name);
 
 }  // namespace brellix::testing
