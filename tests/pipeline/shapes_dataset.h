@@ -13,6 +13,7 @@ namespace brellix::testing {
 struct ShapesDataset {
     std::vector<std::string> pictures;  ///< paths; `ScoredBox::image` is an index into this list
     std::vector<ScoredBox> truth;
+    std::vector<cv::Mat> masks;  ///< of the truth: 8-bit, as large as the picture, 0 or 255
 };
 
 /// Reads models/shapes/truth.json. \throws std::exception where it is not what it should be.
