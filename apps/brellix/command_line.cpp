@@ -1,5 +1,6 @@
 #include "command_line.h"
 
+#include "calibrate_command.h"
 #include "detect_command.h"
 
 #include <CLI/Config.hpp>
@@ -17,6 +18,7 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  brellix detect shapes.yaml photo.jpg\n"
     "  brellix detect shapes.yaml pictures/ --out annotated --json results.jsonl\n"
+    "  brellix calibrate shapes.yaml pictures/\n"
     "\n"
     "brellix COMMAND --help tells more about a command.\n"
     "Exit status: 0 done, 2 wrong use or bad input, 3 a failure at work.";
@@ -68,7 +70,7 @@ void describeProgram(CLI::App& app) {
 ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, Console& console) {
     CLI::App app("Runs the models of the brellix model zoo on pictures.");
     describeProgram(app);
-    const std::vector<Subcommand> subcommands = {addDetectCommand(app)};
+    const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app)};
     try {
         app.parse(argumentsFrom(argc, argv));
     } catch (const CLI::ParseError& error) {

@@ -11,9 +11,9 @@ namespace brellix::app {
 
 /// Gives the constructors, which read a file, the configuration with the network's absolute path.
 ///
-/// Where the network stands relative to the working directory this is the file itself. Else it is a copy in
-/// memory, readable by this process alone, so that nothing is left behind even by a constructor that ends
-/// the process.
+/// Where the file itself says the network's path this is the file itself. Else it is a copy in memory,
+/// readable by this process alone, so that nothing is left behind even by a constructor that ends the
+/// process.
 class ResolvedConfig {
   public:
     explicit ResolvedConfig(const ModelConfig& config);
