@@ -2,16 +2,12 @@
 
 #include "common/numeric.h"
 
+#include <yaml-cpp/yaml.h>
+
+#include <cstdint>
 #include <vector>
 
 namespace ai_orvo::model {
-
-cv::Size readInputSize(const YAML::Node& root) {
-    const auto size = root["input_size"].as<std::vector<std::int64_t>>();
-    const int width = narrowToInt(size.at(0));
-    const int height = narrowToInt(size.at(1));
-    return {width, height};
-}
 
 ModelConfig readModelConfig(const std::string& path) {
     // Only a constant node names the key that is missing in its error.
@@ -21,7 +17,10 @@ ModelConfig readModelConfig(const std::string& path) {
     config.confThres = root["conf_thres"].as<float>();
     config.nmsThres = root["nms_thres"].as<float>();
     config.classNum = root["class_num"].as<int>();
-    config.inputSize = readInputSize(root);
+    const auto size = root["input_size"].as<std::vector<std::int64_t>>();
+    const int width = narrowToInt(size.at(0));
+    const int height = narrowToInt(size.at(1));
+    config.inputSize = {width, height};
     return config;
 }
 

@@ -7,15 +7,20 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <opencv2/imgcodecs.hpp>
 #include <optional>
+#include <set>
 
 namespace {
 
 using namespace ai_orvo::model;
 using brellix::testing::matchObjects;
+using brellix::testing::overlapOf;
 using brellix::testing::TemporaryFolder;
 using nlohmann::json;
 
@@ -135,6 +140,75 @@ TEST_F(RealNetworks, CutDetectorFindsTheExpectedObjects) {
 TEST_F(RealNetworks, SegmentationFindsTheExpectedObjectsAndMasks) {
     YOLOv8Seg model(YAML::Load(configText("yolov8n-seg_heads_bgr_640")));
     expectObjectsOf(model, "yolov8n-seg_heads_bgr_640", kFloatNetwork);
+}
+
+/// How two runs of one network agree, over all photographs.
+struct Agreement {
+    int expected = 0;
+    int found = 0;
+    double probDrift = 0;
+    double boxOverlap = 0;
+    double maskOverlap = 0;
+};
+
+// A drift of one int8 step moves a probability by about this much; an object that close to the threshold may
+// go.
+constexpr float kThresholdMargin = 0.05F;
+
+void compare(const std::vector<Object>& floats, const std::vector<Object>& int8s, float confidence,
+             Agreement& agreement) {
+    std::set<std::size_t> foundFloats;
+    for (const auto& [a, b] : matchObjects(floats, int8s, 0.5)) {
+        foundFloats.insert(a);
+        ++agreement.found;
+        agreement.probDrift +=
+            std::abs(static_cast<double>(floats[a].prob) - static_cast<double>(int8s[b].prob));
+        agreement.boxOverlap += overlapOf(floats[a].rect, int8s[b].rect);
+        agreement.maskOverlap += static_cast<double>(cv::countNonZero(floats[a].mask & int8s[b].mask)) /
+                                 std::max(1, cv::countNonZero(floats[a].mask | int8s[b].mask));
+    }
+    for (std::size_t i = 0; i < floats.size(); ++i) {
+        agreement.expected += floats[i].prob >= confidence + kThresholdMargin ? 1 : 0;
+        EXPECT_TRUE(foundFloats.count(i) == 1 || floats[i].prob < confidence + kThresholdMargin)
+            << "label " << floats[i].label << ", probability " << floats[i].prob;
+    }
+}
+
+TEST_F(RealNetworks, SegmentationInInt8AgreesWithItselfInFloat) {
+    const TemporaryFolder folder;
+    const std::string network = folder.path() + "/network.onnx";
+    std::filesystem::create_symlink(networkPath("yolov8n-seg_heads_bgr_640"), network);
+    const auto text = [&](bool quantized) {
+        YAML::Node config = YAML::Load(configText("yolov8n-seg_heads_bgr_640", quantized));
+        config["model"] = "yolov8_seg";
+        config["model_path"] = network;
+        return YAML::Dump(config);
+    };
+    const std::string calibrate = std::string("'") + BRELLIX_PROGRAM + "' calibrate --quiet '" +
+                                  folder.write("int8.yaml", text(true)) + "' '" + folder_ +
+                                  "/photos' >/dev/null";
+    ASSERT_EQ(std::system(calibrate.c_str()), 0) << calibrate;
+
+    YOLOv8Seg floatModel(YAML::Load(text(false)));
+    YOLOv8Seg int8Model(YAML::Load(text(true)));
+    Agreement agreement;
+    for (const auto& [photo, ignored] : expected_.items()) {
+        SCOPED_TRACE(photo);
+        const cv::Mat image = cv::imread(folder_ + "/photos/" + photo);
+        std::vector<Object> floats;
+        std::vector<Object> int8s;
+        floatModel.detect(image, floats);
+        int8Model.detect(image, int8s);
+        compare(floats, int8s, floatModel.confThreshold, agreement);
+    }
+    ASSERT_GT(agreement.expected, 0);
+    std::cout << "int8 against float: " << agreement.found << " objects, mean probability drift "
+              << agreement.probDrift / agreement.found << ", box IoU "
+              << agreement.boxOverlap / agreement.found << ", mask IoU "
+              << agreement.maskOverlap / agreement.found << '\n';
+    EXPECT_LE(agreement.probDrift / agreement.found, 0.02);
+    EXPECT_GE(agreement.boxOverlap / agreement.found, 0.97);
+    EXPECT_GE(agreement.maskOverlap / agreement.found, 0.97);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ from scenes import OBJECTS_MAX, render
 
 TRAINING, HELD_OUT, DEMO = 1, 2, 3
 ODD_SHARE = 0.3
+COUNT = 14000
 
 
 def training_scene(position):
@@ -101,7 +102,7 @@ def _dihedral(picture, index, truth, kind):
 def main():
     parser = argparse.ArgumentParser(description="Renders the training scenes.")
     parser.add_argument("folder")
-    parser.add_argument("--count", type=int, default=14000)
+    parser.add_argument("--count", type=int, default=COUNT)
     parser.add_argument("--processes", type=int, default=2)
     args = parser.parse_args()
     create(args.folder, args.count, args.processes)

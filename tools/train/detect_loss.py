@@ -8,7 +8,7 @@ from network import ANCHORS, STRIDES
 
 RATIO_MAX = 4.0
 BALANCE = (2.0, 1.0, 0.6)
-BOX, OBJECT, CLASS = 0.06, 1.0, 0.5
+OBJECT, CLASS = 1.0, 0.5
 NEIGHBOURS = torch.tensor(((0, 0), (1, 0), (0, 1), (-1, 0), (0, -1)), dtype=torch.float32) * 0.5
 
 
@@ -32,7 +32,7 @@ def match(truth, anchors, stride, grid):
     return truth[pick, 0].long(), anchor[pick], cell[:, 1], cell[:, 0], truth[pick]
 
 
-def loss(outputs, truth, classes):
+def loss(outputs, truth, classes, box_weight):
     """outputs: per head [n, 3 (5 + classes), g, g] logits; truth: rows as in match."""
     box = obj = cls = torch.zeros(())
     for out, anchors, stride, balance in zip(outputs, ANCHORS, STRIDES, BALANCE):
@@ -52,4 +52,4 @@ def loss(outputs, truth, classes):
             labels = F.one_hot(rows[:, 1].long(), classes).float()
             cls = cls + F.binary_cross_entropy_with_logits(found[:, 5:], labels)
         obj = obj + F.binary_cross_entropy_with_logits(out[..., 4], wanted) * balance
-    return BOX * box + OBJECT * obj + CLASS * cls, (box.item(), obj.item(), cls.item())
+    return box_weight * box + OBJECT * obj + CLASS * cls, (box.item(), obj.item(), cls.item())

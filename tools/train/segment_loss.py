@@ -1,5 +1,7 @@
 """Loss of the anchor-free segmentation network: task-aligned assignment, box, distribution, class and mask terms."""
 
+import cv2
+import numpy as np
 import torch
 from torch.nn import functional as F
 
@@ -9,7 +11,7 @@ from network import BINS, INPUT, MASKS, STRIDES
 TOP = 10
 SCORE_POWER, OVERLAP_POWER = 0.5, 6.0
 BOX, DISTRIBUTION, CLASS, MASK = 3.0, 0.75, 0.7, 1.5
-MASK_SAMPLES = 256
+MASK_SAMPLES = 160
 GRID = INPUT // 4
 
 
@@ -93,9 +95,13 @@ def distribution_loss(box, target):
 
 def covered(picture, number, indices):
     """Share of each prototype cell that an object covers; worked out once for each object."""
-    pair, which = torch.unique(picture * 256 + number, return_inverse=True)
-    mine = indices[pair // 256] == (pair % 256 + 1).to(torch.uint8)[:, None, None]
-    return F.avg_pool2d(mine.float()[:, None], INPUT // GRID)[:, 0][which]
+    pairs, which = torch.unique(picture * 256 + number, return_inverse=True)
+    maps = indices.numpy()
+    shares = np.empty((len(pairs), GRID, GRID), np.uint8)
+    for share, pair in zip(shares, pairs.tolist()):
+        mine = (maps[pair // 256] == pair % 256 + 1).view(np.uint8) * np.uint8(255)
+        share[:] = cv2.resize(mine, (GRID, GRID), interpolation=cv2.INTER_AREA)
+    return (torch.from_numpy(shares).float() / 255)[which]
 
 
 def mask_loss(coefficients, proto, picture, number, boxes, indices):

@@ -6,12 +6,13 @@ import math
 import time
 from pathlib import Path
 
+import cv2
 import numpy as np
 import torch
 
 import detect_loss
 import segment_loss
-from dataset import Scenes, batch
+from dataset import COUNT, Scenes, batch
 from network import Detector, Segmenter
 
 BATCH = 16
@@ -91,7 +92,7 @@ class Run:
         with torch.autocast("cpu", dtype=torch.bfloat16, enabled=self.args.bf16):
             outputs = self.network(x)
         if self.args.task == "detect":
-            return detect_loss.loss(outputs, truth_rows(truths), self.network.classes)
+            return detect_loss.loss(outputs, truth_rows(truths), self.network.classes, self.args.box_weight)
         return segment_loss.loss(outputs, truth_rows(truths), torch.from_numpy(indices), self.network.classes)
 
     def one_step(self, scenes, steps):
@@ -111,7 +112,10 @@ class Run:
 
 def build(args):
     if args.task == "detect":
-        return Detector()
+        network = Detector()
+        if args.start:
+            network.load_state_dict(torch.load(args.start)["average"])
+        return network
     network = Segmenter()
     if args.body:
         network.body.load_state_dict(body_of(torch.load(args.body)["average"]))
@@ -144,10 +148,12 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("task", choices=("detect", "segment"))
     parser.add_argument("--scenes", required=True)
-    parser.add_argument("--count", type=int, default=14000)
+    parser.add_argument("--count", type=int, default=COUNT)
     parser.add_argument("--checkpoint", required=True)
     parser.add_argument("--pictures", type=int, required=True, help="pictures to see in all")
     parser.add_argument("--body", help="detector checkpoint whose body the segmentation network starts from")
+    parser.add_argument("--start", help="detector checkpoint whose weights a further detector run starts from")
+    parser.add_argument("--box-weight", type=float, default=0.06, help="weight of the detector's box loss")
     parser.add_argument("--rate", type=float, default=3e-3)
     parser.add_argument("--seed", type=int, default=7)
     parser.add_argument("--threads", type=int, default=1)
@@ -155,6 +161,7 @@ def main():
     parser.add_argument("--bf16", action="store_true", help="faster where the processor has bfloat16 instructions")
     args = parser.parse_args()
     torch.set_num_threads(args.threads)
+    cv2.setNumThreads(1)
     train(Run(args), Scenes(args.scenes, args.count), args.pictures // BATCH)
 
 
