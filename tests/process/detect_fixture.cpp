@@ -12,13 +12,11 @@ namespace {
 namespace fs = std::filesystem;
 
 TinyNetwork discAndCube() {
-    TinyNetwork network;
-    network.candidates = {
-        {32.0F, 24.0F, 20.0F, 10.0F, 0.75F, {0.5F, 0.0F, 0.0F}},
-        {12.0F, 48.0F, 16.0F, 24.0F, 1.0F, {0.0F, 0.25F, 0.875F}},
-        {50.0F, 50.0F, 8.0F, 8.0F, 0.125F, {1.0F, 1.0F, 1.0F}},  // below the threshold
-    };
-    return network;
+    return fusedNetwork(3, {
+                               {32.0F, 24.0F, 20.0F, 10.0F, 0.75F, {0.5F, 0.0F, 0.0F}},
+                               {12.0F, 48.0F, 16.0F, 24.0F, 1.0F, {0.0F, 0.25F, 0.875F}},
+                               {50.0F, 50.0F, 8.0F, 8.0F, 0.125F, {1.0F, 1.0F, 1.0F}},  // below the threshold
+                           });
 }
 
 }  // namespace
@@ -58,8 +56,8 @@ bool DetectTest::exists(const std::string& name) const {
     return fs::exists(path(name));
 }
 
-void DetectTest::writePicture(const std::string& name, cv::Size size) const {
-    ASSERT_TRUE(cv::imwrite(path(name), cv::Mat(size, CV_8UC3, cv::Scalar(90, 120, 150))));
+void DetectTest::writePicture(const std::string& name, cv::Size size, const cv::Scalar& color) const {
+    ASSERT_TRUE(cv::imwrite(path(name), cv::Mat(size, CV_8UC3, color)));
 }
 
 cv::Mat DetectTest::readPicture(const std::string& name) const {

@@ -33,8 +33,9 @@ class DetectTest : public ::testing::Test {
     void makeFolder(const std::string& name) const;
     bool exists(const std::string& name) const;
 
-    /// Writes a picture of one grey.
-    void writePicture(const std::string& name, cv::Size size = {64, 64}) const;
+    /// Writes a picture of one colour.
+    void writePicture(const std::string& name, cv::Size size = {64, 64},
+                      const cv::Scalar& color = {90, 120, 150}) const;
     cv::Mat readPicture(const std::string& name) const;
 
     /// The text of a good configuration.

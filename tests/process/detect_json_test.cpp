@@ -101,9 +101,8 @@ TEST_F(DetectJson, FileHoldsTheLinesAndStandardOutputTheTable) {
 }
 
 TEST_F(DetectJson, ProbabilitiesAreWrittenShort) {
-    TinyNetwork network;
-    network.candidates = {{32.0F, 32.0F, 8.0F, 8.0F, 1.0F, {0.82F, 0.0F, 0.0F}}};
-    writeTinyNetwork(path("network.onnx"), network);
+    writeTinyNetwork(path("network.onnx"),
+                     fusedNetwork(3, {{32.0F, 32.0F, 8.0F, 8.0F, 1.0F, {0.82F, 0.0F, 0.0F}}}));
     writePicture("a.png");
     const std::string out = run({"detect", "model.yaml", "a.png", "--json", "-"}).out;
     EXPECT_NE(out.find("\"prob\":0.82,"), std::string::npos) << out;

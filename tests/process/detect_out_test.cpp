@@ -74,11 +74,9 @@ TEST_F(DetectOut, JsonFileNeverOverwritesAnInput) {
 }
 
 TEST_F(DetectOut, AnyNumberOfClassesCanBeDrawn) {
-    TinyNetwork network;
-    network.classNum = 90;
-    network.candidates = {{32.0F, 32.0F, 20.0F, 20.0F, 1.0F, std::vector<float>(90, 0.0F)}};
-    network.candidates[0].scores[83] = 0.5F;
-    writeTinyNetwork(path("network.onnx"), network);
+    std::vector<float> scores(90, 0.0F);
+    scores[83] = 0.5F;
+    writeTinyNetwork(path("network.onnx"), fusedNetwork(90, {{32.0F, 32.0F, 20.0F, 20.0F, 1.0F, scores}}));
     writeText("model.yaml",
               "model_path: network.onnx\nconf_thres: 0.25\nnms_thres: 0.65\nclass_num: 90\n"
               "input_size: [64, 64]\n");
@@ -89,10 +87,7 @@ TEST_F(DetectOut, AnyNumberOfClassesCanBeDrawn) {
 }
 
 TEST_F(DetectOut, ObjectsWithoutAClassCanBeDrawn) {
-    TinyNetwork network;
-    network.classNum = 0;
-    network.candidates = {{32.0F, 32.0F, 20.0F, 20.0F, 1.0F, {}}};
-    writeTinyNetwork(path("network.onnx"), network);
+    writeTinyNetwork(path("network.onnx"), fusedNetwork(0, {{32.0F, 32.0F, 20.0F, 20.0F, 1.0F, {}}}));
     // Only a negative threshold lets an object without a class score through. All rows pass then; one stays.
     writeText("model.yaml",
               "model_path: network.onnx\nconf_thres: -0.5\nnms_thres: -1\nclass_num: 0\n"

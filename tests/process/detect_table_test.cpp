@@ -29,7 +29,7 @@ TEST_F(DetectTable, ColumnsAreAligned) {
 }
 
 TEST_F(DetectTable, PictureWithoutObjectsSaysSo) {
-    writeTinyNetwork(path("network.onnx"), TinyNetwork{});
+    writeTinyNetwork(path("network.onnx"), fusedNetwork(3, {}));
     writePicture("a.png");
     const ProgramResult result = run({"detect", "model.yaml", "a.png"});
     EXPECT_EQ(result.status, 0);
