@@ -6,9 +6,10 @@ from torch.nn import functional as F
 from boxes import corners, iou
 from network import ANCHORS, STRIDES
 
-RATIO_MAX = 4.0
+RATIO_MAX = 2.6  # an anchor further off gives a poor box beside a good one, which suppression then leaves
+SHARPNESS = 2.0  # objectness is learned as IoU to this power, so that poor boxes fall below the threshold
 BALANCE = (2.0, 1.0, 0.6)
-OBJECT, CLASS = 1.0, 0.5
+BOX, OBJECT, CLASS = 0.3, 1.0, 0.5
 NEIGHBOURS = torch.tensor(((0, 0), (1, 0), (0, 1), (-1, 0), (0, -1)), dtype=torch.float32) * 0.5
 
 
@@ -47,8 +48,9 @@ def loss(outputs, truth, classes, box_weight):
             size = (p[:, 2:] * 2) ** 2 * torch.tensor(anchors, dtype=torch.float32)[anchor]
             quality = iou(corners(torch.cat((centre, size), 1)), corners(rows[:, 2:]), True)
             box = box + (1 - quality).mean()
-            order = quality.detach().clamp(0).sort().indices
-            wanted[picture[order], anchor[order], row[order], column[order]] = quality.detach().clamp(0)[order]
+            order = quality.detach().argsort()  # where two objects share a place, the better box decides
+            value = quality.detach().clamp(0) ** SHARPNESS
+            wanted[picture[order], anchor[order], row[order], column[order]] = value[order]
             labels = F.one_hot(rows[:, 1].long(), classes).float()
             cls = cls + F.binary_cross_entropy_with_logits(found[:, 5:], labels)
         obj = obj + F.binary_cross_entropy_with_logits(out[..., 4], wanted) * balance

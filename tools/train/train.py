@@ -111,11 +111,14 @@ class Run:
 
 
 def build(args):
+    """A new network; with --start the detector's weights, or for segmentation those of its body."""
     network = Detector() if args.task == "detect" else Segmenter()
     if args.start:
-        network.load_state_dict(torch.load(args.start)["average"])
-    if args.body:
-        network.body.load_state_dict(body_of(torch.load(args.body)["average"]))
+        state = torch.load(args.start)["average"]
+        if args.task == "detect":
+            network.load_state_dict(state)
+        else:
+            network.body.load_state_dict(body_of(state))
     return network
 
 
@@ -148,9 +151,7 @@ def main():
     parser.add_argument("--count", type=int, default=COUNT)
     parser.add_argument("--checkpoint", required=True)
     parser.add_argument("--pictures", type=int, required=True, help="pictures to see in all")
-    parser.add_argument("--body", help="checkpoint of either network whose body the network starts from")
-    parser.add_argument("--start", help="checkpoint of the same task whose weights the network starts from")
-    parser.add_argument("--box-weight", type=float, default=0.06, help="weight of the detector's box loss")
+    parser.add_argument("--start", help="detector checkpoint to start from")
     parser.add_argument("--rate", type=float, default=3e-3)
     parser.add_argument("--seed", type=int, default=7)
     parser.add_argument("--threads", type=int, default=1)
