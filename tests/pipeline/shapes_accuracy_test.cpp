@@ -83,7 +83,8 @@ Ap50 measure(CvModel& model, const ShapesDataset& dataset, const std::string& ti
     };
     const Ap50 ap50{averagePrecision(dataset.truth, found.boxes, 0.5),
                     averagePrecision(dataset.truth, found.boxes, 0.5, overlapOfMasks)};
-    std::cout << title << ": AP50 box " << ap50.box << ", mask " << ap50.mask << '\n';
+    const std::string masks = ap50.mask > 0 ? ", mask " + std::to_string(ap50.mask) : "";
+    std::cout << title << ": AP50 box " << ap50.box << masks << '\n';
     return ap50;
 }
 

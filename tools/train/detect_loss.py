@@ -33,7 +33,7 @@ def match(truth, anchors, stride, grid):
     return truth[pick, 0].long(), anchor[pick], cell[:, 1], cell[:, 0], truth[pick]
 
 
-def loss(outputs, truth, classes, box_weight):
+def loss(outputs, truth, classes):
     """outputs: per head [n, 3 (5 + classes), g, g] logits; truth: rows as in match."""
     box = obj = cls = torch.zeros(())
     for out, anchors, stride, balance in zip(outputs, ANCHORS, STRIDES, BALANCE):
@@ -54,4 +54,4 @@ def loss(outputs, truth, classes, box_weight):
             labels = F.one_hot(rows[:, 1].long(), classes).float()
             cls = cls + F.binary_cross_entropy_with_logits(found[:, 5:], labels)
         obj = obj + F.binary_cross_entropy_with_logits(out[..., 4], wanted) * balance
-    return box_weight * box + OBJECT * obj + CLASS * cls, (box.item(), obj.item(), cls.item())
+    return BOX * box + OBJECT * obj + CLASS * cls, (box.item(), obj.item(), cls.item())

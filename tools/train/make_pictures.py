@@ -26,8 +26,8 @@ CONFIGURATION = """\
 # {title}
 model_path: models/shapes/{network}.onnx
 model: {model}
-{extra}conf_thres: 0.25
-nms_thres: 0.65
+{extra}conf_thres: 0.45
+nms_thres: 0.45
 class_num: {count}
 input_size: [{size}, {size}]
 class_mapping:

@@ -92,7 +92,7 @@ class Run:
         with torch.autocast("cpu", dtype=torch.bfloat16, enabled=self.args.bf16):
             outputs = self.network(x)
         if self.args.task == "detect":
-            return detect_loss.loss(outputs, truth_rows(truths), self.network.classes, self.args.box_weight)
+            return detect_loss.loss(outputs, truth_rows(truths), self.network.classes)
         return segment_loss.loss(outputs, truth_rows(truths), torch.from_numpy(indices), self.network.classes)
 
     def one_step(self, scenes, steps):
