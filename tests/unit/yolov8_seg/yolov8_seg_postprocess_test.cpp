@@ -146,6 +146,16 @@ TEST(YOLOv8SegPostprocess, MasksGoToTheFirstObjectsOfTheVector) {
     EXPECT_TRUE(objects[1].mask.empty());
 }
 
+TEST(YOLOv8SegPostprocess, ABoxOutsideTheImageRaisesOpenCvsException) {
+    const auto model = makeSegModel();
+    TensorMap outputs = quietFloatOutputs();
+    placeObject(outputs, 0, 3, 3, 0, 4.0F, 1, 1.0F);
+    // The first object of the vector receives the mask, and this one was not made for the image.
+    std::vector<Object> objects(1);
+    objects[0].rect = {60, 60, 20, 20};
+    EXPECT_THROW(model->postprocess(outputs, objects), cv::Exception);
+}
+
 TEST(YOLOv8SegPostprocess, MissingNamesAreInsertedBeforeTheEarlyReturn) {
     const auto model = makeSegModel();
     TensorMap outputs;
