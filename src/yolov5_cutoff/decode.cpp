@@ -61,8 +61,10 @@ float wholePixels(float value) {
 cv::Rect_<float> sourceBox(const AnchorPlanes& planes, std::size_t cell, const HeadLayout& layout, int anchor,
                            const LetterboxInfo& info) {
     const auto stride = static_cast<float>(layout.stride);
-    const auto column = static_cast<float>(cell % static_cast<std::size_t>(layout.gridW));
-    const auto row = static_cast<float>(cell / static_cast<std::size_t>(layout.gridW));
+    const auto gridW = static_cast<std::size_t>(layout.gridW);
+    const std::size_t cellRow = cell / gridW;
+    const auto column = static_cast<float>(cell % gridW);
+    const auto row = static_cast<float>(cellRow);
     const float offsetX = centreOffset(planes.probability(0, cell));
     const float offsetY = centreOffset(planes.probability(1, cell));
     const float factorW = sizeFactor(planes.probability(2, cell));

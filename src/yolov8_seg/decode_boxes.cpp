@@ -136,8 +136,10 @@ cv::Rect_<int> boxOf(const Head& head, const Grid& grid, std::size_t cell, const
     }
     float distance[4] = {};
     computeDfl(logits, grid.dflLen, distance);
-    const auto column = static_cast<float>(cell % static_cast<std::size_t>(grid.width));
-    const auto row = static_cast<float>(cell / static_cast<std::size_t>(grid.width));
+    const auto gridW = static_cast<std::size_t>(grid.width);
+    const std::size_t cellRow = cell / gridW;
+    const auto column = static_cast<float>(cell % gridW);
+    const auto row = static_cast<float>(cellRow);
     const float left = sourceEdge(column - distance[0], grid.stride, info.dw, info.ratio, info.src_width);
     const float top = sourceEdge(row - distance[1], grid.stride, info.dh, info.ratio, info.src_height);
     const float right = sourceEdge(column + distance[2], grid.stride, info.dw, info.ratio, info.src_width);
