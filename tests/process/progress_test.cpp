@@ -1,6 +1,11 @@
 #include "progress.h"
 #include "detect_fixture.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
 namespace brellix::testing {
 namespace {
 
@@ -20,6 +25,15 @@ class ProgressLine : public DetectTest {
     ProgressLine() {
         writePicture("a.png");
         writePicture("b.png");
+    }
+
+    void SetUp() override {
+        DetectTest::SetUp();
+        const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+        if (terminal < 0) {
+            GTEST_SKIP() << "this machine gives no pseudo-terminal (is /dev/pts mounted?)";
+        }
+        close(terminal);
     }
 
     ProgramResult runOnTerminal(const std::vector<std::string>& arguments) const {
