@@ -30,6 +30,11 @@ inline int truncateToInt(float value) {
     return static_cast<int>(value);
 }
 
+/// `value` truncated toward zero to a whole number of pixels, which a box stores as float. Never -0.
+inline float wholePixels(float value) {
+    return static_cast<float>(truncateToInt(value));
+}
+
 /// `value` rounded to nearest, ties to even.
 inline int roundToInt(float value) {
     return truncateToInt(std::nearbyint(value));

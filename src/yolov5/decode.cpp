@@ -29,10 +29,6 @@ BestClass bestClassOf(const FloatView& values, std::size_t row, int classNum) {
     return best;
 }
 
-float wholePixels(float value) {
-    return static_cast<float>(truncateToInt(value));
-}
-
 /// The candidate's box in source pixels. Size and centre are clamped before the corner is formed, so the
 /// corner may lie outside the image.
 cv::Rect_<float> sourceBox(const FloatView& values, std::size_t row, const LetterboxInfo& info) {

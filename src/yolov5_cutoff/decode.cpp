@@ -54,10 +54,6 @@ float sizeFactor(float probability) {
     return (2.0F * probability) * (2.0F * probability);
 }
 
-float wholePixels(float value) {
-    return static_cast<float>(truncateToInt(value));
-}
-
 cv::Rect_<float> sourceBox(const AnchorPlanes& planes, std::size_t cell, const HeadLayout& layout, int anchor,
                            const LetterboxInfo& info) {
     const auto stride = static_cast<float>(layout.stride);
