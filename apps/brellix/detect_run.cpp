@@ -36,12 +36,12 @@ RunTotals runOverPictures(CvModel& model, cv::Size networkInput, const std::vect
     RunTotals totals;
     const auto task = [&](const std::string& source, const cv::Mat& picture) {
         const PictureResult result = detectOn(picture, source, model);
-        addTo(totals, result);
         // The results may go to the same terminal.
         console.hideStatusLine();
         for (const auto& writer : writers) {
             writer->write(result);
         }
+        addTo(totals, result);
     };
     totals.failed = overPictures(sources, networkInput, console, task);
     return totals;
