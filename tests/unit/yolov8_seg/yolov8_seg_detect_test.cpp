@@ -1,3 +1,4 @@
+#include "brellix/logger.h"
 #include "brellix/run_report.h"
 #include "brellix/yolov8_seg.h"
 #include "support/capture_stdout.h"
@@ -7,9 +8,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <spdlog/sinks/ostream_sink.h>
 
 #include <cstring>
+#include <memory>
 #include <opencv2/core.hpp>
+#include <sstream>
 
 namespace {
 
@@ -87,6 +91,20 @@ TEST(YOLOv8SegDetect, ThreeDurationsAreLoggedWithoutDetections) {
     EXPECT_THAT(output, HasSubstr(" [INFO] YOLOv8-seg Inference runtime = "));
     EXPECT_THAT(output, HasSubstr(" [INFO] YOLOv8-seg postprocess runtime = "));
     EXPECT_THAT(output, HasSubstr("(ms)\n"));
+}
+
+TEST(YOLOv8SegDetect, LogLinesNameTheLibrarysSourceAndFunction) {
+    FakeEngine::reset();
+    YOLOv8Seg model(YAML::Load(segConfigText()));
+    std::ostringstream lines;
+    auto& sinks = brellix::Logger::Instance("spdlog").logger_->sinks();
+    sinks.push_back(std::make_shared<spdlog::sinks::ostream_sink_mt>(lines));
+    sinks.back()->set_pattern("%g|%!|%l");
+    std::vector<Object> objects;
+    model.detect(noisePicture(64, 64), objects);
+    sinks.pop_back();
+    const std::string line = "src/yolov8_seg/yolov8_seg.cpp|detect|info\n";
+    EXPECT_EQ(lines.str(), line + line + line);
 }
 
 TEST(YOLOv8SegDetect, FailedInferenceIsReportedAndDecodedAsItStands) {
