@@ -86,6 +86,20 @@ std::vector<float> appendObjects(const Candidates& candidates, const std::vector
     return coefficients;
 }
 
+/// One prototype a row. A float tensor that holds them all is used where it lies.
+cv::Mat prototypesOf(YOLOv8Seg& model, AIBuff& proto) {
+    const std::int64_t area = std::int64_t{model.protoHeight} * model.protoWidth;
+    const bool isComplete = proto.data && area > 0 && area <= std::numeric_limits<int>::max() &&
+                            proto.data->size() / sizeof(float) / static_cast<std::size_t>(area) >=
+                                static_cast<std::size_t>(model.maskCoefCount);
+    if (!model.isQuantized && isComplete) {
+        return {model.maskCoefCount, static_cast<int>(area), CV_32F, proto.data->data()};
+    }
+    cv::Mat prototypes;
+    model.isQuantized ? model.decodeMask_i8(proto, prototypes) : model.decodeMask_fp32(proto, prototypes);
+    return prototypes;
+}
+
 }  // namespace
 
 void YOLOv8Seg::postprocess(TensorMap& outputs, std::vector<Object>& objects) {
@@ -99,8 +113,7 @@ void YOLOv8Seg::postprocess(TensorMap& outputs, std::vector<Object>& objects) {
     if (coefficients.empty()) {
         return;
     }
-    cv::Mat prototypes;
-    isQuantized ? decodeMask_i8(proto, prototypes) : decodeMask_fp32(proto, prototypes);
+    const cv::Mat prototypes = prototypesOf(*this, proto);
     const int kept = static_cast<int>(coefficients.size()) / maskCoefCount;
     assembleMasks(*this, cv::Mat(kept, maskCoefCount, CV_32F, coefficients.data()), prototypes, objects);
 }

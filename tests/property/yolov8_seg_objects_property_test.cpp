@@ -84,6 +84,22 @@ TEST_P(Yolov8SegObjectsProperty, RandomOutputsGiveTheObjectsAndMasksOfTheReferen
     EXPECT_GT(maskPixels, 10000);
 }
 
+TEST_P(Yolov8SegObjectsProperty, MasksFitPicturesOfAwkwardSizes) {
+    // As large as the prototypes, half and twice as large, one pixel thin, and large enough for whole pages.
+    const std::vector<cv::Size> pictures = {{8, 8},  {16, 16}, {24, 24}, {4, 4},   {12, 12},    {48, 48},
+                                            {32, 8}, {3, 40},  {1, 17},  {29, 31}, {1000, 700}, {401, 900}};
+    Random random(106);
+    int maskPixels = 0;
+    for (const cv::Size& picture : pictures) {
+        for (int i = 0; i < 12; ++i) {
+            const SegSettings settings = segSettingsFor(picture, random, GetParam());
+            maskPixels += compareWithReference(settings, randomSegOutputs(random, settings)).maskPixels;
+            ASSERT_FALSE(HasFailure()) << picture << " in " << settings.inputSize;
+        }
+    }
+    EXPECT_GT(maskPixels, 1000000);
+}
+
 TEST_P(Yolov8SegObjectsProperty, MasksGoToTheFirstObjectsOfTheVector) {
     Random random(102);
     std::size_t found = 0;

@@ -47,12 +47,17 @@ void applySettings(YOLOv8Seg& model, const SegSettings& settings) {
 }
 
 SegSettings randomSegSettings(Random& random, bool isQuantized) {
+    const int height = random.integer(12, 150);
+    return segSettingsFor({random.integer(12, 150), height}, random, isQuantized);
+}
+
+SegSettings segSettingsFor(const cv::Size& picture, Random& random, bool isQuantized) {
     SegSettings settings;
     const int side = random.oneOf({32, 64, 96});
     settings.inputSize = {side, side};
     cv::Mat letterboxed;
-    const cv::Mat picture = cv::Mat::zeros(random.integer(12, 150), random.integer(12, 150), CV_8UC3);
-    settings.letterbox = reference::letterbox(picture, letterboxed, settings.inputSize);
+    settings.letterbox =
+        reference::letterbox(cv::Mat::zeros(picture, CV_8UC3), letterboxed, settings.inputSize);
     settings.isQuantized = isQuantized;
     settings.protoWidth = side / 4;
     settings.protoHeight = side / 4;

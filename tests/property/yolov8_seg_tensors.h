@@ -25,6 +25,9 @@ void applySettings(ai_orvo::model::YOLOv8Seg& model, const reference::SegSetting
 /// A square network input and an odd picture, letterboxed. Grids and prototypes follow from the input.
 reference::SegSettings randomSegSettings(Random& random, bool isQuantized);
 
+/// The same for a picture of a given size.
+reference::SegSettings segSettingsFor(const cv::Size& picture, Random& random, bool isQuantized);
+
 /// All ten tensors, float or 8-bit as the settings say; a few dozen cells hold a candidate.
 ai_orvo::model::TensorMap randomSegOutputs(Random& random, const reference::SegSettings& settings);
 
