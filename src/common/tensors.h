@@ -34,6 +34,7 @@ class ByteView {
         : bytes_(tensor.data ? tensor.data->data() : nullptr), size_(tensor.data ? tensor.data->size() : 0) {}
 
     std::size_t size() const { return size_; }
+    const std::int8_t* data() const { return bytes_; }
 
     /// The element at `index`, which must be below `size()`.
     std::int8_t operator[](std::size_t index) const { return bytes_[index]; }
@@ -56,6 +57,8 @@ class FloatView {
           size_(tensor.data ? tensor.data->size() / sizeof(float) : 0) {}
 
     std::size_t size() const { return size_; }
+    /// The buffer's memory comes from an allocator, aligned for every type.
+    const float* data() const { return reinterpret_cast<const float*>(bytes_); }
 
     /// The element at `index`, which must be below `size()`.
     float operator[](std::size_t index) const {

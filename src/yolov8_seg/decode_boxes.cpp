@@ -1,94 +1,98 @@
-// Candidates of one head. The float and the int8 form differ in how an element is read and compared, and in
-// nothing else: each form is a small set of rules, and one loop serves both.
+// The float and the int8 form differ in how an element is read and compared, and in nothing else: each form
+// is a small set of rules, and one loop serves both.
+
+#include "yolov8_seg/decode_boxes.h"
 
 #include "brellix/quantization.h"
-#include "brellix/yolov8_seg.h"
 #include "common/numeric.h"
 #include "common/tensors.h"
+#include "yolov8_seg/best_scores.h"
+#include "yolov8_seg/dfl.h"
 
+#include <algorithm>
+#include <array>
 #include <cfloat>
-#include <cstddef>
+#include <cmath>
 #include <cstdint>
 
 namespace ai_orvo::model {
 namespace {
 
 /// Float tensors: scores are logits, everything is taken as it stands.
-struct FloatHead {
+class FloatHead {
+  public:
     using Score = float;
-    static constexpr Score kLowest = -FLT_MAX;
 
-    FloatHead(const AIBuff& boxTensor, const AIBuff& scoreTensor, const AIBuff& coefTensor, float probability)
-        : box(boxTensor), score(scoreTensor), maskCoef(coefTensor), threshold(unsigmoid(probability)) {}
+    FloatHead(const SegHead& head, float probability)
+        : box(head.box), score(head.score), maskCoef(head.maskCoef), threshold_(unsigmoid(probability)) {}
 
-    float boxLogit(std::size_t index) const { return box[index]; }
-    float coefficient(std::size_t index) const { return maskCoef[index]; }
+    /// What a score has to exceed: the threshold, but no less than the lowest float.
+    Score floor() const { return threshold_ < -FLT_MAX ? -FLT_MAX : threshold_; }
+
+    const Score* scores() const { return score.data(); }
+
+    float exponential(std::size_t index) { return std::exp(box[index]); }
+
     float probability(Score best) const { return sigmoid(best); }
 
     FloatView box;
     FloatView score;
     FloatView maskCoef;
-    Score threshold;
+
+  private:
+    Score threshold_;
 };
 
 /// Int8 tensors: scores are compared as raw bytes.
-struct Int8Head {
+class Int8Head {
+  public:
     using Score = std::int8_t;
-    static constexpr Score kLowest = -128;
 
-    Int8Head(const AIBuff& boxBuffer, const AIBuff& scoreBuffer, const AIBuff& coefBuffer, float probability)
-        : box(boxBuffer),
-          score(scoreBuffer),
-          maskCoef(coefBuffer),
-          threshold(
-              static_cast<Score>(qntF32ToAffine(unsigmoid(probability), scoreBuffer.zp, scoreBuffer.scale))),
-          boxTensor(boxBuffer),
-          scoreTensor(scoreBuffer),
-          coefTensor(coefBuffer) {}
+    Int8Head(const SegHead& head, float probability)
+        : box(head.box),
+          score(head.score),
+          maskCoef(head.maskCoef),
+          threshold_(
+              static_cast<Score>(qntF32ToAffine(unsigmoid(probability), head.score.zp, head.score.scale))),
+          boxZp_(head.box.zp),
+          boxScale_(head.box.scale),
+          scoreZp_(head.score.zp),
+          scoreScale_(head.score.scale) {}
 
-    float boxLogit(std::size_t index) const {
-        return deqntAffineToF32(box[index], boxTensor.zp, boxTensor.scale);
+    Score floor() const { return threshold_; }
+
+    const Score* scores() const { return score.data(); }
+
+    /// There are but 256 of them: each is made when it is first asked for.
+    float exponential(std::size_t index) {
+        const std::int8_t byte = box[index];
+        const auto slot = static_cast<std::size_t>(static_cast<std::uint8_t>(byte));
+        if (!isKnown_[slot]) {
+            exponentials_[slot] = std::exp(deqntAffineToF32(byte, boxZp_, boxScale_));
+            isKnown_[slot] = true;
+        }
+        return exponentials_[slot];
     }
 
-    // Eight bits that wrap: networks are compiled with symmetric coefficients, whose zero point is 0.
-    float coefficient(std::size_t index) const {
-        const auto difference = static_cast<unsigned>(maskCoef[index]) - static_cast<unsigned>(coefTensor.zp);
-        return static_cast<float>(static_cast<std::int8_t>(difference));
-    }
-
-    float probability(Score best) const {
-        return sigmoid(deqntAffineToF32(best, scoreTensor.zp, scoreTensor.scale));
-    }
+    float probability(Score best) const { return sigmoid(deqntAffineToF32(best, scoreZp_, scoreScale_)); }
 
     ByteView box;
     ByteView score;
     ByteView maskCoef;
-    Score threshold;
-    const AIBuff& boxTensor;
-    const AIBuff& scoreTensor;
-    const AIBuff& coefTensor;
-};
 
-struct Grid {
-    int height;
-    int width;
-    int stride;
-    int dflLen;
-
-    std::size_t cells() const { return static_cast<std::size_t>(height) * static_cast<std::size_t>(width); }
-};
-
-/// Where candidates go.
-struct Candidates {
-    std::vector<cv::Rect_<int>>& boxes;
-    std::vector<float>& maskCoefs;
-    std::vector<float>& scores;
-    std::vector<int>& classIds;
+  private:
+    Score threshold_;
+    int boxZp_;
+    float boxScale_;
+    int scoreZp_;
+    float scoreScale_;
+    std::array<float, 256> exponentials_;
+    std::array<bool, 256> isKnown_{};
 };
 
 /// Whether every element that a cell of the grid may touch lies inside its tensor.
 template <typename Head>
-bool fits(const Head& head, const Grid& grid, int classNum, int coefCount) {
+bool fits(const Head& head, const SegGrid& grid, int classNum, int coefCount) {
     if (grid.height < 1 || grid.width < 1 || grid.dflLen < 1 || classNum < 1 || coefCount < 0) {
         return false;
     }
@@ -100,23 +104,14 @@ bool fits(const Head& head, const Grid& grid, int classNum, int coefCount) {
            holds(head.maskCoef.size(), static_cast<std::size_t>(coefCount));
 }
 
-template <typename Score>
-struct BestClass {
-    int id;  ///< -1 where no class exceeds the threshold
-    Score score;
-};
-
+/// The lowest class with this score in this cell; there is one.
 template <typename Head>
-BestClass<typename Head::Score> bestClassOf(const Head& head, std::size_t cells, std::size_t cell,
-                                            int classNum) {
-    BestClass<typename Head::Score> best{-1, Head::kLowest};
-    for (int id = 0; id < classNum; ++id) {
-        const auto score = head.score[static_cast<std::size_t>(id) * cells + cell];
-        if (score > head.threshold && score > best.score) {
-            best = {id, score};
-        }
+int classWithScore(const Head& head, std::size_t cells, std::size_t cell, typename Head::Score score) {
+    int id = 0;
+    while (head.score[static_cast<std::size_t>(id) * cells + cell] != score) {
+        ++id;
     }
-    return best;
+    return id;
 }
 
 /// One edge of a box in source pixels, inside [0, bound]. `position` is in cells; the half cell comes after
@@ -128,14 +123,8 @@ float sourceEdge(float position, int stride, float padding, float ratio, float b
     return clampToBound(edge, bound);
 }
 
-template <typename Head>
-cv::Rect_<int> boxOf(const Head& head, const Grid& grid, std::size_t cell, const LetterboxInfo& info) {
-    std::vector<float> logits(4 * static_cast<std::size_t>(grid.dflLen));
-    for (std::size_t channel = 0; channel < logits.size(); ++channel) {
-        logits[channel] = head.boxLogit(channel * grid.cells() + cell);
-    }
-    float distance[4] = {};
-    computeDfl(logits, grid.dflLen, distance);
+cv::Rect_<int> boxFrom(const std::array<float, 4>& distance, const SegGrid& grid, std::size_t cell,
+                       const LetterboxInfo& info) {
     const auto gridW = static_cast<std::size_t>(grid.width);
     const std::size_t cellRow = cell / gridW;
     const auto column = static_cast<float>(cell % gridW);
@@ -149,26 +138,95 @@ cv::Rect_<int> boxOf(const Head& head, const Grid& grid, std::size_t cell, const
             truncateToInt(bottom - top)};
 }
 
+/// \param exponentials room for the bins of one side.
 template <typename Head>
-int decodeHead(const Head& head, const Grid& grid, const YOLOv8Seg& model, const Candidates& candidates) {
+std::array<float, 4> distancesOf(Head& head, const SegGrid& grid, std::size_t cell,
+                                 std::vector<float>& exponentials) {
+    std::array<float, 4> distances{};
+    std::size_t channel = 0;
+    for (float& distance : distances) {
+        for (float& exponential : exponentials) {
+            exponential = head.exponential(channel * grid.cells() + cell);
+            ++channel;
+        }
+        distance = expectationOf(exponentials);
+    }
+    return distances;
+}
+
+template <typename Head>
+int decodeHead(Head head, const YOLOv8Seg& model, const SegGrid& grid, const SegCandidateLists& lists) {
+    using Score = typename Head::Score;
+    // So many cells' best scores stay in the fastest cache while the planes go by.
+    constexpr std::size_t kBlock = 1024;
     if (!fits(head, grid, model.classNum, model.maskCoefCount)) {
         return 0;
     }
     const std::size_t cells = grid.cells();
-    const auto coefCount = static_cast<std::size_t>(model.maskCoefCount);
+    std::vector<float> exponentials(static_cast<std::size_t>(grid.dflLen));
+    std::array<Score, kBlock> best;
     int appended = 0;
-    for (std::size_t cell = 0; cell < cells; ++cell) {
-        const auto best = bestClassOf(head, cells, cell, model.classNum);
-        if (best.id < 0) {
-            continue;
+    for (std::size_t first = 0; first < cells; first += kBlock) {
+        const std::size_t count = std::min(kBlock, cells - first);
+        std::fill_n(best.begin(), count, head.floor());
+        raiseToBestScores(head.scores() + first, cells, model.classNum, count, best.data());
+        for (std::size_t i = 0; i < count; ++i) {
+            if (!(best[i] > head.floor())) {
+                continue;
+            }
+            const std::size_t cell = first + i;
+            lists.boxes.push_back(
+                boxFrom(distancesOf(head, grid, cell, exponentials), grid, cell, model.letterboxInfo));
+            lists.scores.push_back(head.probability(best[i]));
+            lists.classIds.push_back(classWithScore(head, cells, cell, best[i]));
+            lists.cells.push_back(cell);
+            ++appended;
         }
-        for (std::size_t k = 0; k < coefCount; ++k) {
-            candidates.maskCoefs.push_back(head.coefficient(k * cells + cell));
-        }
-        candidates.boxes.push_back(boxOf(head, grid, cell, model.letterboxInfo));
-        candidates.scores.push_back(head.probability(best.score));
-        candidates.classIds.push_back(best.id);
-        ++appended;
+    }
+    return appended;
+}
+
+}  // namespace
+
+int decodeFloatHead(const YOLOv8Seg& model, const SegHead& head, const SegGrid& grid, float threshold,
+                    const SegCandidateLists& lists) {
+    return decodeHead(FloatHead(head, threshold), model, grid, lists);
+}
+
+int decodeInt8Head(const YOLOv8Seg& model, const SegHead& head, const SegGrid& grid, float threshold,
+                   const SegCandidateLists& lists) {
+    return decodeHead(Int8Head(head, threshold), model, grid, lists);
+}
+
+void appendFloatCoefficients(const AIBuff& maskCoef, std::size_t cells, std::size_t cell, std::size_t count,
+                             std::vector<float>& coefficients) {
+    const FloatView values(maskCoef);
+    for (std::size_t k = 0; k < count; ++k) {
+        coefficients.push_back(values[k * cells + cell]);
+    }
+}
+
+void appendInt8Coefficients(const AIBuff& maskCoef, std::size_t cells, std::size_t cell, std::size_t count,
+                            std::vector<float>& coefficients) {
+    const ByteView values(maskCoef);
+    for (std::size_t k = 0; k < count; ++k) {
+        // Eight bits that wrap: networks are compiled with symmetric coefficients, whose zero point is 0.
+        const auto difference =
+            static_cast<unsigned>(values[k * cells + cell]) - static_cast<unsigned>(maskCoef.zp);
+        coefficients.push_back(static_cast<float>(static_cast<std::int8_t>(difference)));
+    }
+}
+
+namespace {
+
+/// The published form of a head's decoding: the coefficients of all candidates come along.
+template <typename Decode, typename Append>
+int decodeWithCoefficients(Decode decode, Append append, const YOLOv8Seg& model, const SegHead& head,
+                           const SegGrid& grid, float threshold, const SegCandidateLists& lists,
+                           std::vector<float>& maskCoefs) {
+    const int appended = decode(model, head, grid, threshold, lists);
+    for (const std::size_t cell : lists.cells) {
+        append(head.maskCoef, grid.cells(), cell, static_cast<std::size_t>(model.maskCoefCount), maskCoefs);
     }
     return appended;
 }
@@ -179,16 +237,20 @@ int YOLOv8Seg::decodeBoxes_fp32(AIBuff& box, AIBuff& score, AIBuff& maskCoef, in
                                 int stride, int dflLen, std::vector<cv::Rect_<int>>& boxes,
                                 std::vector<float>& maskCoefs, std::vector<float>& scores,
                                 std::vector<int>& classIds, float threshold) {
-    return decodeHead(FloatHead(box, score, maskCoef, threshold), {gridH, gridW, stride, dflLen}, *this,
-                      {boxes, maskCoefs, scores, classIds});
+    std::vector<std::size_t> cells;
+    return decodeWithCoefficients(decodeFloatHead, appendFloatCoefficients, *this, {box, score, maskCoef},
+                                  {gridH, gridW, stride, dflLen}, threshold, {boxes, scores, classIds, cells},
+                                  maskCoefs);
 }
 
 int YOLOv8Seg::decodeBoxes_i8(AIBuff& box, AIBuff& score, AIBuff& maskCoef, int gridH, int gridW, int, int,
                               int stride, int dflLen, std::vector<cv::Rect_<int>>& boxes,
                               std::vector<float>& maskCoefs, std::vector<float>& scores,
                               std::vector<int>& classIds, float threshold) {
-    return decodeHead(Int8Head(box, score, maskCoef, threshold), {gridH, gridW, stride, dflLen}, *this,
-                      {boxes, maskCoefs, scores, classIds});
+    std::vector<std::size_t> cells;
+    return decodeWithCoefficients(decodeInt8Head, appendInt8Coefficients, *this, {box, score, maskCoef},
+                                  {gridH, gridW, stride, dflLen}, threshold, {boxes, scores, classIds, cells},
+                                  maskCoefs);
 }
 
 }  // namespace ai_orvo::model

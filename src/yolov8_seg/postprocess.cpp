@@ -1,22 +1,37 @@
 #include "brellix/nms.h"
 #include "brellix/yolov8_seg.h"
+#include "common/index_nms.h"
+#include "yolov8_seg/decode_boxes.h"
 #include "yolov8_seg/masks.h"
 #include "yolov8_seg/tensor_tables.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <numeric>
-#include <set>
+#include <vector>
 
 namespace ai_orvo::model {
 namespace {
 
-/// The candidates of all heads, one entry each in every list (`maskCoefCount` in `maskCoefs`).
+/// The candidates of all heads, one entry each in every list.
 struct Candidates {
     std::vector<cv::Rect_<int>> boxes;
-    std::vector<float> maskCoefs;
     std::vector<float> scores;
     std::vector<int> classIds;
+    std::vector<std::size_t> cells;
+    std::array<std::size_t, kSegHeads> headEnds{};  ///< candidates up to and with each head
+
+    /// The head that found a candidate.
+    std::size_t headOf(std::size_t candidate) const {
+        std::size_t head = 0;
+        while (candidate >= headEnds[head]) {
+            ++head;
+        }
+        return head;
+    }
 };
 
 /// The output whose registered shape gives a head's grid.
@@ -32,19 +47,24 @@ int dimensionOf(const AIEngineConfig& config, const char* name, std::size_t dime
     return length < 0 || length > std::numeric_limits<int>::max() ? 0 : static_cast<int>(length);
 }
 
-Candidates decodeHeads(YOLOv8Seg& model, TensorMap& outputs) {
-    const auto decode = model.isQuantized ? &YOLOv8Seg::decodeBoxes_i8 : &YOLOv8Seg::decodeBoxes_fp32;
-    const int dflLen = dimensionOf(model.config, "output0", 1) / 4;
+SegHead headTensors(TensorMap& outputs, std::size_t head) {
+    const SegHeadNames& names = kSegHeadNames[head];
+    return {outputs[names.box], outputs[names.score], outputs[names.maskCoef]};
+}
+
+SegGrid gridOf(const YOLOv8Seg& model, std::size_t head) {
+    const char* const name = kGridNames[head];
+    return {dimensionOf(model.config, name, 2), dimensionOf(model.config, name, 3), model.strides[head],
+            dimensionOf(model.config, kSegHeadNames[0].box, 1) / 4};
+}
+
+Candidates decodeHeads(const YOLOv8Seg& model, TensorMap& outputs) {
+    const auto decode = model.isQuantized ? decodeInt8Head : decodeFloatHead;
     Candidates found;
     for (std::size_t head = 0; head < kSegHeads; ++head) {
-        AIBuff& box = outputs[kSegHeadNames[head].box];
-        AIBuff& score = outputs[kSegHeadNames[head].score];
-        AIBuff& maskCoef = outputs[kSegHeadNames[head].maskCoef];
-        const int gridH = dimensionOf(model.config, kGridNames[head], 2);
-        const int gridW = dimensionOf(model.config, kGridNames[head], 3);
-        (model.*decode)(box, score, maskCoef, gridH, gridW, model.inputSize.height, model.inputSize.width,
-                        model.strides[head], dflLen, found.boxes, found.maskCoefs, found.scores,
-                        found.classIds, model.confThreshold);
+        decode(model, headTensors(outputs, head), gridOf(model, head), model.confThreshold,
+               {found.boxes, found.scores, found.classIds, found.cells});
+        found.headEnds[head] = found.boxes.size();
     }
     return found;
 }
@@ -56,21 +76,16 @@ std::vector<int> survivors(Candidates& candidates, float threshold) {
     std::vector<int> order(candidates.scores.size());
     std::iota(order.begin(), order.end(), 0);
     quickSortIndiceInverse(candidates.scores, 0, count - 1, order);
-    const std::set<int> classes(candidates.classIds.begin(), candidates.classIds.end());
-    for (const int classId : classes) {
-        nms(count, candidates.boxes, candidates.classIds, order, classId, threshold);
-    }
+    suppressInEachClass(candidates.boxes, candidates.classIds, threshold, order);
     return order;
 }
 
-/// Appends at most `maxDetections` objects, without masks. \return their mask coefficients, one after
-/// another.
-std::vector<float> appendObjects(const Candidates& candidates, const std::vector<int>& order,
-                                 const YOLOv8Seg& model, std::vector<Object>& objects) {
-    const auto coefCount = static_cast<std::size_t>(model.maskCoefCount);
-    std::vector<float> coefficients;
-    int kept = 0;
-    for (std::size_t position = 0; position < order.size() && kept < model.maxDetections; ++position) {
+/// Appends at most `maxDetections` objects, without masks. \return their candidates.
+std::vector<std::size_t> appendObjects(const Candidates& candidates, const std::vector<int>& order,
+                                       int maxDetections, std::vector<Object>& objects) {
+    std::vector<std::size_t> kept;
+    for (std::size_t position = 0; position < order.size() && static_cast<int>(kept.size()) < maxDetections;
+         ++position) {
         if (order[position] == -1) {
             continue;
         }
@@ -78,10 +93,22 @@ std::vector<float> appendObjects(const Candidates& candidates, const std::vector
         // After the sort scores stand by position, everything else still by candidate.
         objects.push_back({cv::Rect_<float>(candidates.boxes[candidate]), candidates.classIds[candidate],
                            candidates.scores[position], cv::Mat()});
-        for (std::size_t k = 0; k < coefCount; ++k) {
-            coefficients.push_back(candidates.maskCoefs[candidate * coefCount + k]);
-        }
-        ++kept;
+        kept.push_back(candidate);
+    }
+    return kept;
+}
+
+/// \return the mask coefficients of the kept candidates, one after another.
+std::vector<float> coefficientsOf(const YOLOv8Seg& model, const Candidates& candidates,
+                                  const std::vector<std::size_t>& kept, TensorMap& outputs) {
+    const auto append = model.isQuantized ? appendInt8Coefficients : appendFloatCoefficients;
+    const auto count = static_cast<std::size_t>(std::max(model.maskCoefCount, 0));
+    std::vector<float> coefficients;
+    coefficients.reserve(kept.size() * count);
+    for (const std::size_t candidate : kept) {
+        const std::size_t head = candidates.headOf(candidate);
+        append(headTensors(outputs, head).maskCoef, gridOf(model, head).cells(), candidates.cells[candidate],
+               count, coefficients);
     }
     return coefficients;
 }
@@ -109,13 +136,14 @@ void YOLOv8Seg::postprocess(TensorMap& outputs, std::vector<Object>& objects) {
         return;
     }
     const std::vector<int> order = survivors(candidates, nmsThreshold);
-    std::vector<float> coefficients = appendObjects(candidates, order, *this, objects);
+    const std::vector<std::size_t> kept = appendObjects(candidates, order, maxDetections, objects);
+    std::vector<float> coefficients = coefficientsOf(*this, candidates, kept, outputs);
     if (coefficients.empty()) {
         return;
     }
     const cv::Mat prototypes = prototypesOf(*this, proto);
-    const int kept = static_cast<int>(coefficients.size()) / maskCoefCount;
-    assembleMasks(*this, cv::Mat(kept, maskCoefCount, CV_32F, coefficients.data()), prototypes, objects);
+    const auto count = static_cast<int>(kept.size());
+    assembleMasks(*this, cv::Mat(count, maskCoefCount, CV_32F, coefficients.data()), prototypes, objects);
 }
 
 }  // namespace ai_orvo::model

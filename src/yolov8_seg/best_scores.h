@@ -1,0 +1,21 @@
+#pragma once
+
+/// \file
+/// The highest score of every cell of a head.
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ai_orvo::model {
+
+/// Raises each of `best` to the highest of its cell's scores.
+///
+/// The planes are read one after the other, cells side by side: a plane a class lies far from the next, so
+/// that going through the classes of one cell after another would touch a cache line for every score.
+/// A NaN raises nothing.
+/// \param scores plane k of `count` cells begins at scores[k * pitch].
+void raiseToBestScores(const float* scores, std::size_t pitch, int planes, std::size_t count, float* best);
+void raiseToBestScores(const std::int8_t* scores, std::size_t pitch, int planes, std::size_t count,
+                       std::int8_t* best);
+
+}  // namespace ai_orvo::model
