@@ -1,13 +1,15 @@
 #include "brellix/letterbox.h"
 
+#include "common/letterbox_geometry.h"
+#include "common/subsampling.h"
+
 #include <opencv2/imgproc.hpp>
 
+#include <algorithm>
 #include <cmath>
 
 namespace ai_orvo::model {
 namespace {
-
-const cv::Scalar kPaddingColor(114, 114, 114, 0);
 
 /// Rounds half away from zero. Lengths that no matrix can have are refused rather than converted.
 int roundLength(float length) {
@@ -19,47 +21,86 @@ int roundLength(float length) {
     return static_cast<int>(rounded);
 }
 
-/// Always a matrix of its own: a submatrix would let its surroundings into the border.
-cv::Mat resizeOrClone(const cv::Mat& src, int width, int height) {
-    if (src.cols == width && src.rows == height) {
-        return src.clone();
+const cv::Scalar kPaddingColor(kPaddingGrey, kPaddingGrey, kPaddingGrey, 0);
+
+bool shareMemory(const cv::Mat& a, const cv::Mat& b) {
+    return a.datastart < b.dataend && b.datastart < a.dataend;
+}
+
+/// The way of OpenCV's own functions, for images and sizes that they take or refuse.
+void letterboxPlainly(const cv::Mat& src, const LetterboxGeometry& geometry, cv::Mat& dst) {
+    // Always a matrix of its own: a submatrix would let its surroundings into the border.
+    cv::Mat scaled;
+    if (src.size() == geometry.scaled) {
+        scaled = src.clone();
+    } else {
+        cv::resize(src, scaled, geometry.scaled, 0, 0, cv::INTER_LINEAR);
     }
-    cv::Mat resized;
-    cv::resize(src, resized, cv::Size(width, height), 0, 0, cv::INTER_LINEAR);
-    return resized;
+    cv::copyMakeBorder(scaled, dst, geometry.top, geometry.bottom, geometry.left, geometry.right,
+                       cv::BORDER_CONSTANT, kPaddingColor);
 }
 
 }  // namespace
 
-LetterboxInfo letterbox(const cv::Mat& src, cv::Mat& dst, cv::Size& target) {
-    if (src.empty() || src.dims > 2) {
+LetterboxGeometry letterboxGeometry(const cv::Mat& image, const cv::Size& target) {
+    if (image.empty() || image.dims > 2) {
         CV_Error(cv::Error::StsBadSize,
                  "letterbox: the source image is empty or has more than two dimensions");
     }
     // Single precision decides the new size: a double scale rounds some sizes to another pixel count.
     const auto targetWidth = static_cast<float>(target.width);
     const auto targetHeight = static_cast<float>(target.height);
-    const auto srcWidth = static_cast<float>(src.cols);
-    const auto srcHeight = static_cast<float>(src.rows);
+    const auto srcWidth = static_cast<float>(image.cols);
+    const auto srcHeight = static_cast<float>(image.rows);
 
     const float scaleX = targetWidth / srcWidth;
     const float scaleY = targetHeight / srcHeight;
     const float scale = scaleY > scaleX ? scaleX : scaleY;
 
-    const int newWidth = roundLength(srcWidth * scale);
-    const int newHeight = roundLength(srcHeight * scale);
-    const cv::Mat scaled = resizeOrClone(src, newWidth, newHeight);
-
-    const float dw = (targetWidth - static_cast<float>(newWidth)) * 0.5F;
-    const float dh = (targetHeight - static_cast<float>(newHeight)) * 0.5F;
+    const cv::Size scaled(roundLength(srcWidth * scale), roundLength(srcHeight * scale));
+    const float dw = (targetWidth - static_cast<float>(scaled.width)) * 0.5F;
+    const float dh = (targetHeight - static_cast<float>(scaled.height)) * 0.5F;
     // The tenth sends the odd pixel of an odd padding to the bottom and to the right.
-    const int top = roundLength(dh - 0.1F);
-    const int bottom = roundLength(dh + 0.1F);
-    const int left = roundLength(dw - 0.1F);
-    const int right = roundLength(dw + 0.1F);
-    cv::copyMakeBorder(scaled, dst, top, bottom, left, right, cv::BORDER_CONSTANT, kPaddingColor);
+    return {{1.0F / scale, dw, dh, srcHeight, srcWidth},
+            scaled,
+            roundLength(dh - 0.1F),
+            roundLength(dh + 0.1F),
+            roundLength(dw - 0.1F),
+            roundLength(dw + 0.1F)};
+}
 
-    return {1.0F / scale, dw, dh, srcHeight, srcWidth};
+void scaleInto(const cv::Mat& image, cv::Mat scaled) {
+    if (image.size() == scaled.size()) {
+        image.copyTo(scaled);
+    } else if (!subsample(image, scaled)) {
+        // Of the right size and type already, `scaled` is filled where it lies.
+        cv::resize(image, scaled, scaled.size(), 0, 0, cv::INTER_LINEAR);
+    }
+}
+
+bool canLetterboxInto(const cv::Mat& image, const LetterboxGeometry& geometry) {
+    return image.channels() <= 4 && !geometry.scaled.empty() &&
+           std::min({geometry.top, geometry.bottom, geometry.left, geometry.right}) >= 0;
+}
+
+void letterboxInto(const cv::Mat& image, const LetterboxGeometry& geometry, cv::Mat padded) {
+    const cv::Rect inside = geometry.inside();
+    padded.rowRange(0, inside.y).setTo(kPaddingColor);
+    padded.rowRange(inside.br().y, padded.rows).setTo(kPaddingColor);
+    padded(cv::Rect(0, inside.y, inside.x, inside.height)).setTo(kPaddingColor);
+    padded(cv::Rect(inside.br().x, inside.y, geometry.right, inside.height)).setTo(kPaddingColor);
+    scaleInto(image, padded(inside));
+}
+
+LetterboxInfo letterbox(const cv::Mat& src, cv::Mat& dst, cv::Size& target) {
+    const LetterboxGeometry geometry = letterboxGeometry(src, target);
+    if (!canLetterboxInto(src, geometry) || shareMemory(src, dst)) {
+        letterboxPlainly(src, geometry, dst);
+        return geometry.info;
+    }
+    dst.create(geometry.padded(), src.type());
+    letterboxInto(src, geometry, dst);
+    return geometry.info;
 }
 
 }  // namespace ai_orvo::model

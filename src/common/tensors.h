@@ -1,11 +1,9 @@
 #pragma once
 
 /// \file
-/// Building the tensors that cross the engine's boundary, and reading them safely.
+/// Making the tensors that cross the engine's boundary, and reading them safely.
 
 #include "brellix/ai_engine.h"
-
-#include <opencv2/core.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -13,19 +11,9 @@
 
 namespace ai_orvo::model {
 
-/// Order of the colour planes that the network expects; images come as BGR.
-enum class ChannelOrder { kBgr, kRgb };
-
-/// \return a float32 tensor 1 x 3 x height x width of the 8-bit image, scaled to 0..1.
-alg::common::AIBuff planarFloatTensor(const cv::Mat& letterboxed, ChannelOrder order);
-
-/// \return a tensor of the image's own bytes, row by row. Its type says float32 all the same: an engine tells
-/// the two input forms apart by their size.
-alg::common::AIBuff byteTensor(const cv::Mat& letterboxed);
-
 /// \return an output tensor of `elements` x `elementSize` zero bytes.
 /// \throws std::length_error for a negative element count.
-alg::common::AIBuff sizedTensor(int elements, std::size_t elementSize);
+alg::common::AIBuff outputTensor(int elements, std::size_t elementSize);
 
 /// Bounds-known view of a buffer as an array of int8. A null buffer has no elements.
 class ByteView {

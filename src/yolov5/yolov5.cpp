@@ -2,6 +2,7 @@
 
 #include "brellix/nms.h"
 #include "common/framework.h"
+#include "common/input_tensor.h"
 #include "common/numeric.h"
 #include "common/run_report.h"
 #include "common/tensors.h"
@@ -80,13 +81,13 @@ YOLOv5::~YOLOv5() {
 
 void YOLOv5::detect(const cv::Mat& image, std::vector<Object>& objects) {
     StageClock clock;
-    cv::Mat letterboxed;
-    letterbox_info = letterbox(image, letterboxed, input_size);
+    const InputTensor input = floatInput(image, input_size, ChannelOrder::kRgb);
+    letterbox_info = input.letterbox;
 
     TensorMap inputs;
     TensorMap outputs;
-    inputs[kInputName] = planarFloatTensor(letterboxed, ChannelOrder::kRgb);
-    outputs[kOutputName] = sizedTensor(config.output_sizes[kOutputName], sizeof(float));
+    inputs[kInputName] = input.tensor;
+    outputs[kOutputName] = outputTensor(config.output_sizes[kOutputName], sizeof(float));
     clock.preprocessed();
     clock.infer(engine, inputs, outputs);
     postprocess(outputs, objects);

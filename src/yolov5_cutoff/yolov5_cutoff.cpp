@@ -2,6 +2,7 @@
 
 #include "brellix/nms.h"
 #include "common/framework.h"
+#include "common/input_tensor.h"
 #include "common/numeric.h"
 #include "common/run_report.h"
 #include "common/tensors.h"
@@ -64,14 +65,14 @@ YOLOv5Cutoff::~YOLOv5Cutoff() = default;
 
 void YOLOv5Cutoff::detect(const cv::Mat& image, std::vector<Object>& objects) {
     StageClock clock;
-    cv::Mat letterboxed;
-    letterbox_info = letterbox(image, letterboxed, input_size);
+    const InputTensor input = byteInput(image, input_size);
+    letterbox_info = input.letterbox;
 
     TensorMap inputs;
     TensorMap outputs;
-    inputs[kInputName] = byteTensor(letterboxed);
+    inputs[kInputName] = input.tensor;
     for (const char* name : kHeadNames) {
-        outputs[name] = sizedTensor(config.output_sizes[name], sizeof(std::int8_t));
+        outputs[name] = outputTensor(config.output_sizes[name], sizeof(std::int8_t));
     }
     clock.preprocessed();
     clock.infer(engine, inputs, outputs);

@@ -2,6 +2,7 @@
 
 #include "brellix/logger.h"
 #include "common/framework.h"
+#include "common/input_tensor.h"
 #include "common/numeric.h"
 #include "common/run_report.h"
 #include "common/tensors.h"
@@ -27,15 +28,16 @@ int frameworkCode(const std::string& framework) {
 }
 
 /// The back-end decides the form of the input, the quantisation flag how it is described.
-AIBuff inputTensor(const cv::Mat& letterboxed, int framework, bool isQuantized) {
-    const bool takesBytes = framework == alg::common::kFrameworkRknn;
-    AIBuff tensor = takesBytes ? byteTensor(letterboxed) : planarFloatTensor(letterboxed, ChannelOrder::kBgr);
-    if (isQuantized) {
-        tensor.type = alg::common::kElementInt8;
-        tensor.zp = 0;
-        tensor.scale = 1.0F;
+InputTensor inputFor(const cv::Mat& image, const YOLOv8Seg& model) {
+    const bool takesBytes = model.config.framework == alg::common::kFrameworkRknn;
+    InputTensor input = takesBytes ? byteInput(image, model.inputSize)
+                                   : floatInput(image, model.inputSize, ChannelOrder::kBgr);
+    if (model.isQuantized) {
+        input.tensor.type = alg::common::kElementInt8;
+        input.tensor.zp = 0;
+        input.tensor.scale = 1.0F;
     }
-    return tensor;
+    return input;
 }
 
 }  // namespace
@@ -71,15 +73,15 @@ YOLOv8Seg::~YOLOv8Seg() = default;
 
 void YOLOv8Seg::detect(const cv::Mat& image, std::vector<Object>& objects) {
     StageClock clock;
-    cv::Mat letterboxed;
-    letterboxInfo = letterbox(image, letterboxed, inputSize);
+    const InputTensor input = inputFor(image, *this);
+    letterboxInfo = input.letterbox;
 
     TensorMap inputs;
     TensorMap outputs;
-    inputs[kSegInput] = inputTensor(letterboxed, config.framework, isQuantized);
+    inputs[kSegInput] = input.tensor;
     const std::size_t elementSize = isQuantized ? sizeof(std::int8_t) : sizeof(float);
     for (const char* name : kSegOutputs) {
-        outputs[name] = sizedTensor(config.output_sizes[name], elementSize);
+        outputs[name] = outputTensor(config.output_sizes[name], elementSize);
     }
     const double preprocessMs = clock.preprocessed();
     LOG_INFO("YOLOv8-seg Preprocess runtime = {}(ms)", preprocessMs);

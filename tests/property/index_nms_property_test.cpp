@@ -63,6 +63,24 @@ TEST(IndexSortProperty, TiesEndWhereThePartitionPutsThem) {
     }
 }
 
+TEST(IndexSortProperty, RisingScoresEndWhereThePartitionPutsThem) {
+    // Each partition takes off one score only: after a few of them distinct scores are sorted another way.
+    Random random(75);
+    for (const int distinct : {1, 2, 40, 2000}) {
+        std::vector<float> scores(2000);
+        for (std::size_t i = 0; i < scores.size(); ++i) {
+            scores[i] = static_cast<float>(static_cast<int>(i) * distinct / 2000);
+        }
+        compareSorting(scores, 0, 1999);
+        for (int i = 0; i < 20; ++i) {
+            std::swap(scores[static_cast<std::size_t>(random.integer(0, 1999))],
+                      scores[static_cast<std::size_t>(random.integer(0, 1999))]);
+        }
+        compareSorting(scores, 0, 1999);
+        compareSorting(scores, 3, 1500);
+    }
+}
+
 TEST(IndexSortProperty, ScoresThatAreNoNumbersEndTheLoop) {
     Random random(72);
     int missing = 0;

@@ -87,6 +87,22 @@ TEST(LetterboxProperty, SizesAroundTheTargetGiveTheBytesOfTheReference) {
     }
 }
 
+TEST(LetterboxProperty, WholeFactorsGiveTheBytesOfTheReference) {
+    // An odd factor meets pixels exactly, an even one lies between them.
+    Random random(8);
+    for (int factor = 2; factor <= 11; ++factor) {
+        for (const cv::Size& scaled :
+             {cv::Size(64, 48), cv::Size(64, 1), cv::Size(1, 64), cv::Size(17, 64)}) {
+            const cv::Mat src = random.image({scaled.width * factor, scaled.height * factor}, CV_8UC3);
+            SCOPED_TRACE(::testing::Message() << "source " << src.size());
+            EXPECT_TRUE(compareWithReference(src, cv::Mat(), {64, 64}));
+        }
+    }
+    EXPECT_TRUE(compareWithReference(random.image({1920, 1080}, CV_8UC3), cv::Mat(), {640, 640}));
+    EXPECT_TRUE(compareWithReference(random.image({3200, 2400}, CV_8UC3), cv::Mat(), {640, 640}));
+    EXPECT_TRUE(compareWithReference(random.image({300, 180}, CV_8UC1), cv::Mat(), {100, 100}));
+}
+
 TEST(LetterboxProperty, ASubmatrixIsPaddedAsIfNothingLayAroundIt) {
     Random random(4);
     int unscaled = 0;

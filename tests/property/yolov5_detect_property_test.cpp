@@ -11,7 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -95,6 +97,54 @@ TEST(Yolov5DetectProperty, APartOfAPictureIsReadWithItsOwnRowsOnly) {
                             random.integer(30, 140));
         SCOPED_TRACE(::testing::Message() << "part " << part);
         compareWithReference(random, {64, 64}, parent(part));
+    }
+}
+
+TEST(Yolov5DetectProperty, WholeFactorsAndOtherTypesGiveTheTensorsOfTheReference) {
+    Random random(34);
+    for (const int factor : {2, 3, 4, 5}) {
+        compareWithReference(random, {96, 64}, random.image({64 * factor, 64 * factor}, CV_8UC3));
+        compareWithReference(random, {64, 64}, random.image({64 * factor, 40 * factor}, CV_8UC3));
+    }
+    compareWithReference(random, {64, 64}, random.image({70, 50}, CV_8UC1));
+    compareWithReference(random, {64, 64}, random.image({50, 70}, CV_8UC4));
+}
+
+TEST(Yolov5DetectProperty, FramesDoNotLeakIntoEachOther) {
+    // Memory is used again: what the last frame left must be overwritten or cleared, whatever its size was.
+    Random random(35);
+    for (int i = 0; i < 12; ++i) {
+        compareWithReference(random, {64, 64}, random.image({random.integer(30, 200), 60}, CV_8UC3));
+    }
+    FakeEngine& engine = FakeEngine::reset();
+    YOLOv5 model("network", "RKNN", {64, 64}, 0.0F, 0.45F, 2);
+    std::vector<Object> objects;
+    standardOutputOf([&] { model.detect(random.image({80, 60}, CV_8UC3), objects); });
+    EXPECT_TRUE(objects.empty()) << "an engine that writes nothing finds nothing";
+    const std::vector<std::int8_t>& prepared = *engine.preparedOutputs.at(0).at("output0").data;
+    EXPECT_EQ(std::count(prepared.begin(), prepared.end(), 0), static_cast<std::ptrdiff_t>(prepared.size()));
+}
+
+TEST(Yolov5DetectProperty, AnEngineMayKeepTheTensorsOfAFrame) {
+    Random random(36);
+    std::vector<TensorMap> kept;
+    std::vector<TensorMap> copies;
+    FakeEngine& engine = FakeEngine::reset();
+    engine.inference = [&](TensorMap& inputs, TensorMap& outputs) {
+        outputs["output0"].data->assign(outputs["output0"].data->size(), 1);
+        kept.insert(kept.end(), {inputs, outputs});
+        copies.insert(copies.end(), {deepCopy(inputs), deepCopy(outputs)});
+        return 0;
+    };
+    YOLOv5 model("network", "RKNN", {64, 64}, 0.5F, 0.45F, 2);
+    for (int i = 0; i < 5; ++i) {
+        std::vector<Object> objects;
+        standardOutputOf([&] { model.detect(random.image({90, 60}, CV_8UC3), objects); });
+    }
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+        for (const auto& [name, tensor] : copies[i]) {
+            EXPECT_EQ(*kept[i].at(name).data, *tensor.data) << name << " of map " << i;
+        }
     }
 }
 

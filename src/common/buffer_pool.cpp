@@ -1,0 +1,75 @@
+#include "common/buffer_pool.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <vector>
+
+namespace ai_orvo::model {
+namespace {
+
+using Buffer = std::shared_ptr<std::vector<std::int8_t>>;
+
+// Two segmentation models that take turns on a thread: an input and ten outputs each.
+constexpr std::size_t kMostBuffers = 22;
+
+bool isFree(const Buffer& buffer) {
+    if (buffer.use_count() != 1) {
+        return false;
+    }
+    // Whoever let go of it last, on whatever thread, has done so with all that it read and wrote.
+    std::atomic_thread_fence(std::memory_order_acquire);
+    return true;
+}
+
+/// The buffers of a thread, the one used last at the end.
+class BufferPool {
+  public:
+    Buffer take(std::size_t bytes) {
+        const auto found = std::find_if(buffers_.begin(), buffers_.end(), [bytes](const Buffer& buffer) {
+            return buffer->size() == bytes && isFree(buffer);
+        });
+        Buffer buffer;
+        if (found != buffers_.end()) {
+            buffer = *found;
+            buffers_.erase(found);
+        } else {
+            buffer = std::make_shared<std::vector<std::int8_t>>(bytes);
+        }
+        keep(buffer);
+        return buffer;
+    }
+
+  private:
+    void keep(const Buffer& buffer) {
+        buffers_.push_back(buffer);
+        if (buffers_.size() > kMostBuffers) {
+            buffers_.pop_front();
+        }
+    }
+
+    std::deque<Buffer> buffers_;
+};
+
+BufferPool& threadPool() {
+    thread_local BufferPool pool;
+    return pool;
+}
+
+}  // namespace
+
+alg::common::AIBuff pooledTensor(std::size_t bytes) {
+    alg::common::AIBuff tensor;
+    tensor.data = threadPool().take(bytes);
+    return tensor;
+}
+
+alg::common::AIBuff pooledZeros(std::size_t bytes) {
+    alg::common::AIBuff tensor = pooledTensor(bytes);
+    std::fill(tensor.data->begin(), tensor.data->end(), std::int8_t{0});
+    return tensor;
+}
+
+}  // namespace ai_orvo::model

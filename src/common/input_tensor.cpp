@@ -1,0 +1,123 @@
+// An 8-bit image of three channels, which is what models are given, goes straight into the tensor: it is
+// scaled once, its values are written once, and only the padding around it is filled. Any other image takes
+// the plain way through `letterbox`.
+
+#include "common/input_tensor.h"
+
+#include "common/buffer_pool.h"
+#include "common/letterbox_geometry.h"
+#include "common/planes.h"
+
+#include <opencv2/dnn.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace ai_orvo::model {
+namespace {
+
+using alg::common::AIBuff;
+
+/// Whether the image can go the direct way.
+bool goesDirectly(const cv::Mat& image, const LetterboxGeometry& geometry) {
+    return image.type() == CV_8UC3 && canLetterboxInto(image, geometry);
+}
+
+std::size_t pixelsOf(const cv::Size& size) {
+    return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
+}
+
+cv::Mat letterboxed(const cv::Mat& image, cv::Size target) {
+    cv::Mat padded;
+    letterbox(image, padded, target);
+    return padded;
+}
+
+AIBuff tensorOfBytes(const cv::Mat& continuous) {
+    const std::size_t size = continuous.total() * continuous.elemSize();
+    AIBuff tensor = pooledTensor(size);
+    if (size != 0) {
+        std::memcpy(tensor.data->data(), continuous.data, size);
+    }
+    return tensor;
+}
+
+/// The image at the size that it has in the network's input: itself, or a copy in `memory`.
+cv::Mat scaledImage(const cv::Mat& image, const cv::Size& size, AIBuff& memory) {
+    if (image.size() == size) {
+        return image;
+    }
+    memory = pooledTensor(3 * pixelsOf(size));
+    cv::Mat scaled(size, CV_8UC3, memory.data->data());
+    scaleInto(image, scaled);
+    return scaled;
+}
+
+/// Fills what lies around `inside` in a plane of `size`.
+void fillAround(float* plane, const cv::Size& size, const cv::Rect& inside, float value) {
+    const auto width = static_cast<std::size_t>(size.width);
+    const auto lineAt = [&](int y) { return plane + static_cast<std::size_t>(y) * width; };
+    std::fill(plane, lineAt(inside.y), value);
+    std::fill(lineAt(inside.br().y), lineAt(size.height), value);
+    if (inside.width == size.width) {
+        return;
+    }
+    for (int y = inside.y; y < inside.br().y; ++y) {
+        std::fill(lineAt(y), lineAt(y) + inside.x, value);
+        std::fill(lineAt(y) + inside.br().x, lineAt(y) + width, value);
+    }
+}
+
+AIBuff directFloats(const cv::Mat& image, const LetterboxGeometry& geometry, ChannelOrder order) {
+    const cv::Size size = geometry.padded();
+    const std::size_t area = pixelsOf(size);
+    AIBuff tensor = pooledTensor(3 * area * sizeof(float));
+    auto* const first = reinterpret_cast<float*>(tensor.data->data());
+    float* planes[3] = {first, first + area, first + 2 * area};
+    for (float* const plane : planes) {
+        fillAround(plane, size, geometry.inside(), unitValue(kPaddingGrey));
+    }
+    if (order == ChannelOrder::kRgb) {
+        std::swap(planes[0], planes[2]);
+    }
+    AIBuff memory;
+    const cv::Mat scaled = scaledImage(image, geometry.scaled, memory);
+    for (int y = 0; y < scaled.rows; ++y) {
+        const std::ptrdiff_t start =
+            static_cast<std::ptrdiff_t>(geometry.top + y) * size.width + geometry.left;
+        splitToUnitPlanes(scaled.ptr(y), static_cast<std::size_t>(scaled.cols),
+                          {planes[0] + start, planes[1] + start, planes[2] + start});
+    }
+    return tensor;
+}
+
+AIBuff directBytes(const cv::Mat& image, const LetterboxGeometry& geometry) {
+    const cv::Size size = geometry.padded();
+    AIBuff tensor = pooledTensor(3 * pixelsOf(size));
+    letterboxInto(image, geometry, cv::Mat(size, CV_8UC3, tensor.data->data()));
+    return tensor;
+}
+
+}  // namespace
+
+InputTensor floatInput(const cv::Mat& image, const cv::Size& target, ChannelOrder order) {
+    const LetterboxGeometry geometry = letterboxGeometry(image, target);
+    if (goesDirectly(image, geometry)) {
+        return {directFloats(image, geometry, order), geometry.info};
+    }
+    const cv::Mat blob = cv::dnn::blobFromImage(letterboxed(image, target), kUnitScale, cv::Size(),
+                                                cv::Scalar(), order == ChannelOrder::kRgb, false, CV_32F);
+    return {tensorOfBytes(blob), geometry.info};
+}
+
+InputTensor byteInput(const cv::Mat& image, const cv::Size& target) {
+    const LetterboxGeometry geometry = letterboxGeometry(image, target);
+    if (goesDirectly(image, geometry)) {
+        return {directBytes(image, geometry), geometry.info};
+    }
+    return {tensorOfBytes(letterboxed(image, target)), geometry.info};
+}
+
+}  // namespace ai_orvo::model
