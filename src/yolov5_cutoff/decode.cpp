@@ -1,9 +1,15 @@
 #include "yolov5_cutoff/decode.h"
 
 #include "brellix/quantization.h"
+#include "common/best_scores.h"
+#include "common/byte_table.h"
 #include "common/numeric.h"
 #include "common/tensors.h"
 
+#include <opencv2/core/hal/intrin.hpp>
+
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -18,30 +24,66 @@ constexpr std::size_t kFirstClass = 5;
 struct AnchorPlanes {
     ByteView bytes;    ///< from the anchor's first channel to the end of the tensor
     std::size_t area;  ///< cells of a plane
-    int zp;
-    float scale;
 
     std::int8_t raw(std::size_t channel, std::size_t cell) const { return bytes[channel * area + cell]; }
 
-    float probability(std::int8_t byte) const { return sigmoid(deqntAffineToF32(byte, zp, scale)); }
-
-    float probability(std::size_t channel, std::size_t cell) const { return probability(raw(channel, cell)); }
-};
-
-struct BestClass {
-    int label = 0;
-    std::int8_t byte = 0;
-};
-
-/// The first class starts as the best, so that a network of fewer than two classes has label 0.
-BestClass bestClassOf(const AnchorPlanes& planes, std::size_t cell, int classNum) {
-    BestClass best{0, planes.raw(kFirstClass, cell)};
-    for (int label = 1; label < classNum; ++label) {
-        const std::int8_t byte = planes.raw(kFirstClass + static_cast<std::size_t>(label), cell);
-        if (byte > best.byte) {
-            best = {label, byte};
+    /// The class that a cell's score stands for: the lowest one that has it.
+    int labelOf(std::int8_t score, std::size_t cell) const {
+        std::size_t label = 0;
+        while (raw(kFirstClass + label, cell) != score) {
+            ++label;
         }
+        return static_cast<int>(label);
     }
+};
+
+/// The probabilities that the bytes of one tensor stand for.
+class Probabilities {
+  public:
+    explicit Probabilities(const AIBuff& tensor) : zp_(tensor.zp), scale_(tensor.scale) {}
+
+    float of(std::int8_t byte) {
+        return table_.get(
+            byte, [this](std::int8_t value) { return sigmoid(deqntAffineToF32(value, zp_, scale_)); });
+    }
+
+    /// What an objectness has to reach as a byte.
+    std::int8_t byteOf(float probability) const {
+        return static_cast<std::int8_t>(qntF32ToAffine(unsigmoid(probability), zp_, scale_));
+    }
+
+  private:
+    int zp_;
+    float scale_;
+    ByteTable table_;
+};
+
+/// Some cells side by side; their scores are looked at together, since they share cache lines.
+struct CellBlock {
+    std::size_t first;
+    std::size_t count;
+};
+
+constexpr std::size_t kBlock = 16;
+
+/// Whether a cell of the block reaches the threshold.
+bool anyReaches(const AnchorPlanes& planes, const CellBlock& block, std::int8_t threshold) {
+    const std::int8_t* const objectness = planes.bytes.data() + kObjectness * planes.area + block.first;
+#if CV_SIMD128
+    if (block.count == kBlock) {
+        return cv::v_check_any(cv::v_load(objectness) >= cv::v_setall_s8(threshold));
+    }
+#endif
+    return std::any_of(objectness, objectness + block.count,
+                       [threshold](std::int8_t byte) { return byte >= threshold; });
+}
+
+/// The highest class score of each cell of the block. A network without classes is read as if it had one.
+std::array<std::int8_t, kBlock> bestScores(const AnchorPlanes& planes, const CellBlock& block, int classNum) {
+    const std::int8_t* const scores = planes.bytes.data() + kFirstClass * planes.area + block.first;
+    std::array<std::int8_t, kBlock> best;
+    std::copy_n(scores, block.count, best.begin());
+    raiseToBestScores(scores, planes.area, classNum, block.count, best.data());
     return best;
 }
 
@@ -54,17 +96,17 @@ float sizeFactor(float probability) {
     return (2.0F * probability) * (2.0F * probability);
 }
 
-cv::Rect_<float> sourceBox(const AnchorPlanes& planes, std::size_t cell, const HeadLayout& layout, int anchor,
-                           const LetterboxInfo& info) {
+cv::Rect_<float> sourceBox(const AnchorPlanes& planes, Probabilities& probabilities, std::size_t cell,
+                           const HeadLayout& layout, int anchor, const LetterboxInfo& info) {
     const auto stride = static_cast<float>(layout.stride);
     const auto gridW = static_cast<std::size_t>(layout.gridW);
     const std::size_t cellRow = cell / gridW;
     const auto column = static_cast<float>(cell % gridW);
     const auto row = static_cast<float>(cellRow);
-    const float offsetX = centreOffset(planes.probability(0, cell));
-    const float offsetY = centreOffset(planes.probability(1, cell));
-    const float factorW = sizeFactor(planes.probability(2, cell));
-    const float factorH = sizeFactor(planes.probability(3, cell));
+    const float offsetX = centreOffset(probabilities.of(planes.raw(0, cell)));
+    const float offsetY = centreOffset(probabilities.of(planes.raw(1, cell)));
+    const float factorW = sizeFactor(probabilities.of(planes.raw(2, cell)));
+    const float factorH = sizeFactor(probabilities.of(planes.raw(3, cell)));
 
     const float centreX =
         clampToBound(info.ratio * std::fma(column + offsetX, stride, -info.dw), info.src_width);
@@ -89,30 +131,72 @@ bool fits(const ByteView& bytes, const HeadLayout& layout) {
     return bytes.size() / channels >= area;
 }
 
-int decodeAnchor(const AnchorPlanes& planes, const HeadLayout& layout, int anchor,
-                 const HeadDecoding& settings, std::vector<Object>& objects) {
-    const auto threshold =
-        static_cast<std::int8_t>(qntF32ToAffine(unsigmoid(settings.confThres), planes.zp, planes.scale));
-    int passed = 0;
-    for (std::size_t cell = 0; cell < planes.area; ++cell) {
-        const std::int8_t objectness = planes.raw(kObjectness, cell);
-        if (threshold > objectness) {
-            continue;
+/// Decodes one anchor of a head into `objects`.
+class AnchorDecoder {
+  public:
+    AnchorDecoder(const AnchorPlanes& planes, Probabilities& probabilities, const HeadLayout& layout,
+                  int anchor, const HeadDecoding& settings)
+        : planes_(planes),
+          probabilities_(probabilities),
+          layout_(layout),
+          anchor_(anchor),
+          settings_(settings),
+          threshold_(probabilities.byteOf(settings.confThres)) {}
+
+    /// \return how many cells passed the objectness test.
+    int decode(std::vector<Object>& objects) const {
+        int passed = 0;
+        for (std::size_t first = 0; first < planes_.area; first += kBlock) {
+            const CellBlock block{first, std::min(kBlock, planes_.area - first)};
+            if (anyReaches(planes_, block, threshold_)) {
+                passed += decodeBlock(block, objects);
+            }
         }
-        ++passed;
+        return passed;
+    }
+
+  private:
+    int decodeBlock(CellBlock block, std::vector<Object>& objects) const {
+        const auto passed = static_cast<int>(countPassing(block));
         // Without classes the last anchor has no channel where the first class would stand.
-        if (kFirstClass * planes.area + cell >= planes.bytes.size()) {
-            continue;
+        const std::size_t firstScore = kFirstClass * planes_.area + block.first;
+        if (firstScore >= planes_.bytes.size()) {
+            return passed;
         }
-        const BestClass best = bestClassOf(planes, cell, layout.classNum);
-        const float classProbability = planes.probability(best.byte);
-        if (classProbability > settings.confThres) {
-            objects.push_back({sourceBox(planes, cell, layout, anchor, settings.letterbox), best.label,
-                               planes.probability(objectness) * classProbability, cv::Mat()});
+        block.count = std::min(block.count, planes_.bytes.size() - firstScore);
+        const auto best = bestScores(planes_, block, layout_.classNum);
+        for (std::size_t i = 0; i < block.count; ++i) {
+            const std::size_t cell = block.first + i;
+            if (planes_.raw(kObjectness, cell) >= threshold_) {
+                addObject(cell, best[i], objects);
+            }
+        }
+        return passed;
+    }
+
+    std::ptrdiff_t countPassing(const CellBlock& block) const {
+        const std::int8_t* const objectness = planes_.bytes.data() + kObjectness * planes_.area + block.first;
+        return std::count_if(objectness, objectness + block.count,
+                             [this](std::int8_t byte) { return byte >= threshold_; });
+    }
+
+    void addObject(std::size_t cell, std::int8_t bestScore, std::vector<Object>& objects) const {
+        const float classProbability = probabilities_.of(bestScore);
+        if (classProbability > settings_.confThres) {
+            const float objectness = probabilities_.of(planes_.raw(kObjectness, cell));
+            objects.push_back(
+                {sourceBox(planes_, probabilities_, cell, layout_, anchor_, settings_.letterbox),
+                 planes_.labelOf(bestScore, cell), objectness * classProbability, cv::Mat()});
         }
     }
-    return passed;
-}
+
+    const AnchorPlanes& planes_;
+    Probabilities& probabilities_;
+    const HeadLayout& layout_;
+    int anchor_;
+    const HeadDecoding& settings_;
+    std::int8_t threshold_;
+};
 
 }  // namespace
 
@@ -123,12 +207,13 @@ int decodeHead(const AIBuff& output, const HeadLayout& layout, const HeadDecodin
         return 0;
     }
     const std::size_t area = static_cast<std::size_t>(layout.gridW) * static_cast<std::size_t>(layout.gridH);
+    Probabilities probabilities(output);
     int passed = 0;
     for (int anchor = 0; anchor < kAnchorsPerHead; ++anchor) {
         const std::size_t firstChannel =
             static_cast<std::size_t>(anchor) * static_cast<std::size_t>(layout.channelsPerAnchor);
-        const AnchorPlanes planes{bytes.from(firstChannel * area), area, output.zp, output.scale};
-        passed += decodeAnchor(planes, layout, anchor, settings, objects);
+        const AnchorPlanes planes{bytes.from(firstChannel * area), area};
+        passed += AnchorDecoder(planes, probabilities, layout, anchor, settings).decode(objects);
     }
     return passed;
 }

@@ -4,9 +4,10 @@
 #include "yolov8_seg/decode_boxes.h"
 
 #include "brellix/quantization.h"
+#include "common/best_scores.h"
+#include "common/byte_table.h"
 #include "common/numeric.h"
 #include "common/tensors.h"
-#include "yolov8_seg/best_scores.h"
 #include "yolov8_seg/dfl.h"
 
 #include <algorithm>
@@ -63,15 +64,10 @@ class Int8Head {
 
     const Score* scores() const { return score.data(); }
 
-    /// There are but 256 of them: each is made when it is first asked for.
     float exponential(std::size_t index) {
-        const std::int8_t byte = box[index];
-        const auto slot = static_cast<std::size_t>(static_cast<std::uint8_t>(byte));
-        if (!isKnown_[slot]) {
-            exponentials_[slot] = std::exp(deqntAffineToF32(byte, boxZp_, boxScale_));
-            isKnown_[slot] = true;
-        }
-        return exponentials_[slot];
+        return exponentials_.get(box[index], [this](std::int8_t byte) {
+            return std::exp(deqntAffineToF32(byte, boxZp_, boxScale_));
+        });
     }
 
     float probability(Score best) const { return sigmoid(deqntAffineToF32(best, scoreZp_, scoreScale_)); }
@@ -86,8 +82,7 @@ class Int8Head {
     float boxScale_;
     int scoreZp_;
     float scoreScale_;
-    std::array<float, 256> exponentials_;
-    std::array<bool, 256> isKnown_{};
+    ByteTable exponentials_;
 };
 
 /// Whether every element that a cell of the grid may touch lies inside its tensor.

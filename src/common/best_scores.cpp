@@ -1,4 +1,4 @@
-#include "yolov8_seg/best_scores.h"
+#include "common/best_scores.h"
 
 #include <opencv2/core/hal/intrin.hpp>
 
