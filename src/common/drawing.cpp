@@ -1,5 +1,6 @@
 #include "brellix/drawing.h"
 
+#include "common/mask_overlay.h"
 #include "common/numeric.h"
 
 #include <opencv2/imgproc.hpp>
@@ -91,15 +92,12 @@ void draw_objects(const cv::Mat& image, cv::Mat& res, const std::vector<Object>&
 void draw_objects_masks(const cv::Mat& image, cv::Mat& res, const std::vector<Object>& objs,
                         const std::vector<std::string>& class_names, const ColorTable& colors,
                         const ColorTable& mask_colors) {
-    cv::Mat canvas = image.clone();
-    cv::Mat colored = image.clone();
+    std::vector<cv::Scalar> objectColors;
     for (const Object& object : objs) {
-        // OpenCV takes an empty mask for the whole picture.
-        if (!object.mask.empty()) {
-            colored.setTo(colorOf(mask_colors, object.label % kMaskColorCycle), object.mask);
-        }
+        objectColors.push_back(object.mask.empty() ? cv::Scalar()
+                                                   : colorOf(mask_colors, object.label % kMaskColorCycle));
     }
-    cv::addWeighted(canvas, 0.5, colored, 0.8, 1.0, canvas);
+    cv::Mat canvas = overlayMasks(image, objs, objectColors);
     drawBoxesAndLabels(canvas, objs, class_names, colors, kLargeLabel);
     res = canvas;
 }
