@@ -1,0 +1,36 @@
+#pragma once
+
+/// \file
+/// Network outputs that hold a chosen number of objects.
+
+#include "brellix/cv_model.h"
+#include "brellix/letterbox.h"
+
+#include <opencv2/core.hpp>
+
+#include <vector>
+
+namespace brellix::bench {
+
+constexpr int kInput = 640;  ///< width and height of the network's input
+constexpr int kClasses = 80;
+
+/// The record of a picture's letterboxing into the network's input.
+ai_orvo::model::LetterboxInfo letterboxOf(const cv::Size& picture);
+
+/// A picture of noise.
+cv::Mat picture(const cv::Size& size);
+
+/// A fused output [1, 25200, 85] with `candidates` rows above a threshold of 0.25, around 33 an object at
+/// most.
+ai_orvo::model::AIBuff fusedOutput(int candidates);
+
+/// The three int8 heads of the cut network with as many candidates.
+ai_orvo::model::TensorMap cutOutputs(int candidates);
+
+/// The ten outputs of the segmentation network with `objects` objects and `repeats` candidates each, side by
+/// side; boxes of 1/200 to 1/4 of the input, 1/25 in the median, each of a class of its own as far as they
+/// go.
+ai_orvo::model::TensorMap segmentationOutputs(int objects, int repeats, bool isQuantized);
+
+}  // namespace brellix::bench
