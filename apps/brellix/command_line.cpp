@@ -2,6 +2,7 @@
 
 #include "calibrate_command.h"
 #include "detect_command.h"
+#include "eval_command.h"
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -70,7 +71,8 @@ void describeProgram(CLI::App& app) {
 ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, Console& console) {
     CLI::App app("Runs the models of the brellix model zoo on pictures.");
     describeProgram(app);
-    const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app)};
+    const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app),
+                                                 addEvalCommand(app)};
     try {
         app.parse(argumentsFrom(argc, argv));
     } catch (const CLI::ParseError& error) {

@@ -1,0 +1,54 @@
+#include "picture_file.h"
+
+#include "failure.h"
+#include "sink.h"
+
+#include <opencv2/imgcodecs.hpp>
+
+#include <filesystem>
+#include <vector>
+
+namespace brellix::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<unsigned char> encode(const cv::Mat& picture, const std::string& path) {
+    std::vector<unsigned char> bytes;
+    try {
+        if (!cv::imencode(fs::path(path).extension().string(), picture, bytes)) {
+            throw failedAtWork("cannot encode " + path);
+        }
+    } catch (const cv::Exception& error) {
+        throw failedAtWork("cannot encode " + path + ": " + error.err);
+    }
+    return bytes;
+}
+
+void writeFile(const std::string& path, const std::vector<unsigned char>& bytes) {
+    Sink file = Sink::createFile(path);
+    try {
+        file.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+        file.close();
+    } catch (const Failure&) {
+        std::error_code ignored;
+        fs::remove(path, ignored);
+        throw;
+    }
+}
+
+}  // namespace
+
+void writePicture(const std::string& path, const cv::Mat& picture) {
+    writeFile(path, encode(picture, path));
+}
+
+void createFolder(const std::string& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error) {
+        throw failedAtWork("cannot create the folder " + folder + ": " + error.message());
+    }
+}
+
+}  // namespace brellix::app
