@@ -1,6 +1,7 @@
 #include "command_line.h"
 
 #include "calibrate_command.h"
+#include "compare_command.h"
 #include "detect_command.h"
 #include "eval_command.h"
 
@@ -72,7 +73,7 @@ ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, 
     CLI::App app("Runs the models of the brellix model zoo on pictures.");
     describeProgram(app);
     const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app),
-                                                 addEvalCommand(app)};
+                                                 addEvalCommand(app), addCompareCommand(app)};
     try {
         app.parse(argumentsFrom(argc, argv));
     } catch (const CLI::ParseError& error) {

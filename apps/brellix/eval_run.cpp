@@ -7,7 +7,6 @@
 #include "picture_reader.h"
 #include "text.h"
 
-#include <cmath>
 #include <map>
 #include <utility>
 
@@ -29,15 +28,6 @@ void requireSize(const TruthPicture& truth, cv::Size found) {
     }
 }
 
-void requireNumbers(const Object& object) {
-    const cv::Rect2f& box = object.rect;
-    for (const float number : {object.prob, box.x, box.y, box.width, box.height}) {
-        if (!std::isfinite(number)) {
-            throw BrokenPicture("the model gave an object whose box or probability is no number");
-        }
-    }
-}
-
 /// Runs one model over one dataset.
 class Evaluator {
   public:
@@ -53,9 +43,9 @@ class Evaluator {
         requireSize(job_.truth.dataset.pictures[index], picture.size());
         place(index, picture.size());
         const PictureResult result = detectOn(picture, source, model_);
+        requireNumbers(result.objects);
         std::vector<Detection> detections;
         for (const Object& object : result.objects) {
-            requireNumbers(object);
             add(object, detections);
         }
         run_.detections[index] = std::move(detections);
