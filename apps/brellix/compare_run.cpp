@@ -1,10 +1,11 @@
 #include "compare_run.h"
 
-#include "annotated_pictures.h"
+#include "comparison/difference_text.h"
 #include "comparison/side_by_side.h"
 #include "detect_picture.h"
 #include "model_factory.h"
 #include "picture_loop.h"
+#include "text.h"
 
 #include <filesystem>
 #include <memory>
@@ -32,11 +33,11 @@ class Side {
 
     const ByteCounts& bytes() const { return bytes_; }
 
-    SidePicture draw(const PictureResult& result, char letter, const ClassList& classes) const {
-        const bool withMasks = config_.modelClass == ModelClass::kYoloV8Seg;
-        return {drawAnnotated(result, {classes, withMasks}),
+    SideOfPicture describe(const PictureResult& result, char letter, const ClassList& classes) const {
+        return {result,
+                {classes, config_.modelClass == ModelClass::kYoloV8Seg},
                 std::string(1, letter) + ": " + std::filesystem::path(config_.path).filename().string() +
-                    ", " + std::to_string(result.objects.size()) + " found"};
+                    ", " + counted(result.objects.size(), "object")};
     }
 
   private:
@@ -64,8 +65,8 @@ CompareResult runComparison(const CompareJob& job, Console& console) {
             WorstPicture kept{
                 source, comparison.severity(), describeDifferences(comparison, job.classes), {}};
             if (job.drawsWorst) {
-                kept.drawing = drawSideBySide(a.draw(inA, 'A', job.classes), b.draw(inB, 'B', job.classes),
-                                              comparison, job.classes);
+                kept.drawing = drawSideBySide(a.describe(inA, 'A', job.classes),
+                                              b.describe(inB, 'B', job.classes), comparison, job.classes);
             }
             return kept;
         });

@@ -71,7 +71,7 @@ class Canvas {
     /// \param at on the text's base line.
     void text(const std::string& words, cv::Point2d at, Anchor anchor, double size = 0.45,
               bool isBold = false) {
-        const int thickness = inPixels(isBold ? 1.5 : 0.75);
+        const int thickness = inPixels(isBold ? 1.5 : 1.0);
         int below = 0;
         const cv::Size extent = cv::getTextSize(words, kFont, size * kOversampling, thickness, &below);
         cv::Point origin = scaled(at);
@@ -187,6 +187,8 @@ void drawPanel(Canvas& canvas, const PlotPanel& panel, int top) {
         drawCurve(canvas, line.precision, top, colorOf(i), thickness);
         drawLegendEntry(canvas, {line.name, averageOf(line.precision), colorOf(i), false}, i + 1, top);
     }
+    canvas.text("AP50", cv::Point2d(kLegendLeft + kLegendColumnWidth - 15, top + kPlotTop - 12),
+                Anchor::kRight, 0.42);
     const PrecisionCurve mean = meanOf(panel.lines);
     drawCurve(canvas, mean, top, kMeanColor, 3.0);
     drawLegendEntry(canvas, {all, averageOf(mean), kMeanColor, true}, 0, top);

@@ -1,70 +1,35 @@
 #include "comparison/side_by_side.h"
 
-#include "text.h"
+#include "comparison/difference_text.h"
 
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
+#include <vector>
 
 namespace brellix::app {
 namespace {
 
 using ai_orvo::model::Object;
 
-constexpr int kShortestSide = 420;  // of a half; titles have to fit above it
-constexpr int kLongestSide = 900;
-constexpr int kGap = 10;
-constexpr int kTitleHeight = 30;
-constexpr int kLineHeight = 22;
+// The drawn names have one size whatever the picture's: on a small one they would hide everything.
+constexpr int kShortestSide = 640;
+constexpr int kLongestSide = 1280;
+constexpr int kGap = 12;
+constexpr int kTitleHeight = 34;
+constexpr int kLineHeight = 26;
 constexpr std::size_t kMostLines = 12;
 constexpr int kFont = cv::FONT_HERSHEY_SIMPLEX;
-constexpr double kFontSize = 0.5;
+constexpr double kFontSize = 0.6;
+constexpr int kFrameWidth = 4;
 
 const cv::Scalar kInk(30, 30, 30);
-const cv::Scalar kFrame(0, 0, 255);
+const cv::Scalar kRed(0, 0, 255);
+const cv::Scalar kOrange(0, 140, 255);
 const cv::Scalar kFrameEdge(255, 255, 255);
-
-std::string percent(float probability) {
-    return fixed(static_cast<double>(probability) * 100.0, 1) + " %";
-}
-
-std::string lossText(const char* what, const Object& object, const Loss& loss, const ClassList& classes) {
-    return std::string(what) + classes.nameOf(object.label) + ", " + percent(object.prob) +
-           (loss.isNearThreshold ? ", near the threshold" : "");
-}
-
-std::string changeText(const Object& a, const Object& b, const ClassList& classes) {
-    return "class changed: " + classes.nameOf(a.label) + ", " + percent(a.prob) + " in A, " +
-           classes.nameOf(b.label) + ", " + percent(b.prob) + " in B";
-}
-
-void describeAgreements(const PictureComparison& comparison, const ClassList& classes,
-                        std::vector<std::string>& lines) {
-    const std::vector<Agreement>& all = comparison.agreements;
-    if (all.empty()) {
-        return;
-    }
-    const auto nameOf = [&](const Agreement& agreement) {
-        return classes.nameOf(comparison.a[agreement.pair.a].label);
-    };
-    const Agreement& drift = *std::max_element(
-        all.begin(), all.end(), [](const Agreement& x, const Agreement& y) { return x.drift < y.drift; });
-    lines.push_back("largest drift: " + nameOf(drift) + ", " + percent(comparison.a[drift.pair.a].prob) +
-                    " in A, " + percent(comparison.b[drift.pair.b].prob) + " in B");
-    const Agreement& box = *std::min_element(
-        all.begin(), all.end(),
-        [](const Agreement& x, const Agreement& y) { return x.pair.overlap < y.pair.overlap; });
-    lines.push_back("smallest box IoU: " + nameOf(box) + ", " + fixed(box.pair.overlap, 3));
-    const Agreement& mask =
-        *std::min_element(all.begin(), all.end(), [](const Agreement& x, const Agreement& y) {
-            return x.maskOverlap.value_or(1.0) < y.maskOverlap.value_or(1.0);
-        });
-    if (mask.maskOverlap) {
-        lines.push_back("smallest mask IoU: " + nameOf(mask) + ", " + fixed(*mask.maskOverlap, 3));
-    }
-}
 
 double scaleFor(cv::Size size) {
     const double shortest = std::min(size.width, size.height);
@@ -72,61 +37,81 @@ double scaleFor(cv::Size size) {
     return std::min(kShortestSide / shortest, kLongestSide / longest);
 }
 
-/// The drawing in a cell that is at least as wide as a title.
-struct Half {
-    cv::Mat picture;
+cv::Mat resized(const cv::Mat& image, cv::Size size, int interpolation) {
+    cv::Mat result;
+    if (!image.empty()) {
+        cv::resize(image, result, size, 0.0, 0.0, interpolation);
+    }
+    return result;
+}
+
+/// The same result on a picture of another size.
+PictureResult scaled(const PictureResult& result, double scale) {
+    PictureResult copy = result;
+    const cv::Size size(std::max(1, static_cast<int>(std::lround(result.picture.cols * scale))),
+                        std::max(1, static_cast<int>(std::lround(result.picture.rows * scale))));
+    copy.picture = resized(result.picture, size, scale < 1.0 ? cv::INTER_AREA : cv::INTER_CUBIC);
+    const auto factor = static_cast<float>(scale);
+    for (Object& object : copy.objects) {
+        object.rect = {object.rect.x * factor, object.rect.y * factor, object.rect.width * factor,
+                       object.rect.height * factor};
+        object.mask = resized(object.mask, size, cv::INTER_NEAREST);
+    }
+    return copy;
+}
+
+/// A box of the source picture, held inside the drawing before it becomes whole numbers.
+cv::Rect boxInDrawing(const cv::Rect2f& box, double scale, cv::Size drawing) {
+    const auto along = [scale](float value, int size) {
+        const double place = std::clamp(static_cast<double>(value) * scale, 0.0, size - 1.0);
+        return static_cast<int>(std::lround(place));
+    };
+    return {cv::Point(along(box.x, drawing.width), along(box.y, drawing.height)),
+            cv::Point(along(box.x + box.width, drawing.width), along(box.y + box.height, drawing.height))};
+}
+
+/// The two drawings, and what both get.
+struct Halves {
+    cv::Mat left;
+    cv::Mat right;
     double scale;
+
+    void frame(const Object& object, const cv::Scalar& color) {
+        const cv::Rect box = boxInDrawing(object.rect, scale, left.size());
+        for (cv::Mat* const half : {&left, &right}) {
+            cv::rectangle(*half, box, kFrameEdge, kFrameWidth + 3);
+            cv::rectangle(*half, box, color, kFrameWidth);
+        }
+    }
 };
 
-Half fitHalf(const cv::Mat& drawn) {
-    const double scale = scaleFor(drawn.size());
-    const cv::Size size(std::max(1, static_cast<int>(std::lround(drawn.cols * scale))),
-                        std::max(1, static_cast<int>(std::lround(drawn.rows * scale))));
-    Half half{{}, scale};
-    cv::resize(drawn, half.picture, size, 0.0, 0.0, scale < 1.0 ? cv::INTER_AREA : cv::INTER_CUBIC);
-    return half;
-}
-
-/// A box of the source picture, held inside the half before it becomes whole numbers.
-cv::Rect scaledBox(const cv::Rect2f& box, const Half& half) {
-    const auto along = [&](float value, int limit) {
-        return static_cast<int>(std::lround(
-            std::clamp(static_cast<double>(value) * half.scale, 0.0, static_cast<double>(limit))));
-    };
-    const cv::Point corner(along(box.x, half.picture.cols - 1), along(box.y, half.picture.rows - 1));
-    const cv::Point opposite(along(box.x + box.width, half.picture.cols - 1),
-                             along(box.y + box.height, half.picture.rows - 1));
-    return {corner, opposite};
-}
-
-void frame(const Object& object, Half& a, Half& b) {
-    for (Half* half : {&a, &b}) {
-        const cv::Rect box = scaledBox(object.rect, *half);
-        cv::rectangle(half->picture, box, kFrameEdge, 7);
-        cv::rectangle(half->picture, box, kFrame, 3);
+void frameDifferences(const PictureComparison& comparison, Halves& halves) {
+    const LeastAgreement least = leastAgreement(comparison);
+    for (const Agreement* const agreement : {least.drift, least.box, least.mask}) {
+        if (agreement != nullptr) {
+            halves.frame(comparison.a[agreement->pair.a], kOrange);
+        }
     }
-}
-
-void frameDifferences(const PictureComparison& comparison, Half& a, Half& b) {
     for (const Loss& loss : comparison.missed) {
-        frame(comparison.a[loss.object], a, b);
+        halves.frame(comparison.a[loss.object], kRed);
     }
     for (const Loss& loss : comparison.extra) {
-        frame(comparison.b[loss.object], a, b);
+        halves.frame(comparison.b[loss.object], kRed);
     }
     for (const ObjectPair& pair : comparison.classChanged) {
-        frame(comparison.a[pair.a], a, b);
+        halves.frame(comparison.a[pair.a], kRed);
     }
+}
+
+int widthOf(const std::string& text) {
+    int below = 0;
+    return cv::getTextSize(text, kFont, kFontSize, 1, &below).width;
 }
 
 /// Cut to `width`, since what runs over the edge would not be seen to be missing.
 void write(cv::Mat& canvas, std::string text, cv::Point at, int width) {
-    const auto extent = [](const std::string& words) {
-        int below = 0;
-        return cv::getTextSize(words, kFont, kFontSize, 1, &below).width;
-    };
-    if (extent(text) > width) {
-        while (text.size() > 3 && extent(text + "...") > width) {
+    if (widthOf(text) > width) {
+        while (text.size() > 3 && widthOf(text + "...") > width) {
             text.pop_back();
         }
         text += "...";
@@ -142,58 +127,39 @@ std::vector<std::string> captionOf(const PictureComparison& comparison, const Cl
         lines.push_back("and " + std::to_string(left) + " more");
     }
     lines.insert(lines.begin(), comparison.source);
+    lines.emplace_back("(red: one side only, or of another class; orange: least agreement)");
     return lines;
+}
+
+/// Puts the drawings, their titles and the caption on one sheet.
+cv::Mat arrange(const Halves& halves, const std::string& titleA, const std::string& titleB,
+                const std::vector<std::string>& caption) {
+    const int cell = std::max(halves.left.cols, kShortestSide);
+    const int width = 2 * cell + 3 * kGap;
+    int y = kTitleHeight + halves.left.rows + kGap;
+    cv::Mat canvas(y + kLineHeight * static_cast<int>(caption.size()) + kGap, width, CV_8UC3,
+                   cv::Scalar::all(255));
+    const int rightX = cell + 2 * kGap;
+    write(canvas, titleA, {kGap, kTitleHeight - 11}, cell);
+    write(canvas, titleB, {rightX, kTitleHeight - 11}, cell);
+    halves.left.copyTo(canvas(cv::Rect({kGap, kTitleHeight}, halves.left.size())));
+    halves.right.copyTo(canvas(cv::Rect({rightX, kTitleHeight}, halves.right.size())));
+    for (const std::string& line : caption) {
+        y += kLineHeight;
+        write(canvas, line, {kGap, y - 7}, width - 2 * kGap);
+    }
+    return canvas;
 }
 
 }  // namespace
 
-std::vector<std::string> describeDifferences(const PictureComparison& comparison, const ClassList& classes) {
-    std::vector<std::string> lines;
-    for (const ObjectPair& pair : comparison.classChanged) {
-        lines.push_back(changeText(comparison.a[pair.a], comparison.b[pair.b], classes));
-    }
-    for (const bool isNear : {false, true}) {
-        for (const Loss& loss : comparison.missed) {
-            if (loss.isNearThreshold == isNear) {
-                lines.push_back(lossText("only in A: ", comparison.a[loss.object], loss, classes));
-            }
-        }
-        for (const Loss& loss : comparison.extra) {
-            if (loss.isNearThreshold == isNear) {
-                lines.push_back(lossText("only in B: ", comparison.b[loss.object], loss, classes));
-            }
-        }
-    }
-    describeAgreements(comparison, classes, lines);
-    if (lines.empty()) {
-        lines.emplace_back("nothing found by either");
-    }
-    return lines;
-}
-
-cv::Mat drawSideBySide(const SidePicture& a, const SidePicture& b, const PictureComparison& comparison,
+cv::Mat drawSideBySide(const SideOfPicture& a, const SideOfPicture& b, const PictureComparison& comparison,
                        const ClassList& classes) {
-    Half left = fitHalf(a.drawn);
-    Half right = fitHalf(b.drawn);
-    frameDifferences(comparison, left, right);
-    const std::vector<std::string> caption = captionOf(comparison, classes);
-    const int cell = std::max(left.picture.cols, kShortestSide);
-    const int width = 2 * cell + 3 * kGap;
-    const int pictureBottom = kTitleHeight + left.picture.rows;
-    const int height = pictureBottom + kGap + kLineHeight * static_cast<int>(caption.size()) + kGap;
-    cv::Mat canvas(height, width, CV_8UC3, cv::Scalar::all(255));
-    int x = kGap;
-    for (const auto& [half, title] : {std::pair(&left, &a.title), std::pair(&right, &b.title)}) {
-        write(canvas, *title, {x, kTitleHeight - 10}, cell);
-        half->picture.copyTo(canvas(cv::Rect({x, kTitleHeight}, half->picture.size())));
-        x += cell + kGap;
-    }
-    int y = pictureBottom + kGap;
-    for (const std::string& line : caption) {
-        y += kLineHeight;
-        write(canvas, line, {kGap, y - 6}, width - 2 * kGap);
-    }
-    return canvas;
+    const double scale = scaleFor(a.result.picture.size());
+    Halves halves{drawAnnotated(scaled(a.result, scale), a.drawing),
+                  drawAnnotated(scaled(b.result, scale), b.drawing), scale};
+    frameDifferences(comparison, halves);
+    return arrange(halves, a.title, b.title, captionOf(comparison, classes));
 }
 
 }  // namespace brellix::app

@@ -3,28 +3,28 @@
 /// \file
 /// Two results of one picture, to look at.
 
+#include "annotated_pictures.h"
 #include "class_list.h"
 #include "comparison/picture_comparison.h"
+#include "picture_result.h"
 
 #include <opencv2/core.hpp>
 
 #include <string>
-#include <vector>
 
 namespace brellix::app {
 
-/// \return what differs, a line each, the worst first; at least one.
-std::vector<std::string> describeDifferences(const PictureComparison& comparison, const ClassList& classes);
-
-/// One half: the picture with its objects drawn in, and what to call it.
-struct SidePicture {
-    cv::Mat drawn;
+/// One half.
+struct SideOfPicture {
+    const PictureResult& result;
+    Drawing drawing;
     std::string title;
 };
 
-/// \return the halves beside each other, A left and B right, both `drawn` of one size; below them what
-///         differs. Objects of one side only, or of another class, are framed on both.
-cv::Mat drawSideBySide(const SidePicture& a, const SidePicture& b, const PictureComparison& comparison,
+/// \return the two results drawn beside each other, A left and B right; below them what differs. Objects of
+///         one side only, or of another class, are framed in red on both, those on which the sides agree
+///         least in orange.
+cv::Mat drawSideBySide(const SideOfPicture& a, const SideOfPicture& b, const PictureComparison& comparison,
                        const ClassList& classes);
 
 }  // namespace brellix::app
