@@ -1,5 +1,5 @@
-// Evaluates the detections of one file against the ground truth of another, as `brellix eval` does with what a
-// model finds: evaluate_files TRUTH.json DETECTIONS.json writes {"box": ..., "mask": ...}.
+// Evaluates the detections of one file against the ground truth of another, as `brellix eval` does with what
+// a model finds: evaluate_files TRUTH.json DETECTIONS.json writes {"box": ..., "mask": ...}.
 
 #include "evaluation/coco_truth.h"
 #include "evaluation/evaluation.h"
