@@ -21,9 +21,11 @@ constexpr const char* kExamples =
     "  brellix detect shapes.yaml photo.jpg\n"
     "  brellix detect shapes.yaml pictures/ --out annotated --json results.jsonl\n"
     "  brellix calibrate shapes.yaml pictures/\n"
+    "  brellix eval shapes.yaml truth.json\n"
+    "  brellix compare float.yaml int8.yaml pictures/\n"
     "\n"
     "brellix COMMAND --help tells more about a command.\n"
-    "Exit status: 0 done, 2 wrong use or bad input, 3 a failure at work.";
+    "Exit status: 0 done, 1 the answer is no (compare), 2 wrong use or bad input, 3 a failure at work.";
 
 /// The arguments in CLI11's order, the last one first. An argument like "[a,b]" would be taken apart as a
 /// list of two; here it can only be a relative path, which "./[a,b]" is too.
