@@ -2,7 +2,7 @@
 
 #include "annotated_names.h"
 #include "failure.h"
-#include "picture_file.h"
+#include "picture_writer.h"
 #include "text.h"
 
 #include <brellix/drawing.h>
@@ -100,7 +100,7 @@ AnnotatedPictureWriter::AnnotatedPictureWriter(const std::string& folder,
 
 void AnnotatedPictureWriter::write(const PictureResult& result) {
     const std::string& target = targets_.at(result.source);
-    writePicture(target, drawAnnotated(result, drawing_));
+    writePictureFile(target, drawAnnotated(result, drawing_));
     if (fs::path(target).filename() != fs::path(result.source).filename()) {
         console_.note(result.source + ": annotated copy is " + target);
     }

@@ -3,7 +3,7 @@
 #include "compare_report.h"
 #include "compare_run.h"
 #include "compare_table.h"
-#include "picture_file.h"
+#include "picture_writer.h"
 #include "run_options.h"
 #include "sink.h"
 #include "text.h"
@@ -146,7 +146,7 @@ void writeWorst(const std::string& folder, const CompareJob& job, const CompareR
                                  std::filesystem::path(picture.source).stem().string() + ".png";
         const std::string target = (std::filesystem::path(folder) / name).string();
         refuseInputs("--out", target, job);
-        writePicture(target, picture.drawing);
+        writePictureFile(target, picture.drawing);
     }
     console.note(counted(result.worst.size(), "picture") + " written to " + folder);
 }

@@ -3,6 +3,7 @@
 #include "comparison/difference_text.h"
 #include "comparison/side_by_side.h"
 #include "detect_picture.h"
+#include "finite_objects.h"
 #include "model_factory.h"
 #include "picture_loop.h"
 #include "text.h"

@@ -10,14 +10,10 @@
 #include <opencv2/core.hpp>
 
 #include <string>
-#include <vector>
 
 namespace brellix::app {
 
 /// Throws `BrokenPicture` where the engine fails, and what detection throws.
 PictureResult detectOn(const cv::Mat& picture, const std::string& source, ai_orvo::model::CvModel& model);
-
-/// Throws `BrokenPicture` where a box or a probability is not finite, with which nothing can be measured.
-void requireNumbers(const std::vector<ai_orvo::model::Object>& objects);
 
 }  // namespace brellix::app

@@ -5,7 +5,7 @@
 #include "eval_report.h"
 #include "eval_run.h"
 #include "eval_table.h"
-#include "picture_file.h"
+#include "picture_writer.h"
 #include "precision_plot.h"
 #include "run_options.h"
 #include "sink.h"
@@ -173,7 +173,7 @@ void writePlot(const std::string& path, const EvalResult& result) {
     if (result.masks) {
         panels.push_back(panelOf("masks", *result.masks, result.names));
     }
-    writePicture(path, drawPrecision(panels));
+    writePictureFile(path, drawPrecision(panels));
 }
 
 void writeResults(const EvalOptions& options, const EvalJob& job, const EvalResult& result, EvalFiles& files,

@@ -2,6 +2,7 @@
 
 #include "detect_picture.h"
 #include "evaluation/yolo_truth.h"
+#include "finite_objects.h"
 #include "model_factory.h"
 #include "picture_loop.h"
 #include "picture_reader.h"

@@ -114,11 +114,13 @@ TEST_F(Compare, IouSaysFromWhichOverlapTwoAreOne) {
 TEST_F(Compare, ALimitThatNothingCanBeHeldAgainstIsExceeded) {
     writeOther({});
     EXPECT_EQ(report()["drift"], nullptr);
-    expectExceeded({"-q", "--max-drift", "1"},
-                   "there is no probability drift to hold against the limit: no object that has one was found by both");
+    expectExceeded(
+        {"-q", "--max-drift", "1"},
+        "there is no probability drift to hold against the limit: no object that has one was found by both");
     writeOther({disc(), cube()});
-    expectExceeded({"-q", "--min-mask-iou", "0"},
-                   "there is no mask IoU to hold against the limit: no object that has one was found by both");
+    expectExceeded(
+        {"-q", "--min-mask-iou", "0"},
+        "there is no mask IoU to hold against the limit: no object that has one was found by both");
 }
 
 TEST_F(Compare, ThresholdsGoToBothSides) {

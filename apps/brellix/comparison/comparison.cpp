@@ -33,7 +33,8 @@ void checkCount(const std::string& what, std::size_t found, const std::optional<
 void checkMeasurement(const std::string& what, const Measurement* worst, double limit, bool mayExceed,
                       std::vector<std::string>& exceeded) {
     if (worst == nullptr) {
-        exceeded.push_back("there is no " + what + " to hold against the limit: no object that has one was found by both");
+        exceeded.push_back("there is no " + what +
+                           " to hold against the limit: no object that has one was found by both");
         return;
     }
     // Written so that a number that is none passes no limit.

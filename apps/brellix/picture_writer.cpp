@@ -1,4 +1,4 @@
-#include "picture_file.h"
+#include "picture_writer.h"
 
 #include "failure.h"
 #include "sink.h"
@@ -25,7 +25,18 @@ std::vector<unsigned char> encode(const cv::Mat& picture, const std::string& pat
     return bytes;
 }
 
-void writeFile(const std::string& path, const std::vector<unsigned char>& bytes) {
+}  // namespace
+
+void createFolder(const std::string& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error) {
+        throw failedAtWork("cannot create the folder " + folder + ": " + error.message());
+    }
+}
+
+void writePictureFile(const std::string& path, const cv::Mat& picture) {
+    const std::vector<unsigned char> bytes = encode(picture, path);
     Sink file = Sink::createFile(path);
     try {
         file.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
@@ -34,20 +45,6 @@ void writeFile(const std::string& path, const std::vector<unsigned char>& bytes)
         std::error_code ignored;
         fs::remove(path, ignored);
         throw;
-    }
-}
-
-}  // namespace
-
-void writePicture(const std::string& path, const cv::Mat& picture) {
-    writeFile(path, encode(picture, path));
-}
-
-void createFolder(const std::string& folder) {
-    std::error_code error;
-    fs::create_directories(folder, error);
-    if (error) {
-        throw failedAtWork("cannot create the folder " + folder + ": " + error.message());
     }
 }
 
