@@ -186,6 +186,18 @@ TEST_F(CocoTruth, PolygonsThatAreNoneAreRefused) {
     expectRefused({"polygons, and the image has no \"width\" and \"height\""});
 }
 
+TEST_F(CocoTruth, PolygonsThatWouldTakeAllMemoryAreRefused) {
+    json polygon = json::array();
+    for (int i = 0; i <= 200; ++i) {
+        polygon.insert(polygon.end(), {(i % 2) * 20, i});
+    }
+    annotation()["segmentation"] = json::array({polygon});
+    EXPECT_TRUE(object().mask.has_value());
+    polygon.insert(polygon.end(), {20, 300, 0, 301});
+    annotation()["segmentation"] = json::array({polygon});
+    expectRefused({"annotations[0]", "runs across the picture more than 200 times"});
+}
+
 TEST_F(CocoTruth, FilesThatAreNoDatasetAreRefused) {
     const auto refuse = [&](const std::string& text, const std::string& words) {
         expectRefusal([&] { static_cast<void>(readText(text)); }, {"truth.json", words});

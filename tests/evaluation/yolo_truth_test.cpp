@@ -122,6 +122,11 @@ TEST_F(YoloTruth, LinesThatAreNoLabelsAreRefused) {
     refuse("0 320 240 50 50", "found \"320\", expected a share");
     refuse("0 0.5 0.5 1e400 0.1", "found \"1e400\"");
     refuse("0 0.5 0.5 -0.005 0.1", "negative size");
+    std::string tangled = "0";
+    for (int i = 0; i < 202; ++i) {
+        tangled += i % 2 == 0 ? " 0 0.5" : " 1 0.6";
+    }
+    refuse(tangled, "runs across the picture more than 200 times");
 }
 
 TEST_F(YoloTruth, AFolderWithoutLabelsIsRefused) {

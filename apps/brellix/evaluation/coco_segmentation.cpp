@@ -45,6 +45,10 @@ RunLengths readPolygons(const JsonEntry& annotation, const json& list, cv::Size 
     std::vector<Polygon> polygons;
     for (const json& coordinates : list) {
         polygons.push_back(readPolygon(annotation, coordinates));
+        if (isTangled(polygons.back(), picture.width)) {
+            annotation.refuse("a polygon of \"segmentation\" runs across the picture more than " +
+                              std::to_string(kMostCrossings) + " times");
+        }
     }
     return maskOfPolygons(polygons, picture);
 }

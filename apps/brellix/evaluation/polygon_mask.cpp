@@ -53,6 +53,16 @@ RunLengths maskOf(const Polygon& polygon, cv::Size size) {
 
 }  // namespace
 
+bool isTangled(const Polygon& polygon, double width) {
+    double length = 0.0;
+    for (std::size_t i = 0; i < polygon.size(); ++i) {
+        const double from = std::clamp(polygon[i].x, 0.0, width);
+        const double to = std::clamp(polygon[(i + 1) % polygon.size()].x, 0.0, width);
+        length += std::abs(to - from);
+    }
+    return length > kMostCrossings * width;
+}
+
 RunLengths maskOfPolygons(const std::vector<Polygon>& polygons, cv::Size size) {
     std::vector<RunLengths> masks;
     masks.reserve(polygons.size());

@@ -69,6 +69,12 @@ void readShape(const std::vector<double>& numbers, YoloLabel& label) {
     for (std::size_t i = 0; i < numbers.size(); i += 2) {
         label.polygon.emplace_back(numbers[i], numbers[i + 1]);
     }
+    if (isTangled(label.polygon, 1.0)) {
+        refuse(
+            label.place,
+            "a polygon that runs across the picture more than " + std::to_string(kMostCrossings) + " times",
+            "the outline of an object");
+    }
     label.box = boundsOf(label.polygon);
 }
 
