@@ -1,0 +1,15 @@
+#!/usr/bin/env python3
+"""Makes a network that the models take out of an ordinary export; see --help."""
+
+import os
+import sys
+
+sys.path.insert(0, os.path.dirname(os.path.realpath(__file__)))
+
+try:
+    from prepare.command_line import main
+except ImportError as error:
+    sys.exit(f"prepare_network.py: {error}; install python3-onnx and python3-numpy (scripts/install-packages)")
+
+if __name__ == "__main__":
+    sys.exit(main())
