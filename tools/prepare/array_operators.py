@@ -240,6 +240,11 @@ def _scatter_nd(node: Node, x: list, opset: int) -> np.ndarray:
     return result
 
 
+@operator("NonZero")
+def _non_zero(node: Node, x: list, opset: int) -> np.ndarray:
+    return np.stack(np.nonzero(x[0])).astype(np.int64)
+
+
 @operator("CumSum")
 def _cumsum(node: Node, x: list, opset: int) -> np.ndarray:
     if node.attributes.get("exclusive", 0) or node.attributes.get("reverse", 0):

@@ -66,7 +66,7 @@ def _per_channel(value: np.ndarray | None) -> np.ndarray | None:
 
 
 def take_values_up_to_one(network: Network) -> bool:
-    """Makes a network of values 0..255 one of values 0..1. \\return whether it was one of 0..255."""
+    """Makes a network of values 0..255 one of values 0..1. Returns whether it was one of 0..255."""
     entrance = entrance_of(network)
     largest = np.abs(entrance.factor).max()
     if not entrance.nodes or not 0 < largest < LARGEST_FACTOR_OF_BYTES:
@@ -77,7 +77,7 @@ def take_values_up_to_one(network: Network) -> bool:
 
 
 def swap_channels(network: Network) -> str:
-    """Lets a network that takes RGB take BGR, or the other way round. \\return how, in words."""
+    """Lets a network that takes RGB take BGR, or the other way round. Returns how, in words."""
     entrance = entrance_of(network)
     readers = network.consumers().get(entrance.tensor, [])
     if not all(_takes_three_channels(network, node, entrance.tensor) for node in readers) or not readers:
@@ -153,7 +153,7 @@ def check_input(network: Network) -> None:
     shape = given.shape
     if shape is None:
         return
-    if len(shape) != 4 or shape[1] not in (3, None):
+    if len(shape) != 4 or shape[1] not in (3, None) or (shape[1] is None and shape[3] == 3):
         raise Refusal(f"looked for an input [1, 3, height, width]; found '{given.name}' {_shown(shape)}; export the "
                       "network for colour pictures, channels first")
     if shape[0] not in (1, None):

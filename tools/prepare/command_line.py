@@ -7,7 +7,7 @@ import os
 import sys
 from pathlib import Path
 
-from .network_file import read_network, write_atomically
+from .network_file import READING_ERRORS, first_line, read_network, write_atomically
 from .preparation import Prepared, Wishes, class_names, prepare
 from .refusal import Difference, Refusal, WorkFailure
 from .verification import Report, verify
@@ -53,19 +53,22 @@ examples:
 
 
 def main(arguments: list[str] | None = None) -> int:
-    """Runs the command. \\return its exit status."""
+    """Runs the command. Returns its exit status."""
     options = _parser().parse_args(arguments)
     try:
         _run(options)
         return DONE
+    except MemoryError:
+        return _fail("out of memory", FAILED)
     except Difference as difference:
         return _fail(difference, DIFFERENT)
     except Refusal as refusal:
         return _fail(refusal, BAD_INPUT)
+    except READING_ERRORS as error:
+        return _fail(f"'{options.export}' is damaged or written in a way not known here ({type(error).__name__}: "
+                     f"{first_line(error)}); export the network again with opset 12", BAD_INPUT)
     except WorkFailure as failure:
         return _fail(failure, FAILED)
-    except MemoryError:
-        return _fail("out of memory", FAILED)
     except KeyboardInterrupt:
         return _fail("interrupted, nothing was written", INTERRUPTED)
 
@@ -135,8 +138,6 @@ def _verification_text(options: argparse.Namespace, prepared: Prepared, say) -> 
     report = verify(prepared, options.bgr)
     if report.not_verified:
         return f"not verified: the file as it came cannot be computed here: {report.not_verified}"
-    if not report.engines:
-        return "not verified: neither OpenCV (python3-opencv) nor ONNX Runtime can be imported"
     return _agreement_text(prepared, report)
 
 

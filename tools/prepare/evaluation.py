@@ -13,12 +13,10 @@ import numpy as np
 
 from . import array_operators, layer_operators
 from .network import Network, Node, needed_nodes
-from .network_file import first_line
+from .network_file import READING_ERRORS, first_line
 from .refusal import Refusal
 
 OPERATORS = {**array_operators.OPERATORS, **layer_operators.OPERATORS}
-COMPUTING_ERRORS = (ValueError, TypeError, KeyError, IndexError, AttributeError, OverflowError, ZeroDivisionError,
-                    MemoryError, FloatingPointError)
 
 
 def compute_node(node: Node, values: list[np.ndarray | None], opset: int) -> list[np.ndarray]:
@@ -29,7 +27,7 @@ def compute_node(node: Node, values: list[np.ndarray | None], opset: int) -> lis
     try:
         with np.errstate(all="ignore"):
             results = operator(node, [as_float32(v) for v in values], opset)
-    except COMPUTING_ERRORS as error:
+    except (*READING_ERRORS, MemoryError) as error:
         shapes = ", ".join("-" if v is None else str(list(v.shape)) for v in values)
         raise Refusal(f"operator {node.label()} cannot be computed from tensors of the shapes {shapes}: "
                       f"{first_line(error)}") from error

@@ -79,7 +79,7 @@ def _scaled(shape: list[int], old: tuple[int, int], new: tuple[int, int]) -> lis
 
 
 def shape_outputs(body: Network, heads: Heads, form: Form) -> dict[str, list[int]]:
-    """Gives the body the form's names and, for the fused form, its decoding. \\return the outputs' shapes."""
+    """Gives the body the form's names and, for the fused form, its decoding. Returns the outputs' shapes."""
     _, _, height, width = body.inputs[0].shape
     rename(body, body.inputs[0].name, form.input_name)
     if form is FUSED:

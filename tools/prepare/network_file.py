@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import tempfile
+import warnings
 from pathlib import Path
 from typing import Any
 
@@ -12,6 +13,7 @@ import numpy as np
 import onnx
 from onnx import external_data_helper, helper, numpy_helper
 
+from .hazards import check_hazards
 from .network import Input, Network, Node
 from .refusal import Refusal, WorkFailure
 
@@ -21,14 +23,16 @@ IR_VERSION = 7
 FILE_BYTES_MAX = (1 << 31) - 1
 QUANTIZED_KINDS = {"QuantizeLinear", "DequantizeLinear", "DynamicQuantizeLinear", "ConvInteger", "MatMulInteger"}
 SUPPRESSION_WORDS = ("NonMaxSuppression", "NMS", "YoloLayer")
-READING_ERRORS = (ValueError, TypeError, KeyError, IndexError, AttributeError, OverflowError, RuntimeError, MemoryError)
+# What Python and its libraries throw at numbers, names and shapes that do not fit together.
+READING_ERRORS = (ValueError, TypeError, KeyError, IndexError, AttributeError, RuntimeError,
+                  ArithmeticError)
 
 
 def read_network(path: Path) -> Network:
     """The network in an ONNX file, with weights that lie in files beside it."""
     model = _parse(path)
     try:
-        return _network_of(model)
+        return network_of(model)
     except READING_ERRORS as error:
         raise Refusal(f"'{path}' is damaged: {first_line(error)}; export the network again") from error
 
@@ -42,8 +46,12 @@ def _parse(path: Path) -> onnx.ModelProto:
         raise Refusal(f"'{path}' cannot be read: {error.strerror}") from error
     model = onnx.ModelProto()
     try:
-        model.ParseFromString(data)
-    except (google.protobuf.message.DecodeError, RuntimeError) as error:
+        with warnings.catch_warnings(record=True) as doubts:
+            warnings.simplefilter("always")
+            model.ParseFromString(data)
+        if doubts:
+            raise ValueError(str(doubts[0].message))
+    except (google.protobuf.message.DecodeError, ValueError, RuntimeError) as error:
         raise Refusal(f"'{path}' is no ONNX file, or it is damaged; export the network again") from error
     if not model.graph.node:
         raise Refusal(f"'{path}' is no ONNX file: it holds no operator; export the network again")
@@ -63,11 +71,14 @@ def _load_external_data(model: onnx.ModelProto, path: Path) -> None:
                           "put it there, or export the network as one file")
         try:
             external_data_helper.load_external_data_for_tensor(tensor, str(path.parent))
+            tensor.data_location = onnx.TensorProto.DEFAULT
+            del tensor.external_data[:]
         except (OSError, ValueError) as error:
             raise Refusal(f"tensor '{tensor.name}' cannot be read from '{beside}': {error}") from error
 
 
-def _network_of(model: onnx.ModelProto) -> Network:
+def network_of(model: onnx.ModelProto) -> Network:
+    """Raises Refusal for what is not taken, and READING_ERRORS for what is damaged."""
     graph = model.graph
     opset = _opset_of(model)
     constants = {tensor.name: numpy_helper.to_array(tensor) for tensor in graph.initializer}
@@ -86,6 +97,7 @@ def _network_of(model: onnx.ModelProto) -> Network:
                       (model.producer_name, model.producer_version),
                       any(value.dtype == np.float16 for value in constants.values()))
     _check_order(network)
+    check_hazards(network)
     return network
 
 

@@ -24,7 +24,7 @@ MEANINGLESS = {"Reshape": {"allowzero": 0}, "BatchNormalization": {"training_mod
 
 
 def to_opset_12(network: Network, shapes: Shapes) -> None:
-    """Rewrites in place. \\throws Refusal for an operator that set 12 lacks."""
+    """Rewrites in place. Raises Refusal for an operator that set 12 lacks."""
     rewritten: list[Node] = []
     for node in network.nodes:
         _drop_meaningless(node)

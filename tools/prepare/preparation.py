@@ -54,7 +54,7 @@ class Prepared:
 
 
 def prepare(original: Network, wishes: Wishes) -> Prepared:
-    """\\throws Refusal where the network is of no kind that a model takes, or cannot be brought into the form."""
+    """Raises Refusal where the network is of no kind that a model takes, or cannot be brought into the form."""
     channels.check_input(original)
     target, origin = target_size(original, wishes.size)
     check_target(target)
@@ -144,7 +144,7 @@ def assemble(original: Network, analysis: Analysis, heads: Heads, form: Form, si
 
 def _order_channels(original: Network, body: Network, heads: Heads, form: Form, bgr: bool | None,
                     notes: list[str]) -> bool:
-    """\\return whether red and blue were exchanged."""
+    """Returns whether red and blue were exchanged."""
     told = original.metadata.get(CHANNELS_KEY)
     already_in_form = heads.decoded is None and original.outputs == list(form.outputs)
     if told is None and bgr is None and already_in_form:
@@ -154,7 +154,8 @@ def _order_channels(original: Network, body: Network, heads: Heads, form: Form, 
     if bgr is False or wanted == (told or "rgb"):
         if told or not already_in_form:
             body.metadata[CHANNELS_KEY] = told or "rgb"
-        notes.append(f"takes {body.metadata.get(CHANNELS_KEY, 'the same channels as before').upper()}, not swapped")
+        takes = body.metadata.get(CHANNELS_KEY, "").upper() or "the channels that it took before"
+        notes.append(f"takes {takes}, not swapped")
         return False
     how = channels.swap_channels(body)
     body.metadata[CHANNELS_KEY] = wanted
@@ -167,7 +168,8 @@ def _note_anchors(original: Network, body: Network, heads: Heads, notes: list[st
         return
     anchors = known_anchors(original, heads)
     if anchors is None:
-        notes.append(f"the file does not tell its anchors; the cut form decodes with {anchors_text(FIXED_ANCHORS)}")
+        notes.append("the file holds raw heads and does not tell its anchors; the cut form decodes with "
+                     f"{anchors_text(FIXED_ANCHORS)}, which have to be those of the training")
         return
     body.metadata[ANCHORS_KEY] = anchors_text(anchors)
     notes.append(f"anchors {anchors_text(anchors)}" + ("" if _are_fixed(anchors) else ", its own"))

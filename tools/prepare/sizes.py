@@ -5,6 +5,8 @@ from __future__ import annotations
 import ast
 import math
 
+import numpy as np
+
 from .head_walk import STRIDES
 from .network import Network
 from .refusal import Refusal
@@ -71,6 +73,10 @@ def _sizes_of_grids(network: Network) -> list[Size]:
     """An open shape does not keep an exporter from writing down the grids of the size that it saw."""
     grids = [value.shape[2:4] for value in network.constants.values() if value.ndim == 5 and value.shape[4] == 2]
     sizes = [(max(w for _, w in grids) * STRIDES[0], max(h for h, _ in grids) * STRIDES[0])] if grids else []
+    # YOLOv8 has the middles of all cells in one constant, x and y below each other, the finest grid among them.
+    sizes += [tuple(round(float(v)) * STRIDES[0] for v in value.reshape(2, -1).max(1) + 0.5)
+              for value in network.constants.values() if value.ndim >= 2 and value.size == 2 * value.shape[-1] > 2
+              and np.isfinite(value).all()]
     rows = {value.shape[-1] for value in network.constants.values() if value.ndim >= 2}
     for cells in sorted(rows, reverse=True):
         side = math.isqrt(round(cells / CELLS_A_PIXEL))

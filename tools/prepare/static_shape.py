@@ -22,7 +22,7 @@ Shapes = dict[str, tuple[int, "list[int] | None"]]
 
 
 def make_static(network: Network, width: int, height: int) -> Shapes:
-    """Rewrites the network for pictures of `width` x `height`. \\return each tensor's element type and shape."""
+    """Rewrites the network for pictures of `width` x `height`. Returns each tensor's element type and shape."""
     convert_to_float32(network)
     network.inputs[0].shape = [1, 3, height, width]
     for _ in range(ROUNDS_MAX):

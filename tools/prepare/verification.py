@@ -8,13 +8,14 @@ from dataclasses import dataclass
 from typing import Callable
 
 import numpy as np
+import onnx
 
 from .anchor_heads import AnchorHeads
 from .decoding import anchor_rows
 from .evaluation import compute
 from .forms import FUSED, head_tensors
 from .head_walk import STRIDES
-from .network_file import first_line
+from .network_file import first_line, network_of
 from .preparation import Prepared, assemble
 from .refusal import Difference, Refusal
 
@@ -24,6 +25,8 @@ FLOAT32_ROUNDING = 2.0**-23
 HALF_ROUNDING = 2.0**-11
 # Centres, sizes and probabilities of decoded rows have scales of their own.
 ROW_GROUPS = (slice(0, 2), slice(2, 4), slice(4, None))
+
+NUMPY_ALONE = "NumPy alone (neither OpenCV, python3-opencv, nor ONNX Runtime can be imported)"
 
 Engine = Callable[[bytes, dict[str, np.ndarray], list[str]], list[np.ndarray]]
 
@@ -41,18 +44,17 @@ class Report:
 
 
 def verify(prepared: Prepared, bgr: bool | None) -> Report:
-    """\\throws Difference where the networks disagree, Refusal where an engine cannot run the prepared one."""
+    """Raises Difference where the networks disagree, Refusal where an engine cannot run the prepared one."""
     engines = available_engines()
     checked, wanted = prepared, None
     try:
         wanted = _expected(prepared)
     except Refusal as refusal:
+        _run_all(engines, prepared)
         if prepared.analysis.input_size() == prepared.size:
-            _run_all(engines, prepared)
             return Report(list(engines), not_verified=str(refusal))
     if wanted is None:
-        # The file runs at its own size only: it is compared there, and the result has to run at the size asked for.
-        _run_all(engines, prepared)
+        # The file runs at its own size only: it is compared there, after the result has run at the size asked for.
         checked = assemble(prepared.original, prepared.analysis, prepared.heads, prepared.form,
                            prepared.analysis.input_size(), bgr)
         wanted = _expected(checked)
@@ -63,7 +65,7 @@ def verify(prepared: Prepared, bgr: bool | None) -> Report:
 
 
 def available_engines() -> dict[str, Engine]:
-    """What can be imported here."""
+    """What can be imported here; NumPy, which finds mistakes of the rewriting at least, where nothing can."""
     os.environ.setdefault("OPENCV_LOG_LEVEL", "SILENT")
     engines = {}
     for module, run in (("cv2", _run_opencv), ("onnxruntime", _run_onnxruntime)):
@@ -72,7 +74,7 @@ def available_engines() -> dict[str, Engine]:
         except ImportError:
             continue
         engines[f"{'OpenCV' if module == 'cv2' else 'ONNX Runtime'} {version}"] = run
-    return engines
+    return engines or {NUMPY_ALONE: _run_numpy}
 
 
 def _run_opencv(model: bytes, inputs: dict[str, np.ndarray], outputs: list[str]) -> list[np.ndarray]:
@@ -87,6 +89,11 @@ def _run_onnxruntime(model: bytes, inputs: dict[str, np.ndarray], outputs: list[
     runtime = importlib.import_module("onnxruntime")
     session = runtime.InferenceSession(model, providers=["CPUExecutionProvider"])
     return session.run(outputs, {name: np.ascontiguousarray(value) for name, value in inputs.items()})
+
+
+def _run_numpy(model: bytes, inputs: dict[str, np.ndarray], outputs: list[str]) -> list[np.ndarray]:
+    results = compute(network_of(onnx.load_from_string(model)), inputs, outputs)
+    return [results[name] for name in outputs]
 
 
 def _run_all(engines: dict[str, Engine], prepared: Prepared) -> dict[str, list[np.ndarray]]:
