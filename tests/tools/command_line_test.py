@@ -188,7 +188,8 @@ class Verification(ToolTest):
         self.assertIn("not verified: --no-verify", out)
 
     def test_an_engine_that_cannot_run_the_result_is_named(self):
-        broken = types.SimpleNamespace(__version__="9", InferenceSession=mock.Mock(side_effect=RuntimeError("no\nmore")))
+        session = mock.Mock(side_effect=RuntimeError("no\nmore"))
+        broken = types.SimpleNamespace(__version__="9", InferenceSession=session)
         status, _, err = self.run_with({"onnxruntime": broken})
         self.assertEqual((status, self.result.exists()), (2, False))
         self.assertIn("ONNX Runtime 9 cannot run the prepared network: no;", err)

@@ -3,7 +3,6 @@
 import json
 import unittest
 
-import numpy as np
 import onnx
 
 from exports import ANCHORS, OWN_ANCHORS, Variant, with_changes, yolov5, yolov5_heads

@@ -13,7 +13,8 @@ import onnx
 from onnx import helper, numpy_helper
 
 ANCHORS = [[[10, 13], [16, 30], [33, 23]], [[30, 61], [62, 45], [59, 119]], [[116, 90], [156, 198], [373, 326]]]
-OWN_ANCHORS = [[[12.5, 14], [20, 21.25], [30, 35]], [[44, 40], [52, 80], [90, 66]], [[110, 120], [200, 180], [301, 280]]]
+OWN_ANCHORS = [[[12.5, 14], [20, 21.25], [30, 35]], [[44, 40], [52, 80], [90, 66]],
+               [[110, 120], [200, 180], [301, 280]]]
 STRIDES = (8, 16, 32)
 BINS = 16
 COEFFICIENTS = 32
@@ -136,8 +137,8 @@ class Maker:
         if not self.variant.dynamic:
             factors = self.op("Constant", value=numpy_helper.from_array(np.array([1, 1, 2, 2], np.float32)))
             return self.op("Resize", x, none, factors, **attributes)
-        sizes = [self.op("Cast", self.op("Floor", self.op("Mul", self.op("Cast", self.extent(x, axis), to=1), self.two())),
-                         to=7) for axis in (2, 3)]
+        extents = [self.op("Cast", self.extent(x, axis), to=1) for axis in (2, 3)]
+        sizes = [self.op("Cast", self.op("Floor", self.op("Mul", e, self.two())), to=7) for e in extents]
         front = self.part(self.op("Shape", x), 0, 2, 0)
         return self.op("Resize", x, none, none, self.op("Concat", front, self.joined(*sizes), axis=0), **attributes)
 
@@ -174,10 +175,10 @@ class Maker:
         """`outputs` gives the tensor for each output's name."""
         v = self.variant
         kind = onnx.TensorProto.FLOAT16 if v.half and not v.cast_ends else onnx.TensorProto.FLOAT
-        for name, tensor in outputs.items():
-            cast = v.cast_ends and v.half
-            self.nodes.append(helper.make_node("Cast" if cast else "Identity", [tensor], [name], **({"to": 1} if cast else {})))
-        self._end_at_outputs(outputs)
+        if v.half and v.cast_ends:
+            self.nodes += [helper.make_node("Cast", [tensor], [name], to=1) for name, tensor in outputs.items()]
+        else:
+            self._rename(outputs)
         shape = ["batch", 3, "height", "width"] if v.dynamic else [1, 3, v.height, v.width]
         graph = helper.make_graph(self.nodes, "export", [helper.make_tensor_value_info("images", kind, shape)],
                                   [onnx.ValueInfoProto(name=name) for name in outputs], self.weights)
@@ -199,12 +200,9 @@ class Maker:
             described.append(helper.make_tensor_value_info(output.name, kind, extents))
         return described
 
-    def _end_at_outputs(self, outputs: dict[str, str]) -> None:
-        """Plain float exports have no copies at their ends."""
-        if self.variant.half and self.variant.cast_ends:
-            return
+    def _rename(self, outputs: dict[str, str]) -> None:
+        """Gives the tensors the names of the outputs."""
         names = {tensor: name for name, tensor in outputs.items()}
-        del self.nodes[len(self.nodes) - len(outputs):]
         for node in self.nodes:
             for k, name in enumerate(node.output):
                 node.output[k] = names.get(name, name)
@@ -298,7 +296,8 @@ def _decode_premultiplied(maker: Maker, planes: str, head: str, number: int) -> 
     xy, wh, rest = maker.split(planes, [2, 2, maker.variant.classes + 1], 4)
     cells = _grid(maker, head, number, 0.5, stride)
     xy = maker.op("Add", maker.op("Mul", maker.op("Sigmoid", xy), maker.floats(2 * stride)), cells)
-    return maker.op("Concat", xy, _sizes(maker, maker.op("Sigmoid", wh), number, False), maker.op("Sigmoid", rest), axis=4)
+    wh = _sizes(maker, maker.op("Sigmoid", wh), number, False)
+    return maker.op("Concat", xy, wh, maker.op("Sigmoid", rest), axis=4)
 
 
 def _decode_in_place(maker: Maker, planes: str, head: str, number: int) -> str:
@@ -384,7 +383,8 @@ def _boxes_from_bins(maker: Maker, boxes: str, cells: list[int]) -> str:
     else:
         shares = maker.softmax(maker.op("Transpose", bins, perm=[0, 2, 1, 3]), 1, 4)
         weight = maker.weight(np.arange(BINS).reshape(1, BINS, 1, 1))
-        distances = maker.op("Reshape", maker.op("Conv", shares, weight, kernel_shape=[1, 1]), maker.numbers([1, 4, -1]))
+        summed = maker.op("Conv", shares, weight, kernel_shape=[1, 1])
+        distances = maker.op("Reshape", summed, maker.numbers([1, 4, -1]))
     near, far = maker.part(distances, 0, 2, 1), maker.part(distances, 2, 4, 1)
     centres, steps = np.zeros((1, 2, total)), np.zeros((1, total))
     begin = 0

@@ -13,14 +13,15 @@ NETWORKS = Path(os.environ.get("BRELLIX_NETWORKS") or "/nowhere")
 SHAPES = SOURCE / "models" / "shapes"
 
 
-def configuration(network: Path, model: str, size: tuple[int, int], classes: int, confidence: float, overlap: float) -> str:
+def configuration(network: Path, model: str, size: tuple[int, int], classes: int, confidence: float,
+                  overlap: float) -> str:
     return (f"model_path: {network}\nmodel: {model}\nframework: {'ONNX' if model == 'yolov8_seg' else 'RKNN'}\n"
             f"is_quantized: false\nconf_thres: {confidence}\nnms_thres: {overlap}\nclass_num: {classes}\n"
             f"input_size: [{size[0]}, {size[1]}]\n")
 
 
 def mask_pixels(mask: dict | None) -> int:
-    """From COCO's compressed run lengths: numbers of five bits a character, from the third on relative to two before."""
+    """From COCO's compressed run lengths: five bits a character, from the fourth number on relative to two before."""
     counts, position, text = [], 0, (mask or {"counts": ""})["counts"]
     while position < len(text):
         value, shift, more = 0, 0, True
@@ -52,8 +53,8 @@ class PreparedNetworks(ToolTest):
         """The objects that the program finds on each picture."""
         config = self.folder / "config.yaml"
         config.write_text(text)
-        done = subprocess.run([PROGRAM, "detect", config, *pictures, "--json", "-", "--quiet"], capture_output=True, text=True,
-                              check=False)
+        done = subprocess.run([PROGRAM, "detect", config, *pictures, "--json", "-", "--quiet"], capture_output=True,
+                              text=True, check=False)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         return [json.loads(line)["objects"] for line in done.stdout.splitlines()]
 
@@ -64,7 +65,8 @@ class PreparedNetworks(ToolTest):
         self.assertIn("verified in OpenCV", out)
         return result
 
-    def assert_same_objects(self, found: list[dict], expected: list[dict], prob: float, pixels: float, overlap: float) -> None:
+    def assert_same_objects(self, found: list[dict], expected: list[dict], prob: float, pixels: float,
+                            overlap: float) -> None:
         """Each expected object has one of the same class, and there are no others."""
         self.assertEqual(len(found), len(expected))
         left = list(found)
@@ -77,7 +79,8 @@ class PreparedNetworks(ToolTest):
             self.assertLessEqual(abs(best["prob"] - wanted["prob"]), prob)
             self.assertLessEqual(max(abs(a - b) for a, b in zip(best["box"], wanted["box"])), pixels)
             if "mask_pixels" in wanted:
-                self.assertLessEqual(abs(mask_pixels(best["mask"]) - wanted["mask_pixels"]), 0.02 * wanted["mask_pixels"])
+                difference = abs(mask_pixels(best["mask"]) - wanted["mask_pixels"])
+                self.assertLessEqual(difference, 0.02 * wanted["mask_pixels"])
 
 
 class SampleNetworks(PreparedNetworks):
@@ -117,7 +120,8 @@ class LargeNetworks(PreparedNetworks):
 
     def check(self, network: Path, model: str, name: str, prob: float, pixels: float, overlap: float) -> None:
         photos = sorted(self.expected)
-        found = self.detect(configuration(network, model, (640, 640), 80, 0.25, 0.65), [NETWORKS / "photos" / p for p in photos])
+        paths = [NETWORKS / "photos" / photo for photo in photos]
+        found = self.detect(configuration(network, model, (640, 640), 80, 0.25, 0.65), paths)
         self.assertEqual(len(found), len(photos))
         for photo, objects in zip(photos, found):
             with self.subTest(photo=photo):

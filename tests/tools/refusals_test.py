@@ -40,7 +40,8 @@ class Families(ToolTest):
 
     def test_a_classifier_names_the_operator_at_which_the_walk_ended(self):
         weight = numpy_helper.from_array(np.ones((4, 3, 3, 3), np.float32), "w")
-        nodes = [helper.make_node("Conv", ["images", "w"], ["a"]), helper.make_node("GlobalAveragePool", ["a"], ["b"], name="pool"),
+        nodes = [helper.make_node("Conv", ["images", "w"], ["a"]),
+                 helper.make_node("GlobalAveragePool", ["a"], ["b"], name="pool"),
                  helper.make_node("Flatten", ["b"], ["scores"])]
         said = self.refusal(network(nodes, ["scores"], [weight]))
         self.assertIn("output 'scores' [1, 4], computed through the operator GlobalAveragePool 'pool'", said)
@@ -53,7 +54,8 @@ class Families(ToolTest):
 
     def test_another_number_of_heads(self):
         for count in (2, 4):
-            self.assertIn(f"three head convolutions with the strides 8, 16 and 32; found {count}", self.refusal(heads_of(count)))
+            said = self.refusal(heads_of(count))
+            self.assertIn(f"three head convolutions with the strides 8, 16 and 32; found {count}", said)
 
     def test_channels_that_are_no_anchors(self):
         self.assertIn("3 x (classes + 5) channels; found", self.refusal(heads_of(3, outputs=15)))
@@ -128,7 +130,8 @@ class Files(ToolTest):
     def test_a_size_for_which_the_file_is_not_made_says_for_which_it_is(self):
         maker = Maker(Variant(), rounded=False)
         grids, channels, _ = maker.body()
-        grids[0] = maker.op("Reshape", maker.op("Reshape", grids[0], maker.numbers([1, 12, 1600])), maker.numbers([1, 12, 40, 40]))
+        flat = maker.op("Reshape", grids[0], maker.numbers([1, 12, 1600]))
+        grids[0] = maker.op("Reshape", flat, maker.numbers([1, 12, 40, 40]))
         heads = [maker.conv(x, c, 21) for x, c in zip(grids, channels)]
         said = self.refusal(maker.model({f"h{k}": head for k, head in enumerate(heads)}), "--size", 256, 256)
         self.assertIn("the file is made for 320 x 320", said)

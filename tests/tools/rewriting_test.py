@@ -76,7 +76,8 @@ class OperatorSet(unittest.TestCase):
             self.assertEqual(len(net.nodes[1].inputs), inputs)
 
     def test_what_set_12_lacks_is_refused_by_name(self):
-        for node, words in ((Node("LayerNormalization", ["x", "w"], ["y"], {}, "ln"), "LayerNormalization 'ln' does not exist"),
+        layer = Node("LayerNormalization", ["x", "w"], ["y"], {}, "ln")
+        for node, words in ((layer, "LayerNormalization 'ln' does not exist"),
                             (Node("Reshape", ["x", "w"], ["y"], {"allowzero": 1}), "attribute 'allowzero'"),
                             (Node("Split", ["x", "x"], ["y"]), "computes its split from the picture")):
             with self.assertRaisesRegex(Refusal, words):
@@ -89,9 +90,11 @@ class Shapes(unittest.TestCase):
     def test_what_follows_from_the_shape_is_computed(self):
         nodes = [Node("Cast", ["x"], ["h"], {"to": TensorProto.FLOAT16}), Node("Shape", ["h"], ["s"]),
                  Node("Gather", ["s", "two"], ["rows"], {"axis": 0}), Node("Mul", ["rows", "two"], ["twice"]),
-                 Node("Unsqueeze", ["twice"], ["u"], {"axes": [0]}), Node("Concat", ["one", "minus", "u"], ["shape"], {"axis": 0}),
+                 Node("Unsqueeze", ["twice"], ["u"], {"axes": [0]}),
+                 Node("Concat", ["one", "minus", "u"], ["shape"], {"axis": 0}),
                  Node("Reshape", ["h", "shape"], ["y"])]
-        net = network(nodes, {"two": np.array(2), "one": np.array([1]), "minus": np.array([-1])}, 12, (None, 3, None, None))
+        constants = {"two": np.array(2), "one": np.array([1]), "minus": np.array([-1])}
+        net = network(nodes, constants, 12, (None, 3, None, None))
         shapes = make_static(net, 8, 16)
         self.assertEqual([node.kind for node in net.nodes], ["Reshape"])
         self.assertEqual(net.constants[net.nodes[0].inputs[1]].tolist(), [1, -1, 32])
@@ -156,7 +159,8 @@ class PictureInput(unittest.TestCase):
 
     def test_values_up_to_255_become_values_up_to_1(self):
         mean = np.reshape([100, 120, 130], (1, 3, 1, 1))
-        nets = (self.convolution(Node("Div", ["x", "k"], ["a"]), k=255), self.convolution(Node("Mul", ["x", "k"], ["a"]), k=1 / 255),
+        nets = (self.convolution(Node("Div", ["x", "k"], ["a"]), k=255),
+                self.convolution(Node("Mul", ["x", "k"], ["a"]), k=1 / 255),
                 self.convolution(Node("Sub", ["x", "m"], ["a"]), Node("Div", ["a", "k"], ["b"]), m=mean, k=58.0))
         for net, left in zip(nets, (["Conv"], ["Conv"], ["Mul", "Add", "Conv"])):
             wanted = result(net, PIXELS * 255)

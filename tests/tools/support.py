@@ -4,12 +4,14 @@ from __future__ import annotations
 
 import contextlib
 import io
+import os
 import sys
 import tempfile
 import unittest
 from pathlib import Path
 
-import cv2
+os.environ.setdefault("OPENCV_LOG_LEVEL", "SILENT")  # Read once, when OpenCV is loaded.
+import cv2  # noqa: E402
 import numpy as np
 import onnx
 

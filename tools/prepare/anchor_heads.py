@@ -67,8 +67,8 @@ def _look_like_anchors(analysis: Analysis, heads: list[str]) -> bool:
 def _ordered(analysis: Analysis, heads: list[str]) -> list[str]:
     if len(heads) != len(STRIDES):
         shapes = ", ".join(f"'{name}' {analysis.shape_text(name)}" for name in heads)
-        raise Refusal(f"looked for three head convolutions with the strides 8, 16 and 32; found {len(heads)}: {shapes}. "
-                      "No model here takes such a network: train one with three heads")
+        raise Refusal("looked for three head convolutions with the strides 8, 16 and 32; found "
+                      f"{len(heads)}: {shapes}. No model here takes such a network: train one with three heads")
     groups = by_stride(analysis, heads)
     return [groups[stride][0] for stride in STRIDES]
 
@@ -85,7 +85,8 @@ def _class_count(analysis: Analysis, heads: list[str]) -> int:
 def _refuse_masks(analysis: Analysis, heads: list[str], reaches: list[Reach]) -> None:
     for reach in reaches:
         shape = analysis.shape(reach.output)
-        if len(shape) == 4 and len(reach.heads) == 1 and reach.heads[0] not in heads and analysis.stride(reach.output) < 8:
+        apart = len(reach.heads) == 1 and reach.heads[0] not in heads
+        if len(shape) == 4 and apart and analysis.stride(reach.output) < STRIDES[0]:
             raise Refusal(f"output '{reach.output}' {shape} looks like mask prototypes: this is a YOLOv5 segmentation "
                           "network, which no model here takes; use a YOLOv5 detector or YOLOv8 segmentation")
 
@@ -119,5 +120,6 @@ def _check_law(analysis: Analysis, heads: list[str], anchors: np.ndarray, output
     if len(wrong):
         row, column = wrong[0]
         raise Refusal(f"output '{output}' is not decoded as YOLOv5 does (centre x, centre y, width, height in pixels, "
-                      f"objectness, classes): for the same heads, row {row}, column {column} is {found[row, column]:.6g} "
-                      f"instead of {wanted[row, column]:.6g}; the anchors were read as {anchors.round(4).tolist()}")
+                      f"objectness, classes): for the same heads, row {row}, column {column} is "
+                      f"{found[row, column]:.6g} instead of {wanted[row, column]:.6g}, with the anchors read as "
+                      f"{anchors.round(4).tolist()}; export a YOLOv5 detector as it is, without options")

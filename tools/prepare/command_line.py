@@ -84,8 +84,8 @@ def _parser() -> argparse.ArgumentParser:
                              "the size that it notes, else 640 640)")
     parser.add_argument("--cut", action="store_true", help="the cut form of a YOLOv5 detector")
     parser.add_argument("--bgr", action=argparse.BooleanOptionalAction, default=None,
-                        help="swap red and blue at the input, or leave them (default: as the form's model needs it; a file "
-                             "that says it takes BGR is not swapped again)")
+                        help="swap red and blue at the input, or leave them (default: as the form's model needs it; "
+                             "a file that says it takes BGR is not swapped again)")
     parser.add_argument("--force", action="store_true", help="replace OUT.onnx if it is there")
     parser.add_argument("--no-verify", action="store_true", help="do not compare the result with the export")
     parser.add_argument("--quiet", action="store_true", help="print errors only")
@@ -99,7 +99,7 @@ def _run(options: argparse.Namespace) -> None:
     prepared = prepare(original, wishes)
     path = _output_path(options, prepared)
     _describe(options, prepared, say)
-    say(_verification_text(options, prepared, say))
+    say(_verification_text(options, prepared))
     data = prepared.model.SerializeToString(deterministic=True)
     write_atomically(data, path)
     say(f"wrote {path} ({len(data)} bytes)")
@@ -132,19 +132,30 @@ def _describe(options: argparse.Namespace, prepared: Prepared, say) -> None:
         say(note)
 
 
-def _verification_text(options: argparse.Namespace, prepared: Prepared, say) -> str:
+def _verification_text(options: argparse.Namespace, prepared: Prepared) -> str:
     if options.no_verify:
         return "not verified: --no-verify"
-    report = verify(prepared, options.bgr)
+    report = verify(prepared, options.bgr, _nothing if options.quiet or not sys.stderr.isatty() else _progress)
     if report.not_verified:
         return f"not verified: the file as it came cannot be computed here: {report.not_verified}"
     return _agreement_text(prepared, report)
 
 
 def _agreement_text(prepared: Prepared, report: Report) -> str:
-    size = "" if report.size == prepared.size else f" at {report.size[0]} x {report.size[1]}, the only size the file runs at"
+    width, height = report.size
+    size = "" if report.size == prepared.size else f" at {width} x {height}, the only size the file runs at"
     return (f"verified in {' and '.join(report.engines)}{size}: at most {report.largest:.2g} from the export in "
             f"{report.where}, {report.share:.0%} of what rounding explains")
+
+
+def _nothing(done: int, count: int) -> None:
+    pass
+
+
+def _progress(done: int, count: int) -> None:
+    """One line on a terminal, gone in the end: NumPy takes a minute for a large network."""
+    text = f"computing the export with NumPy: operator {done} of {count}" if done < count else ""
+    print(f"\r\x1b[K{text}", end="", file=sys.stderr, flush=True)
 
 
 def _say(*words: object) -> None:

@@ -8,6 +8,7 @@ agree to rounding.
 from __future__ import annotations
 
 from collections import Counter
+from typing import Callable
 
 import numpy as np
 
@@ -16,6 +17,7 @@ from .network import Network, Node, needed_nodes
 from .network_file import READING_ERRORS, first_line
 from .refusal import Refusal
 
+Progress = Callable[[int, int], None]
 OPERATORS = {**array_operators.OPERATORS, **layer_operators.OPERATORS}
 
 
@@ -41,12 +43,13 @@ def as_float32(value: np.ndarray | None) -> np.ndarray | None:
     return value
 
 
-def compute(network: Network, given: dict[str, np.ndarray], wanted: list[str]) -> dict[str, np.ndarray]:
+def compute(network: Network, given: dict[str, np.ndarray], wanted: list[str],
+            progress: Progress = lambda done, count: None) -> dict[str, np.ndarray]:
     """The tensors `wanted`, from the tensors `given`, which may be inside of the network."""
     nodes = needed_nodes(network, wanted, set(given))
     uses = Counter(name for node in nodes for name in node.inputs) + Counter(wanted)
     values = dict(given)
-    for node in nodes:
+    for done, node in enumerate(nodes, 1):
         inputs = [_value(network, values, node, name) for name in node.inputs]
         results = compute_node(node, inputs, network.opset)
         values.update((name, result) for name, result in zip(node.outputs, results) if name)
@@ -54,6 +57,7 @@ def compute(network: Network, given: dict[str, np.ndarray], wanted: list[str]) -
         for name in node.inputs:
             if uses[name] <= 0:
                 values.pop(name, None)
+        progress(done, len(nodes))
     return {name: _wanted(network, values, name) for name in wanted}
 
 

@@ -28,13 +28,13 @@ def _check_window(node: Node) -> None:
         value = node.attributes.get(name, least)
         for number in value if isinstance(value, list) else [value]:
             if not isinstance(number, int) or not least <= number <= WINDOW_MAX:
-                raise Refusal(f"operator {node.label()} has the attribute {name} {value}, its numbers must lie in {least} .. "
-                              f"{WINDOW_MAX}; export the network again")
+                raise Refusal(f"operator {node.label()} has the attribute {name} {value}, its numbers must lie in "
+                              f"{least} .. {WINDOW_MAX}; export the network again")
 
 
 def _check_weights(network: Network, node: Node) -> None:
     weight = network.constants.get(node.inputs[1]) if len(node.inputs) > 1 else None
     computed = weight is None and len(node.inputs) > 1 and node.inputs[1] in network.producers()
     if not computed and (weight is None or weight.ndim < WEIGHT_RANK_LEAST):
-        raise Refusal(f"operator {node.label()} has no weights of {WEIGHT_RANK_LEAST} or more dimensions; export the network "
-                      "again")
+        raise Refusal(f"operator {node.label()} has no weights of {WEIGHT_RANK_LEAST} or more dimensions; export the "
+                      "network again")

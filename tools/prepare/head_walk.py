@@ -14,8 +14,8 @@ from .static_shape import Shapes
 STRIDES = (8, 16, 32)
 # What exporters decode with. Whatever else stands behind an output belongs to another kind of network.
 DECODING_KINDS = {
-    "Abs", "Add", "And", "Cast", "Clip", "Concat", "Constant", "ConstantOfShape", "CumSum", "Div", "Elu", "Equal", "Exp",
-    "Expand", "Flatten", "Floor", "Gather", "GatherElements", "GatherND", "Greater", "HardSigmoid", "HardSwish",
+    "Abs", "Add", "And", "Cast", "Clip", "Concat", "ConstantOfShape", "CumSum", "Div", "Elu", "Equal", "Exp", "Expand",
+    "Flatten", "Floor", "Gather", "GatherElements", "GatherND", "Greater", "HardSigmoid", "HardSwish",
     "Identity", "LeakyRelu", "Less", "Max", "Min", "Mod", "Mul", "Neg", "Not", "PRelu", "Pow", "Range", "Reciprocal",
     "ReduceSum", "Relu", "Reshape", "ScatterND", "Shape", "Sigmoid", "Slice", "Softmax", "Softplus", "Split", "Sqrt",
     "Squeeze", "Sub", "Sum", "Tanh", "Tile", "Transpose", "Unsqueeze", "Where"}

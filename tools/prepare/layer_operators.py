@@ -10,6 +10,8 @@ from .array_operators import _checked as checked_shape
 from .network import Node
 
 OPERATORS: dict[str, Callable] = {}
+NEAREST_PLACES = {b"round_prefer_floor": lambda p: np.ceil(p - 0.5), b"round_prefer_ceil": lambda p: np.floor(p + 0.5),
+                  b"floor": np.floor, b"ceil": np.ceil}
 
 
 def operator(*kinds: str) -> Callable:
@@ -167,8 +169,7 @@ def _resize_axis(node: Node, x: np.ndarray, axis: int, extent: int, scale: float
     places = _source_places(node, np.arange(extent, dtype=np.float64), extent, x.shape[axis], scale)
     mode = node.attributes.get("mode", b"nearest")
     if mode == b"nearest":
-        rounding = {b"round_prefer_floor": lambda p: np.ceil(p - 0.5), b"round_prefer_ceil": lambda p: np.floor(p + 0.5),
-                    b"floor": np.floor, b"ceil": np.ceil}[node.attributes.get("nearest_mode", b"round_prefer_floor")]
+        rounding = NEAREST_PLACES[node.attributes.get("nearest_mode", b"round_prefer_floor")]
         return np.take(x, np.clip(rounding(places), 0, last).astype(np.int64), axis)
     if mode != b"linear":
         raise ValueError(f"the mode {mode.decode(errors='replace')} is not computed here")

@@ -150,8 +150,8 @@ def _check_definition(node: Node) -> None:
                       "again with opset 12") from error
     unknown = sorted(set(node.attributes) - set(definition.attributes))
     if unknown:
-        raise Refusal(f"operator {node.label()} has the attribute '{unknown[0]}', which opset 12 lacks; export the network "
-                      "again with opset 12")
+        raise Refusal(f"operator {node.label()} has the attribute '{unknown[0]}', which opset 12 lacks; export the "
+                      "network again with opset 12")
     if not definition.min_input <= len(node.inputs) <= definition.max_input:
-        raise Refusal(f"operator {node.label()} has {len(node.inputs)} inputs, in opset 12 it takes {definition.min_input} "
-                      f"to {definition.max_input}; export the network again with opset 12")
+        raise Refusal(f"operator {node.label()} has {len(node.inputs)} inputs, in opset 12 it takes "
+                      f"{definition.min_input} to {definition.max_input}; export the network again with opset 12")

@@ -90,14 +90,14 @@ def _form_for(heads: Heads, wishes: Wishes) -> Form:
 
 def _check_form(original: Network, analysis: Analysis, heads: Heads, form: Form, target: Size) -> None:
     if form is SEGMENTATION and target[0] != target[1]:
-        raise Refusal(f"the segmentation model takes square inputs only, {target[0]} x {target[1]} is none; give a square "
-                      "--size, for example --size 640 640")
+        raise Refusal(f"the segmentation model takes square inputs only, {target[0]} x {target[1]} is none; give a "
+                      f"square --size, for example --size {max(target)} {max(target)}")
     if form is CUT:
         anchors = known_anchors(original, heads)
         if anchors is not None and not _are_fixed(anchors):
             raise Refusal("the cut form's decoder has the fixed anchors "
-                          f"{anchors_text(FIXED_ANCHORS)}, this network was trained with {anchors_text(anchors)}: its boxes "
-                          "would be wrong; leave --cut out and use the fused form (model yolov5)")
+                          f"{anchors_text(FIXED_ANCHORS)}, this network was trained with {anchors_text(anchors)}: its "
+                          "boxes would be wrong; leave --cut out and use the fused form (model yolov5)")
 
 
 def known_anchors(original: Network, heads: AnchorHeads) -> np.ndarray | None:
@@ -146,10 +146,11 @@ def _order_channels(original: Network, body: Network, heads: Heads, form: Form, 
                     notes: list[str]) -> bool:
     """Returns whether red and blue were exchanged."""
     told = original.metadata.get(CHANNELS_KEY)
+    told = told if told in ("rgb", "bgr") else None
     already_in_form = heads.decoded is None and original.outputs == list(form.outputs)
     if told is None and bgr is None and already_in_form:
-        raise Refusal(f"the network already has the outputs of the {form.name} form, and does not say whether it takes RGB "
-                      "or BGR: give --bgr to swap red and blue, or --no-bgr if it takes BGR already")
+        raise Refusal(f"the network already has the outputs of the {form.name} form, and does not say whether it takes "
+                      "RGB or BGR: give --bgr to swap red and blue, or --no-bgr if it takes BGR already")
     wanted = form.channels if bgr is None else "bgr"
     if bgr is False or wanted == (told or "rgb"):
         if told or not already_in_form:

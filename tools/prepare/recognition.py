@@ -2,13 +2,8 @@
 
 from __future__ import annotations
 
-from dataclasses import dataclass
-
-import numpy as np
-
 from .anchor_heads import AnchorHeads, find_anchor_heads
 from .head_walk import Analysis, Reach, reach_of
-from .network import Network
 from .refusal import Refusal
 from .segment_heads import SegmentHeads, find_segment_heads
 

@@ -110,8 +110,8 @@ def _check_channels(analysis: Analysis, tensors: list[str]) -> None:
         wanted = (BOX_CHANNELS, classes, COEFFICIENTS)[role]
         if analysis.shape(name)[1] != wanted:
             kind = ("box distributions", "class scores", "mask coefficients")[role]
-            raise Refusal(f"looked for {wanted} channels of {kind}; found '{name}' {analysis.shape_text(name)}: the model "
-                          "takes 4 x 16 bins, one score a class and 32 coefficients")
+            raise Refusal(f"looked for {wanted} channels of {kind}; found '{name}' {analysis.shape_text(name)}: the "
+                          "model takes 4 x 16 bins, one score a class and 32 coefficients")
 
 
 def _check_law(analysis: Analysis, tensors: list[str], output: str) -> None:
@@ -125,9 +125,10 @@ def _check_law(analysis: Analysis, tensors: list[str], output: str) -> None:
     boxes = (centre_and_size(corners), corners)
     if not any(_agree(found, np.concatenate((box, scores, coefficients)), analysis.law_tolerance())
                for box in boxes):
-        raise Refusal(f"output '{output}' is not decoded as YOLOv8 segmentation does (boxes in pixels from 16 bins a side, "
-                      f"class scores, 32 mask coefficients): for random heads its first column is "
-                      f"{found[:4, 0].round(3).tolist()} ... instead of {boxes[0][:, 0].round(3).tolist()} ...")
+        raise Refusal(f"output '{output}' is not decoded as YOLOv8 segmentation does (boxes in pixels from 16 bins a "
+                      "side, class scores, 32 mask coefficients): for random heads its first column is "
+                      f"{found[:4, 0].round(3).tolist()} ... instead of {boxes[0][:, 0].round(3).tolist()} ...; export "
+                      "a YOLOv8 segmentation network as it is, without options")
 
 
 def _area(head: np.ndarray) -> int:
@@ -147,8 +148,8 @@ def _prototypes(analysis: Analysis, reaches: list[Reach]) -> str:
             _check_prototypes(analysis, reach.output)
             return reach.output
     shapes = "; ".join(f"'{r.output}' {analysis.shape_text(r.output)}" for r in reaches)
-    raise Refusal(f"looked for an output with mask prototypes [1, 32, height / 4, width / 4]; found {shapes}; export the "
-                  "segmentation network with both of its outputs")
+    raise Refusal(f"looked for an output with mask prototypes [1, 32, height / 4, width / 4]; found {shapes}; export "
+                  "the segmentation network with both of its outputs")
 
 
 def _check_prototypes(analysis: Analysis, tensor: str) -> None:

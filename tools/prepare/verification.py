@@ -12,7 +12,7 @@ import onnx
 
 from .anchor_heads import AnchorHeads
 from .decoding import anchor_rows
-from .evaluation import compute
+from .evaluation import Progress, compute
 from .forms import FUSED, head_tensors
 from .head_walk import STRIDES
 from .network_file import first_line, network_of
@@ -43,12 +43,12 @@ class Report:
     not_verified: str = ""
 
 
-def verify(prepared: Prepared, bgr: bool | None) -> Report:
+def verify(prepared: Prepared, bgr: bool | None, progress: Progress) -> Report:
     """Raises Difference where the networks disagree, Refusal where an engine cannot run the prepared one."""
     engines = available_engines()
     checked, wanted = prepared, None
     try:
-        wanted = _expected(prepared)
+        wanted = _expected(prepared, progress)
     except Refusal as refusal:
         _run_all(engines, prepared)
         if prepared.analysis.input_size() == prepared.size:
@@ -57,7 +57,7 @@ def verify(prepared: Prepared, bgr: bool | None) -> Report:
         # The file runs at its own size only: it is compared there, after the result has run at the size asked for.
         checked = assemble(prepared.original, prepared.analysis, prepared.heads, prepared.form,
                            prepared.analysis.input_size(), bgr)
-        wanted = _expected(checked)
+        wanted = _expected(checked, progress)
     report = Report(list(engines), size=checked.size)
     for engine, found in _run_all(engines, checked).items():
         _compare(checked, engine, wanted, found, report)
@@ -106,8 +106,10 @@ def _run_all(engines: dict[str, Engine], prepared: Prepared) -> dict[str, list[n
         try:
             results[name] = run(model, inputs, list(form.outputs))
         except Exception as error:  # The engines raise types of their own, which cannot be imported without them.
-            raise Refusal(f"{name} cannot run the prepared network: {first_line(error)}; export the network with opset 12 "
-                          "and no options, or write it unchecked with --no-verify") from error
+            # OpenCV's own words, without the place in its sources, stand in `err`.
+            reason = first_line(getattr(error, "err", None) or error)
+            raise Refusal(f"{name} cannot run the prepared network: {reason}; export the network with opset 12 and no "
+                          "options, or write it unchecked with --no-verify") from error
     return results
 
 
@@ -119,16 +121,17 @@ def test_picture(width: int, height: int) -> np.ndarray:
     return (picture * np.float32(0.8) + generator.random(picture.shape, dtype=np.float32) * np.float32(0.2))
 
 
-def _expected(prepared: Prepared) -> list[np.ndarray]:
+def _expected(prepared: Prepared, progress: Progress) -> list[np.ndarray]:
     """The form's outputs from the file as it came, by NumPy alone."""
     heads, original = prepared.heads, prepared.original
     picture = test_picture(*prepared.size) * np.float32(255 if prepared.took_bytes else 1)
     given = {original.inputs[0].name: picture}
     if prepared.form is FUSED and prepared.analysis.input_size() == prepared.size:
-        return [compute(original, given, [_own_name(prepared)])[_own_name(prepared)]]
-    values = compute(original, given, head_tensors(heads))
+        return list(compute(original, given, [_own_name(prepared)], progress).values())
+    values = compute(original, given, head_tensors(heads), progress)
     if prepared.form is FUSED:
-        return [np.concatenate([anchor_rows(values[n], s, a) for n, s, a in zip(heads.heads, STRIDES, heads.anchors)], 1)]
+        parts = zip(heads.heads, STRIDES, heads.anchors)
+        return [np.concatenate([anchor_rows(values[name], stride, anchors) for name, stride, anchors in parts], 1)]
     return [values[name] for name in head_tensors(heads)]
 
 
@@ -138,7 +141,8 @@ def _own_name(prepared: Prepared) -> str:
     return prepared.original.outputs[position]
 
 
-def _compare(prepared: Prepared, engine: str, wanted: list[np.ndarray], found: list[np.ndarray], report: Report) -> None:
+def _compare(prepared: Prepared, engine: str, wanted: list[np.ndarray], found: list[np.ndarray],
+             report: Report) -> None:
     part = tolerated_part(prepared)
     for name, expected, value in zip(prepared.form.outputs, wanted, found):
         if value.size != expected.size:
@@ -153,8 +157,8 @@ def _compare_group(where: str, expected: np.ndarray, value: np.ndarray, part: fl
     allowed = part * float(np.abs(expected).max())
     difference = float(np.abs(value - expected).max())
     if not difference <= allowed:
-        raise Difference(f"the prepared network differs from the file: {where} by {difference:.3g}, where rounding explains "
-                         f"{allowed:.3g}; nothing was written")
+        raise Difference(f"the prepared network differs from the file: {where} by {difference:.3g}, where rounding "
+                         f"explains {allowed:.3g}; nothing was written. Export the network again with opset 12")
     share = difference / allowed if allowed else 0.0
     if share >= report.share:
         report.largest, report.share, report.where = difference, share, where
