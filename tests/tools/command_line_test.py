@@ -68,6 +68,12 @@ class Files(ToolTest):
         self.assertIn("No space left on device", err)
         self.assertEqual([p.name for p in self.folder.iterdir()], ["export.onnx"])
 
+    def test_a_folder_that_cannot_be_written_is_said_before_the_work(self):
+        with mock.patch("os.access", return_value=False):
+            status, out, err = run_tool(self.export)
+        self.assertEqual((status, out), (3, ""))
+        self.assertIn("choose another one with -o", err)
+
     def test_weights_in_a_file_beside_are_taken_in(self):
         model = onnx.load(str(self.export))
         external_data_helper.convert_model_to_external_data(model, location="weights.bin", size_threshold=0)

@@ -4,6 +4,7 @@ import json
 import unittest
 
 import onnx
+from onnx import helper
 
 from exports import ANCHORS, OWN_ANCHORS, Variant, with_changes, yolov5, yolov5_heads
 from support import ToolTest, metadata_of, picture, run_opencv, shape_of
@@ -91,6 +92,18 @@ class FusedForm(ToolTest):
         wanted = run_opencv(yolov5(Variant()), values)["output"]
         self.assert_rows_close(run_opencv(prepared, values)["output0"], wanted)
         self.assertNotIn("Div", {node.op_type for node in prepared.graph.node})
+
+    def test_bytes_as_input_become_floats(self):
+        export = yolov5(Variant(divides_by_255=True))
+        export.graph.input[0].type.tensor_type.elem_type = onnx.TensorProto.UINT8
+        first = next(node for node in export.graph.node if "images" in node.input)
+        first.input[0] = "floats"
+        export.graph.node.insert(0, helper.make_node("Cast", ["images"], ["floats"], to=onnx.TensorProto.FLOAT))
+        prepared = self.prepare(export)
+        self.check_table(prepared, Variant())
+        values = picture(320, 320)
+        wanted = run_opencv(yolov5(Variant()), values)["output"]
+        self.assert_rows_close(run_opencv(prepared, values)["output0"], wanted)
 
     def test_own_anchors_are_noted(self):
         for half in (False, True):

@@ -1,6 +1,7 @@
 """What is not taken is refused in one line that says what was looked for, what was found and what to do."""
 
 import unittest
+import unittest.mock
 
 import numpy as np
 import onnx
@@ -65,6 +66,21 @@ class Families(ToolTest):
         self.assertIn("not decoded as YOLOv5 does", said)
         self.assertIn("row 0, column 0", said)
 
+    def test_yolov5_with_masks(self):
+        maker = Maker(Variant(), rounded=False)
+        grids, channels, fine = maker.body()
+        heads = [maker.conv(x, c, 3 * (5 + 2 + 32)) for x, c in zip(grids, channels)]
+        flat = [maker.op("Reshape", maker.op("Sigmoid", head), maker.numbers([1, -1, 39])) for head in heads]
+        rows, masks = maker.op("Concat", *flat, axis=1), maker.layer(fine, 8, 32)
+        said = self.refusal(maker.model({"output0": rows, "output1": masks}))
+        self.assertIn("output 'output1' [1, 32, 80, 80] looks like mask prototypes", said)
+        self.assertIn("YOLOv5 segmentation", said)
+
+    def test_yolov8_with_points_instead_of_masks(self):
+        with unittest.mock.patch("exports.COEFFICIENTS", 51):
+            export = yolov8_seg(Variant())
+        self.assertIn("looked for 32 channels of mask coefficients; found", self.refusal(export))
+
     def test_prototypes_that_are_missing(self):
         export = yolov8_seg(Variant())
         del export.graph.output[1]
@@ -110,6 +126,20 @@ class Files(ToolTest):
         first = export.graph.node[1]
         first.input[0] = "sampled"
         self.assertIn("GridSample 'sample' does not exist in opset 12", self.refusal(export))
+
+    def test_operators_whose_result_has_no_known_shape(self):
+        export = yolov5(Variant(opset=13))
+        node = next(n for n in export.graph.node if n.op_type == "MaxPool")
+        node.op_type, node.name = "Trilu", "newer"
+        del node.attribute[:]
+        self.assertIn("the shape of what operator Trilu 'newer' computes", self.refusal(export))
+
+    def test_what_opencv_cannot_run(self):
+        export = yolov5(Variant(opset=13))
+        node = next(n for n in export.graph.node if n.op_type == "MaxPool")
+        node.op_type = "Hardmax"
+        del node.attribute[:]
+        self.assertRegex(self.refusal(export), 'OpenCV .* cannot run the prepared network: .*type "Hardmax"')
 
     def test_inputs_that_are_no_colour_picture(self):
         for shape, words in (((1, 320, 320, 3), "channels first"), ((1, 1, 320, 320), "colour pictures"),

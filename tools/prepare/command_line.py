@@ -113,6 +113,8 @@ def _output_path(options: argparse.Namespace, prepared: Prepared) -> Path:
         raise Refusal(f"'{path}' is a folder; give the name of a file with -o")
     if not path.parent.is_dir():
         raise Refusal(f"the folder '{path.parent}' does not exist; make it, or choose another one with -o")
+    if not os.access(path.parent, os.W_OK):
+        raise WorkFailure(f"nothing can be written into the folder '{path.parent}'; choose another one with -o")
     if path.exists():
         if os.path.samefile(path, export):
             raise Refusal(f"'{path}' is the export itself, which is never replaced; choose another name with -o")

@@ -13,7 +13,7 @@ from . import channels, forms
 from .anchor_heads import AnchorHeads
 from .forms import CUT, FUSED, SEGMENTATION, Form
 from .head_walk import Analysis
-from .network import Network
+from .network import Network, cut
 from .network_file import model_of
 from .recognition import Heads, recognise
 from .refusal import Refusal
@@ -135,6 +135,7 @@ def assemble(original: Network, analysis: Analysis, heads: Heads, form: Form, si
     if took_bytes:
         notes.append("the network divided its input by 255 itself; that is left out, since the models feed 0..1")
     swapped = _order_channels(original, body, heads, form, bgr, notes)
+    body = cut(body, body.outputs)  # What stood before the first convolution may have left constants behind.
     _note_anchors(original, body, heads, notes)
     _note_size(body, size)
     shapes = forms.shape_outputs(body, heads, form)

@@ -20,8 +20,17 @@ def recognise(analysis: Analysis) -> Heads:
     reaches = [reach_of(analysis, name) for name in analysis.network.outputs]
     heads = find_segment_heads(analysis, reaches) or find_anchor_heads(analysis, reaches)
     if heads is None:
+        _refuse_unknown_shapes(analysis)
         raise Refusal(f"looked for {WANTED}; found {describe(analysis, reaches)}. {_advice(reaches)}")
     return heads
+
+
+def _refuse_unknown_shapes(analysis: Analysis) -> None:
+    """Without shapes every network looks like none; the operator where they are lost is the reason then."""
+    for node in analysis.network.nodes:
+        if analysis.shapes.get(node.outputs[0], (0, None))[1] is None:
+            raise Refusal(f"the shape of what operator {node.label()} computes cannot be worked out; export the "
+                          "network again with opset 12 and a static shape")
 
 
 def describe(analysis: Analysis, reaches: list[Reach]) -> str:

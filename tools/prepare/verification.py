@@ -150,18 +150,20 @@ def _compare(prepared: Prepared, engine: str, wanted: list[np.ndarray], found: l
         value = value.reshape(expected.shape)
         groups = ROW_GROUPS if prepared.form is FUSED else (slice(None),)
         for group in groups:
-            _compare_group(f"'{name}' in {engine}", expected[..., group], value[..., group], part, report)
+            _compare_group((f"'{name}'", engine), expected[..., group], value[..., group], part, report)
 
 
-def _compare_group(where: str, expected: np.ndarray, value: np.ndarray, part: float, report: Report) -> None:
+def _compare_group(where: tuple[str, str], expected: np.ndarray, value: np.ndarray, part: float,
+                   report: Report) -> None:
+    output, engine = where
     allowed = part * float(np.abs(expected).max())
     difference = float(np.abs(value - expected).max())
     if not difference <= allowed:
-        raise Difference(f"the prepared network differs from the file: {where} by {difference:.3g}, where rounding "
+        raise Difference(f"the prepared network differs from the file: {output} in {engine} by {difference:.3g}, where rounding "
                          f"explains {allowed:.3g}; nothing was written. Export the network again with opset 12")
     share = difference / allowed if allowed else 0.0
     if share >= report.share:
-        report.largest, report.share, report.where = difference, share, where
+        report.largest, report.share, report.where = difference, share, output
 
 
 def tolerated_part(prepared: Prepared) -> float:
