@@ -78,10 +78,10 @@ Calibration measure(ModelConfig config, const std::vector<std::string>& sources,
 }
 
 ExitStatus calibrate(const CalibrateOptions& options, OwnOutput& output, Console& console) {
-    applyVerbosity(options.run, output, console);
-    const ModelConfig config = loadConfig(options.run, console);
+    applyVerbosity(options.run.verbosity, output, console);
+    const ModelConfig config = loadConfig(options.run.model, console);
     requireClassWithCalibration(config, console);
-    const std::vector<std::string> sources = loadInputs(options.run, console);
+    const std::vector<std::string> sources = loadInputs(options.run.input, console);
     const CalibrationTarget target = makeTarget(options, config, sources);
     std::size_t failed = 0;
     const Calibration calibration = measure(config, sources, console, failed);
@@ -89,7 +89,7 @@ ExitStatus calibrate(const CalibrateOptions& options, OwnOutput& output, Console
         throw failedAtWork("no picture could be used, so " + target.path() + " is not written");
     }
     target.write(calibration);
-    if (!options.run.quiet) {
+    if (!options.run.verbosity.quiet) {
         output.sink().write(calibrationTable(calibration) + '\n' +
                             counted(sources.size() - failed, "picture") +
                             (failed > 0 ? ", " + counted(failed, "picture") + " failed" : "") +
@@ -105,7 +105,9 @@ Subcommand addCalibrateCommand(CLI::App& app) {
     CLI::App* const command =
         app.add_subcommand("calibrate", "Measure the ranges of a network's outputs for 8-bit inference");
     command->footer(kExamples);
-    addRunOptions(*command, options->run);
+    addModelOptions(*command, options->run.model);
+    addInputOptions(*command, options->run.input);
+    addVerbosityOptions(*command, options->run.verbosity);
     addCalibrateOptions(*command, *options);
     return {command,
             [options](OwnOutput& output, Console& console) { return calibrate(*options, output, console); }};

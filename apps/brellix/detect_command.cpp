@@ -25,7 +25,7 @@ struct DetectOptions {
     std::string namesFile;
 
     bool jsonGoesToStandardOutput() const { return jsonFile == "-"; }
-    bool wantsTable() const { return !run.quiet && !jsonGoesToStandardOutput(); }
+    bool wantsTable() const { return !run.verbosity.quiet && !jsonGoesToStandardOutput(); }
 };
 
 constexpr const char* kExamples =
@@ -77,9 +77,9 @@ struct DetectJob {
 };
 
 DetectJob prepareJob(const DetectOptions& options, Console& console) {
-    ModelConfig config = loadConfig(options.run, console);
+    ModelConfig config = loadConfig(options.run.model, console);
     ClassList classes = loadClasses(options, config, console);
-    return {std::move(config), std::move(classes), loadInputs(options.run, console)};
+    return {std::move(config), std::move(classes), loadInputs(options.run.input, console)};
 }
 
 Drawing drawingFor(const DetectJob& job) {
@@ -118,7 +118,7 @@ ExitStatus conclude(const RunTotals& totals, const DetectOptions& options, Conso
 }
 
 ExitStatus detect(const DetectOptions& options, OwnOutput& output, Console& console) {
-    applyVerbosity(options.run, output, console);
+    applyVerbosity(options.run.verbosity, output, console);
     const DetectJob job = prepareJob(options, console);
     const auto model = buildModel(job.config);
     std::optional<Sink> jsonFile = createJsonFile(options, job.config, job.sources);
@@ -136,7 +136,10 @@ Subcommand addDetectCommand(CLI::App& app) {
     const auto options = std::make_shared<DetectOptions>();
     CLI::App* const command = app.add_subcommand("detect", "Find the objects on pictures");
     command->footer(kExamples);
-    addRunOptions(*command, options->run);
+    addModelOptions(*command, options->run.model);
+    addThresholdOptions(*command, options->run.model);
+    addInputOptions(*command, options->run.input);
+    addVerbosityOptions(*command, options->run.verbosity);
     addDetectOptions(*command, *options);
     return {command,
             [options](OwnOutput& output, Console& console) { return detect(*options, output, console); }};

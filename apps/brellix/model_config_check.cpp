@@ -38,12 +38,21 @@ void requireModelPath(const KeyReader& keys) {
     }
 }
 
-void checkThreshold(const KeyReader& keys, const KeyRule& rule, std::vector<std::string>& warnings) {
+/// Puts a threshold of the command line in the place of the file's.
+void overrideThreshold(const KeyRule& rule, std::optional<float> value, ModelConfig& config) {
+    if (value) {
+        config.document[rule.key] = *value;
+        config.isOverridden = true;
+    }
+}
+
+float readThreshold(const KeyReader& keys, const KeyRule& rule, std::vector<std::string>& warnings) {
     const auto value = keys.read<float>(rule);
     if (!(value >= 0.0F && value <= 1.0F)) {
         warnings.push_back(std::string(rule.key) + " is " + fixed(static_cast<double>(value), 3) +
                            ", outside 0 to 1: then either everything passes it or nothing does");
     }
+    return value;
 }
 
 int readClassNum(const KeyReader& keys) {
@@ -132,19 +141,21 @@ void checkSegmentationKeys(const KeyReader& keys, ModelConfig& config) {
 
 }  // namespace
 
-ModelConfig checkModelConfig(const std::string& path, const std::string& requestedClass) {
+ModelConfig checkModelConfig(const ModelRequest& request) {
     ModelConfig config;
-    config.path = path;
-    config.document = loadDocument(path, kModelPathRule.example);
+    config.path = request.config;
+    config.document = loadDocument(config.path, kModelPathRule.example);
+    overrideThreshold(kConfRule, request.confThreshold, config);
+    overrideThreshold(kNmsRule, request.nmsThreshold, config);
     const KeyReader keys(config.path, config.document);
     config.model = readModel(keys);
     requireModelPath(keys);
-    checkThreshold(keys, kConfRule, config.warnings);
-    checkThreshold(keys, kNmsRule, config.warnings);
+    config.confThreshold = readThreshold(keys, kConfRule, config.warnings);
+    config.nmsThreshold = readThreshold(keys, kNmsRule, config.warnings);
     config.classNum = readClassNum(keys);
     config.inputSize = readInputSize(keys, config.classNum);
     locateNetwork(keys, config);
-    config.modelClass = chooseModelClass({config.model, requestedClass}, path, config.networkPath);
+    config.modelClass = chooseModelClass({config.model, request.modelClass}, config.path, config.networkPath);
     if (config.modelClass == ModelClass::kYoloV8Seg) {
         checkSegmentationKeys(keys, config);
     }

@@ -32,7 +32,7 @@ int createMemoryFile(const std::string& text) {
 }  // namespace
 
 ResolvedConfig::ResolvedConfig(const ModelConfig& config) : path_(config.path) {
-    if (config.networkPath != config.document["model_path"].as<std::string>()) {
+    if (config.isOverridden || config.networkPath != config.document["model_path"].as<std::string>()) {
         descriptor_ = createMemoryFile(withNetworkPath(config));
         path_ = "/proc/self/fd/" + std::to_string(descriptor_);
     }

@@ -9,9 +9,10 @@
 
 namespace brellix::app {
 
-/// Gives the constructors, which read a file, the configuration with the network's absolute path.
+/// Gives the constructors, which read a file, the configuration with the network's absolute path and the
+/// thresholds of the command line.
 ///
-/// Where the file itself says the network's path this is the file itself. Else it is a copy in memory,
+/// Where the file itself says all of this it is the file itself. Else it is a copy in memory,
 /// readable by this process alone, so that nothing is left behind even by a constructor that ends the
 /// process.
 class ResolvedConfig {

@@ -12,41 +12,54 @@
 namespace brellix::app {
 namespace {
 
-Verbosity verbosityOf(const RunOptions& options) {
+Verbosity verbosityOf(const VerbosityOptions& options) {
     return options.quiet ? Verbosity::kQuiet : options.verbose ? Verbosity::kVerbose : Verbosity::kNormal;
 }
 
 }  // namespace
 
-void addRunOptions(CLI::App& command, RunOptions& options) {
-    command.add_option("CONFIG", options.config, "Model configuration (YAML)")->required()->type_name("");
+void addModelOptions(CLI::App& command, ModelRequest& request) {
+    command.add_option("CONFIG", request.config, "Model configuration (YAML)")->required()->type_name("");
+    command.add_option("--model", request.modelClass, "Model class, where CONFIG has no key \"model\"")
+        ->check(CLI::IsMember(modelClassNames()));
+}
+
+void addThresholdOptions(CLI::App& command, ModelRequest& request) {
+    command.add_option("--conf", request.confThreshold, "Confidence threshold, in place of conf_thres")
+        ->type_name("NUMBER");
+    command.add_option("--nms", request.nmsThreshold, "Overlap threshold, in place of nms_thres")
+        ->type_name("NUMBER");
+}
+
+void addInputOptions(CLI::App& command, InputOptions& options) {
     command
         .add_option("INPUT", options.inputs, "Picture files, folders, or quoted patterns like 'cam?/*.png'")
         ->required()
         ->type_name("");
     command.add_flag("-r,--recursive", options.recursive, "Look into the subfolders of folders, too");
-    command.add_option("--model", options.modelClass, "Model class, where CONFIG has no key \"model\"")
-        ->check(CLI::IsMember(modelClassNames()));
+}
+
+void addVerbosityOptions(CLI::App& command, VerbosityOptions& options) {
     CLI::Option* const quiet =
         command.add_flag("-q,--quiet", options.quiet, "No table, no notes, only errors");
     command.add_flag("-v,--verbose", options.verbose, "Show what the library says, on standard error")
         ->excludes(quiet);
 }
 
-void applyVerbosity(const RunOptions& options, OwnOutput& output, Console& console) {
+void applyVerbosity(const VerbosityOptions& options, OwnOutput& output, Console& console) {
     console.setVerbosity(verbosityOf(options));
     if (options.verbose) {
         output.showLibraryLines();
     }
 }
 
-ModelConfig loadConfig(const RunOptions& options, Console& console) {
-    ModelConfig config = checkModelConfig(options.config, options.modelClass);
+ModelConfig loadConfig(const ModelRequest& request, Console& console) {
+    ModelConfig config = checkModelConfig(request);
     for (const std::string& warning : config.warnings) {
         console.warning(config.path + ": " + warning);
     }
-    if (!config.model.empty() && !options.modelClass.empty() && config.model != options.modelClass) {
-        console.warning("--model " + options.modelClass + " is not used: " + config.path +
+    if (!config.model.empty() && !request.modelClass.empty() && config.model != request.modelClass) {
+        console.warning("--model " + request.modelClass + " is not used: " + config.path +
                         " says model: " + config.model);
     }
     if (config.networkIsBesideFile) {
@@ -56,7 +69,7 @@ ModelConfig loadConfig(const RunOptions& options, Console& console) {
     return config;
 }
 
-std::vector<std::string> loadInputs(const RunOptions& options, Console& console) {
+std::vector<std::string> loadInputs(const InputOptions& options, Console& console) {
     InputList list = expandInputs(options.inputs, options.recursive);
     if (list.repeated > 0) {
         console.note(counted(list.repeated, "picture") + " given more than once, processed once");

@@ -1,8 +1,7 @@
 #pragma once
 
 /// \file
-/// What the subcommands that run a model over pictures have in common: their options, and what they stand
-/// for.
+/// Options that several subcommands have, and what they stand for.
 
 #include "console.h"
 #include "model_config_check.h"
@@ -15,25 +14,43 @@
 
 namespace brellix::app {
 
-struct RunOptions {
-    std::string config;
+struct InputOptions {
     std::vector<std::string> inputs;
     bool recursive = false;
-    std::string modelClass;  ///< empty where the option is not given
+};
+
+struct VerbosityOptions {
     bool quiet = false;
     bool verbose = false;
 };
 
-void addRunOptions(CLI::App& command, RunOptions& options);
+/// What a subcommand that runs one model over pictures takes.
+struct RunOptions {
+    ModelRequest model;
+    InputOptions input;
+    VerbosityOptions verbosity;
+};
+
+/// CONFIG and --model.
+void addModelOptions(CLI::App& command, ModelRequest& request);
+
+/// --conf and --nms.
+void addThresholdOptions(CLI::App& command, ModelRequest& request);
+
+/// INPUT and --recursive.
+void addInputOptions(CLI::App& command, InputOptions& options);
+
+/// --quiet and --verbose.
+void addVerbosityOptions(CLI::App& command, VerbosityOptions& options);
 
 /// Makes the console, and the library's own lines, as loud as the options say.
-void applyVerbosity(const RunOptions& options, OwnOutput& output, Console& console);
+void applyVerbosity(const VerbosityOptions& options, OwnOutput& output, Console& console);
 
 /// \return the checked configuration; what is allowed but hardly meant goes to the console.
-ModelConfig loadConfig(const RunOptions& options, Console& console);
+ModelConfig loadConfig(const ModelRequest& request, Console& console);
 
 /// \return the pictures that the inputs stand for.
-std::vector<std::string> loadInputs(const RunOptions& options, Console& console);
+std::vector<std::string> loadInputs(const InputOptions& options, Console& console);
 
 /// Creating a file for the results must not be what destroys the inputs.
 /// Throws `Failure` where `target`, which the option `option` names, is one of them.
