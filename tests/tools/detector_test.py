@@ -79,6 +79,35 @@ class FusedForm(ToolTest):
     def test_further_outputs_are_left_out(self):
         self.check(Variant(raw_outputs=True, style="slices"))
 
+    def test_an_open_shape_may_be_written_in_any_way(self):
+        def named(model: onnx.ModelProto) -> None:
+            model.graph.input[0].type.tensor_type.shape.dim[3].dim_param = "width"
+
+        def missing(model: onnx.ModelProto) -> None:
+            model.graph.input[0].type.tensor_type.ClearField("shape")
+
+        def negative(model: onnx.ModelProto) -> None:
+            for extent in model.graph.input[0].type.tensor_type.shape.dim:
+                extent.dim_value = -1
+
+        for write in (named, missing, negative):
+            with self.subTest(write=write.__name__):
+                variant = Variant(dynamic=True, computed_grid=True, width=256, height=192)
+                export = yolov5(variant)
+                write(export)
+                self.check_table(self.prepare(export, "--size", 256, 192), variant)
+
+    def test_weights_listed_as_inputs_stay_weights(self):
+        export = yolov5(Variant())
+        export.ir_version = 3
+        export.graph.input.extend(
+            helper.make_tensor_value_info(w.name, w.data_type, w.dims) for w in export.graph.initializer)
+        self.check_table(self.prepare(export), Variant())
+
+    def test_grids_of_an_odd_size_in_an_open_shape_are_found(self):
+        prepared = self.prepare(yolov5(Variant(dynamic=True, width=416, height=256, style="in_place")))
+        self.check_table(prepared, Variant(width=640, height=640))
+
     def test_names_do_not_matter(self):
         self.check(Variant(anonymous=True, opset=14, style="slices"))
 

@@ -155,6 +155,12 @@ class Arrays(unittest.TestCase):
             with self.assertRaisesRegex(Refusal, "no tensor can have the shape"):
                 run(kind, *inputs)
 
+    def test_windows_over_pictures_that_no_machine_holds_are_refused(self):
+        x, weight = random(1, 3, 8, 8), random(4, 3, 1, 1)
+        for kind, inputs in (("Conv", (x, weight)), ("MaxPool", (x,))):
+            with self.assertRaisesRegex(Refusal, "no tensor can have the shape"):
+                run(kind, *inputs, kernel_shape=[1, 1], pads=[30000] * 4)
+
     def test_a_refusal_names_the_node_and_the_shapes(self):
         with self.assertRaisesRegex(Refusal, r"operator Add 'node' cannot be computed from .* \[2\], \[3\]"):
             run("Add", random(2), random(3))

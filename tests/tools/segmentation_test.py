@@ -93,6 +93,10 @@ class SegmentationForm(ToolTest):
         self.assertIn("square", self.refusal(export))
         self.check_heads(self.prepare(export, "--size", 320, 320), Variant())
 
+    def test_cells_of_an_odd_size_in_an_open_shape_are_found(self):
+        export = yolov8_seg(Variant(dynamic=True, width=320, height=256))
+        self.check_heads(self.prepare(export, "--size", 320, 320), Variant())
+
     def test_cut_is_refused(self):
         self.assertIn("--cut is for YOLOv5", self.refusal(yolov8_seg(Variant()), "--cut"))
 

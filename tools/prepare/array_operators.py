@@ -24,7 +24,7 @@ def _elementwise(kind: str, function: Callable) -> None:
     OPERATORS[kind] = lambda node, x, opset: function(*x)
 
 
-def _checked(shape: list[int]) -> list[int]:
+def checked_shape(shape: list[int]) -> list[int]:
     """Damaged files ask for arrays that no machine holds."""
     if any(extent < 0 for extent in shape) or np.prod([float(extent) for extent in shape]) > ELEMENTS_MAX:
         raise ValueError(f"no tensor can have the shape {list(shape)}")
@@ -39,7 +39,7 @@ def _divide(a: np.ndarray, b: np.ndarray) -> np.ndarray:
     return a / b
 
 
-def _sigmoid(x: np.ndarray) -> np.ndarray:
+def sigmoid(x: np.ndarray) -> np.ndarray:
     return (1 / (1 + np.exp(-x))).astype(x.dtype)
 
 
@@ -49,7 +49,7 @@ for _kind, _function in {
         "Floor": np.floor, "Ceil": np.ceil, "Round": np.rint, "Reciprocal": np.reciprocal, "Sign": np.sign,
         "Equal": np.equal, "Greater": np.greater, "Less": np.less, "GreaterOrEqual": np.greater_equal,
         "LessOrEqual": np.less_equal, "Not": np.logical_not, "And": np.logical_and, "Or": np.logical_or,
-        "Where": np.where, "Sigmoid": _sigmoid, "Tanh": np.tanh, "Identity": lambda x: x,
+        "Where": np.where, "Sigmoid": sigmoid, "Tanh": np.tanh, "Identity": lambda x: x,
         "Relu": lambda x: np.maximum(x, 0), "Softplus": lambda x: np.logaddexp(x, 0).astype(x.dtype),
         "PRelu": lambda x, slope: np.where(x < 0, x * slope, x), "MatMul": np.matmul,
         "HardSwish": lambda x: x * np.clip(x / 6 + np.float32(0.5), 0, 1)}.items():
@@ -119,24 +119,24 @@ def _size(node: Node, x: list, opset: int) -> np.ndarray:
 def _constant_of_shape(node: Node, x: list, opset: int) -> np.ndarray:
     value = np.asarray(node.attributes.get("value", np.zeros(1, np.float32)))
     kind = np.float32 if value.dtype in (np.float16, np.float64) else value.dtype
-    return np.full(_checked(x[0].tolist()), value.flat[0], kind)
+    return np.full(checked_shape(x[0].tolist()), value.flat[0], kind)
 
 
 @operator("Range")
 def _range(node: Node, x: list, opset: int) -> np.ndarray:
     start, limit, step = (v.item() for v in x)
-    _checked([max(0, int(np.ceil((limit - start) / step)))])
+    checked_shape([max(0, int(np.ceil((limit - start) / step)))])
     return np.arange(start, limit, step).astype(x[0].dtype)
 
 
 @operator("Expand")
 def _expand(node: Node, x: list, opset: int) -> np.ndarray:
-    return x[0] * np.ones(_checked(np.broadcast_shapes(x[0].shape, tuple(x[1].tolist()))), x[0].dtype)
+    return x[0] * np.ones(checked_shape(np.broadcast_shapes(x[0].shape, tuple(x[1].tolist()))), x[0].dtype)
 
 
 @operator("Tile")
 def _tile(node: Node, x: list, opset: int) -> np.ndarray:
-    _checked([e * r for e, r in zip(x[0].shape, x[1].tolist())])
+    checked_shape([e * r for e, r in zip(x[0].shape, x[1].tolist())])
     return np.tile(x[0], x[1].tolist())
 
 

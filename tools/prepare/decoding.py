@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import numpy as np
 
-from .array_operators import _sigmoid as sigmoid
+from .array_operators import sigmoid
 
 ANCHORS_PER_CELL = 3
 BOX_AND_OBJECTNESS = 5

@@ -6,7 +6,7 @@ from typing import Callable
 
 import numpy as np
 
-from .array_operators import _checked as checked_shape
+from .array_operators import checked_shape
 from .network import Node
 
 OPERATORS: dict[str, Callable] = {}
@@ -61,6 +61,7 @@ class Window:
             raise ValueError(f"the window {list(self.kernel)} does not fit")
         top, left, bottom, right = self.pads
         amounts = ((0, 0), (0, 0), (top, bottom + self.overhang[0]), (left, right + self.overhang[1]))
+        checked_shape([extent + sum(amount) for extent, amount in zip(x.shape, amounts)])
         return np.pad(x, amounts, constant_values=value)
 
     def views(self, padded: np.ndarray):
@@ -79,6 +80,7 @@ def _convolution(node: Node, x: list, opset: int) -> np.ndarray:
     window = Window(node, data.shape[2:], weight.shape[2:])
     filters = weight.reshape(groups, weight.shape[0] // groups, weight.shape[1], *weight.shape[2:])
     area = window.extents[0] * window.extents[1]
+    checked_shape([data.shape[0], weight.shape[0], area])
     result = np.zeros((data.shape[0], groups, filters.shape[1], area), np.float32)
     for i, j, values in window.views(window.padded(data, 0)):
         columns = values.reshape(data.shape[0], groups, filters.shape[2], area)

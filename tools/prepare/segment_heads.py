@@ -10,7 +10,7 @@ from dataclasses import dataclass
 
 import numpy as np
 
-from .array_operators import _sigmoid as sigmoid
+from .array_operators import sigmoid
 from .decoding import centre_and_size, distance_corners
 from .head_walk import STRIDES, Analysis, Reach, by_stride, convolution
 from .refusal import Refusal
