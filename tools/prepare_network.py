@@ -9,7 +9,9 @@ sys.path.insert(0, os.path.dirname(os.path.realpath(__file__)))
 try:
     from prepare.command_line import main
 except ImportError as error:
-    sys.exit(f"prepare_network.py: {error}; install python3-onnx and python3-numpy (scripts/install-packages)")
+    print(f"prepare_network.py: {error}; install python3-onnx and python3-numpy (scripts/install-packages)",
+          file=sys.stderr)
+    sys.exit(3)
 
 if __name__ == "__main__":
     sys.exit(main())

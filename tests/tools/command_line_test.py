@@ -135,6 +135,13 @@ class Process(ToolTest):
         for arguments in ((), ("a.onnx", "--size", "640"), ("a.onnx", "--nothing")):
             self.assertEqual(self.run_program(*arguments).returncode, 2)
 
+    def test_missing_packages_are_named(self):
+        # Without its site module, Python does not find installed packages.
+        bare = subprocess.run([sys.executable, "-S", "-B", str(TOOL), "--help"], capture_output=True, text=True,
+                              env={}, check=False)
+        self.assertEqual((bare.returncode, bare.stdout), (3, ""))
+        self.assertIn("install python3-onnx and python3-numpy", bare.stderr)
+
     def test_it_runs_from_anywhere_and_needs_no_display(self):
         self.save(yolov5(Variant(half=True)))
         done = self.run_program("export.onnx", env={"PATH": os.environ["PATH"]})

@@ -41,7 +41,7 @@ class SegmentationForm(ToolTest):
         for opset in range(11, 18):
             for style in ("split", "separate"):
                 with self.subTest(opset=opset, style=style):
-                    self.check(Variant(opset=opset, style=style))
+                    self.check(Variant(opset=opset, style=style, width=160, height=160))
 
     def test_half_precision_is_taken(self):
         for cast_ends in (False, True):

@@ -159,8 +159,9 @@ def _compare_group(where: tuple[str, str], expected: np.ndarray, value: np.ndarr
     allowed = part * float(np.abs(expected).max())
     difference = float(np.abs(value - expected).max())
     if not difference <= allowed:
-        raise Difference(f"the prepared network differs from the file: {output} in {engine} by {difference:.3g}, where "
-                         f"rounding explains {allowed:.3g}; nothing was written. Export the network again with opset 12")
+        raise Difference(f"the prepared network differs from the file: {output} in {engine} by {difference:.3g}, "
+                         f"where rounding explains {allowed:.3g}; nothing was written. Export the network again with "
+                         "opset 12")
     share = difference / allowed if allowed else 0.0
     if share >= report.share:
         report.largest, report.share, report.where = difference, share, output
