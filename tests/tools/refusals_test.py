@@ -66,6 +66,10 @@ class Families(ToolTest):
         self.assertIn("not decoded as YOLOv5 does", said)
         self.assertIn("row 0, column 0", said)
 
+    def test_another_law_in_an_open_shape_is_said_though_another_size_is_asked_for(self):
+        export = yolov5(Variant(style="exponential", dynamic=True))
+        self.assertIn("not decoded as YOLOv5 does", self.refusal(export, "--size", 256, 256))
+
     def test_yolov5_with_masks(self):
         maker = Maker(Variant(), rounded=False)
         grids, channels, fine = maker.body()

@@ -15,7 +15,7 @@ import numpy as np
 from . import array_operators, layer_operators
 from .network import Network, Node, needed_nodes
 from .network_file import READING_ERRORS, first_line
-from .refusal import Refusal
+from .refusal import Incomputable, Refusal
 
 Progress = Callable[[int, int], None]
 OPERATORS = {**array_operators.OPERATORS, **layer_operators.OPERATORS}
@@ -31,8 +31,8 @@ def compute_node(node: Node, values: list[np.ndarray | None], opset: int) -> lis
             results = operator(node, [as_float32(v) for v in values], opset)
     except (*READING_ERRORS, MemoryError) as error:
         shapes = ", ".join("-" if v is None else str(list(v.shape)) for v in values)
-        raise Refusal(f"operator {node.label()} cannot be computed from tensors of the shapes {shapes}: "
-                      f"{first_line(error)}") from error
+        raise Incomputable(f"operator {node.label()} cannot be computed from tensors of the shapes {shapes}: "
+                           f"{first_line(error)}") from error
     return [np.asarray(r) for r in (results if isinstance(results, list) else [results])]
 
 

@@ -16,7 +16,7 @@ from .head_walk import Analysis
 from .network import Network, cut
 from .network_file import model_of
 from .recognition import Heads, recognise
-from .refusal import Refusal
+from .refusal import Incomputable, Refusal
 from .sizes import Size, analysis_sizes, check_target, target_size
 from .static_shape import make_static
 
@@ -60,7 +60,7 @@ def prepare(original: Network, wishes: Wishes) -> Prepared:
     check_target(target)
     analysis, heads = _analyse(original, target)
     form = _form_for(heads, wishes)
-    _check_form(original, analysis, heads, form, target)
+    _check_form(original, heads, form, target)
     prepared = assemble(original, analysis, heads, form, target, wishes.bgr)
     prepared.notes.insert(0, f"input {target[0]} x {target[1]} ({origin})")
     return prepared
@@ -76,7 +76,8 @@ def _analyse(original: Network, target: Size) -> tuple[Analysis, Heads]:
             return analysis, recognise(analysis)
         except Refusal as refusal:
             refusals.append(refusal)
-    raise refusals[0]
+    # What a size that fits says is worth more than that others do not fit.
+    raise next((refusal for refusal in refusals if not isinstance(refusal, Incomputable)), refusals[0])
 
 
 def _form_for(heads: Heads, wishes: Wishes) -> Form:
@@ -88,7 +89,7 @@ def _form_for(heads: Heads, wishes: Wishes) -> Form:
     return CUT if wishes.cut or heads.decoded is None else FUSED
 
 
-def _check_form(original: Network, analysis: Analysis, heads: Heads, form: Form, target: Size) -> None:
+def _check_form(original: Network, heads: Heads, form: Form, target: Size) -> None:
     if form is SEGMENTATION and target[0] != target[1]:
         raise Refusal(f"the segmentation model takes square inputs only, {target[0]} x {target[1]} is none; give a "
                       f"square --size, for example --size {max(target)} {max(target)}")

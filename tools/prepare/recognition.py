@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from .anchor_heads import AnchorHeads, find_anchor_heads
 from .head_walk import Analysis, Reach, reach_of
-from .refusal import Refusal
+from .refusal import Incomputable, Refusal
 from .segment_heads import SegmentHeads, find_segment_heads
 
 Heads = AnchorHeads | SegmentHeads
@@ -29,8 +29,8 @@ def _refuse_unknown_shapes(analysis: Analysis) -> None:
     """Without shapes every network looks like none; the operator where they are lost is the reason then."""
     for node in analysis.network.nodes:
         if analysis.shapes.get(node.outputs[0], (0, None))[1] is None:
-            raise Refusal(f"the shape of what operator {node.label()} computes cannot be worked out; export the "
-                          "network again with opset 12 and a static shape")
+            raise Incomputable(f"the shape of what operator {node.label()} computes cannot be worked out; export the "
+                               "network again with opset 12 and a static shape")
 
 
 def describe(analysis: Analysis, reaches: list[Reach]) -> str:

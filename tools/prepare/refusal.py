@@ -5,6 +5,10 @@ class Refusal(Exception):
     """What was looked for, what was found and what to do, in one line for people."""
 
 
+class Incomputable(Refusal):
+    """Tensors do not fit together: the network is damaged, or made for another size."""
+
+
 class Difference(Refusal):
     """The prepared network computes something else than the file it was made of."""
 
