@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Makes a network that the models take out of an ordinary export; see --help."""
 
 import os
