@@ -22,7 +22,6 @@ DECODING_KINDS = {
 # An export's decoding and the models' formulas differ by a few float32 roundings, or by those of its own constants.
 LAW_TOLERANCE = 1e-5
 LAW_TOLERANCE_HALF = 2.0**-10
-SUPPRESSING_KINDS = {"TopK", "NonZero", "Unique", "Compress"}
 
 
 @dataclass
@@ -74,7 +73,6 @@ class Reach:
     output: str
     heads: list[str] = field(default_factory=list)
     stopped: str = ""
-    suppressed: bool = False
 
 
 def reach_of(analysis: Analysis, output: str) -> Reach:
@@ -91,7 +89,6 @@ def reach_of(analysis: Analysis, output: str) -> Reach:
             continue
         if not _decodes(analysis.network, node):
             reach.stopped = f"computed through the operator {node.label()}, which decodes no heads"
-            reach.suppressed = node.kind in SUPPRESSING_KINDS
             return reach
         fresh = [name for name in node.inputs if name and name not in seen]
         seen.update(fresh)
