@@ -2,18 +2,15 @@
 
 #include "annotated_names.h"
 #include "failure.h"
-#include "sink.h"
+#include "picture_writer.h"
 #include "text.h"
 
 #include <brellix/drawing.h>
-
-#include <opencv2/imgcodecs.hpp>
 
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <set>
-#include <string_view>
 
 namespace brellix::app {
 namespace {
@@ -60,14 +57,6 @@ LabelTables makeLabelTables(std::vector<Object>& objects, const ClassList& class
     return tables;
 }
 
-void createFolder(const std::string& folder) {
-    std::error_code error;
-    fs::create_directories(folder, error);
-    if (error) {
-        throw failedAtWork("cannot create the folder " + folder + ": " + error.message());
-    }
-}
-
 void refuseToOverwriteSources(const std::map<std::string, std::string>& targets) {
     std::set<std::string> sources;
     std::error_code ignored;
@@ -79,30 +68,6 @@ void refuseToOverwriteSources(const std::map<std::string, std::string>& targets)
             throw wrongUse("--out: " + entry.second +
                            " is one of the inputs and would be overwritten; choose another folder");
         }
-    }
-}
-
-std::vector<unsigned char> encode(const cv::Mat& picture, const std::string& path) {
-    std::vector<unsigned char> bytes;
-    try {
-        if (!cv::imencode(fs::path(path).extension().string(), picture, bytes)) {
-            throw failedAtWork("cannot encode " + path);
-        }
-    } catch (const cv::Exception& error) {
-        throw failedAtWork("cannot encode " + path + ": " + error.err);
-    }
-    return bytes;
-}
-
-void writeFile(const std::string& path, const std::vector<unsigned char>& bytes) {
-    Sink file = Sink::createFile(path);
-    try {
-        file.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-        file.close();
-    } catch (const Failure&) {
-        std::error_code ignored;
-        fs::remove(path, ignored);
-        throw;
     }
 }
 
@@ -135,7 +100,7 @@ AnnotatedPictureWriter::AnnotatedPictureWriter(const std::string& folder,
 
 void AnnotatedPictureWriter::write(const PictureResult& result) {
     const std::string& target = targets_.at(result.source);
-    writeFile(target, encode(drawAnnotated(result, drawing_), target));
+    writePictureFile(target, drawAnnotated(result, drawing_));
     if (fs::path(target).filename() != fs::path(result.source).filename()) {
         console_.note(result.source + ": annotated copy is " + target);
     }

@@ -20,6 +20,9 @@ class ClassList {
 
     std::string nameOf(int label) const;
 
+    /// By label; empty where nobody named the classes.
+    const std::vector<std::string>& names() const { return names_; }
+
     /// \return a sentence if the names do not fit a network of `classNum` classes, else nothing. Having no
     ///         names at all fits.
     std::string mismatchWith(int classNum) const;

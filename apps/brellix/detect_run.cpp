@@ -1,25 +1,12 @@
 #include "detect_run.h"
 
+#include "detect_picture.h"
 #include "picture_loop.h"
-#include "picture_reader.h"
 
 namespace brellix::app {
 namespace {
 
 using ai_orvo::model::CvModel;
-
-/// Throws `BrokenPicture` and what detection throws.
-PictureResult detectOn(const cv::Mat& picture, const std::string& source, CvModel& model) {
-    PictureResult result;
-    result.source = source;
-    result.picture = picture;
-    model.detect(result.picture, result.objects);
-    result.report = ai_orvo::model::last_run_report();
-    if (result.report.inference_status != 0) {
-        throw engineFailed(result.report.inference_status);
-    }
-    return result;
-}
 
 void addTo(RunTotals& totals, const PictureResult& result) {
     ++totals.pictures;

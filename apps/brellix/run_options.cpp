@@ -18,10 +18,14 @@ Verbosity verbosityOf(const VerbosityOptions& options) {
 
 }  // namespace
 
+void addModelClassOption(CLI::App& command, std::string& modelClass) {
+    command.add_option("--model", modelClass, "Model class, where the configuration has no key \"model\"")
+        ->check(CLI::IsMember(modelClassNames()));
+}
+
 void addModelOptions(CLI::App& command, ModelRequest& request) {
     command.add_option("CONFIG", request.config, "Model configuration (YAML)")->required()->type_name("");
-    command.add_option("--model", request.modelClass, "Model class, where CONFIG has no key \"model\"")
-        ->check(CLI::IsMember(modelClassNames()));
+    addModelClassOption(command, request.modelClass);
 }
 
 void addThresholdOptions(CLI::App& command, ModelRequest& request) {

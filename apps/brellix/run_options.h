@@ -31,6 +31,9 @@ struct RunOptions {
     VerbosityOptions verbosity;
 };
 
+/// --model.
+void addModelClassOption(CLI::App& command, std::string& modelClass);
+
 /// CONFIG and --model.
 void addModelOptions(CLI::App& command, ModelRequest& request);
 
