@@ -24,7 +24,7 @@ class Camera : public FrameSource {
     explicit Camera(int number);
 
     bool advance() override;
-    const FrameId& id() const override { return id_; }
+    FrameId id() const override { return id_; }
     cv::Mat read() override;
 
   private:

@@ -9,6 +9,8 @@
 #include "standard_input.h"
 #include "video_file.h"
 
+#include <CLI/Validators.hpp>
+
 #include <algorithm>
 #include <utility>
 
@@ -61,6 +63,19 @@ class SourceList {
     std::vector<FrameId> known_;
 };
 
+/// The library's own check of a count prints the largest number that there is.
+CLI::Validator wholeNumber() {
+    return CLI::Validator(
+        [](const std::string& word) {
+            const bool isNumber = !word.empty() && word.size() <= 9 &&
+                                  word.find_first_not_of("0123456789") == std::string::npos;
+            return isNumber && std::stol(word) > 0
+                       ? std::string()
+                       : "\"" + word + "\", expected a whole number from 1 to 999999999";
+        },
+        "");
+}
+
 void requireSources(const SourceOptions& options) {
     const std::vector<std::string>& inputs = options.input.inputs;
     if (inputs.empty() && !options.camera) {
@@ -82,10 +97,10 @@ void addSourceOptions(CLI::App& command, SourceOptions& options) {
         ->check(CLI::Range(0, 9999));
     command.add_option("--every", options.every, "Of each video, or of the pictures, take every Nth alone")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(wholeNumber());
     command.add_option("--limit", options.limit, "Stop when N pictures or frames are processed")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(wholeNumber());
 }
 
 std::vector<std::string> DetectSources::files() const {

@@ -28,7 +28,7 @@ class FrameSource {
     virtual bool advance() = 0;
 
     /// \return the current frame's; before the first one only the source's name is set.
-    virtual const FrameId& id() const = 0;
+    virtual FrameId id() const = 0;
 
     /// \return the pixels of the current frame, 8-bit BGR, not shared with a later one's.
     /// Throws `BrokenPicture` with the reason (without the name); the run goes on with the next frame.

@@ -20,7 +20,7 @@ class JpegStream : public FrameSource {
     JpegStream(InputStream& stream, const std::string& name, const std::string& head);
 
     bool advance() override;
-    const FrameId& id() const override { return id_; }
+    FrameId id() const override { return id_; }
     cv::Mat read() override;
 
   private:

@@ -19,7 +19,7 @@ class PathList : public FrameSource {
     PathList(InputStream& stream, const std::string& name, std::string head);
 
     bool advance() override;
-    const FrameId& id() const override { return id_; }
+    FrameId id() const override { return id_; }
     cv::Mat read() override;
 
   private:

@@ -15,7 +15,7 @@ class PictureFiles : public FrameSource {
     explicit PictureFiles(std::vector<std::string> paths) : paths_(std::move(paths)) {}
 
     bool advance() override;
-    const FrameId& id() const override { return id_; }
+    FrameId id() const override { return id_; }
     cv::Mat read() override;
     std::optional<std::size_t> frameCount() const override { return paths_.size(); }
 

@@ -30,6 +30,12 @@ bool SourceQueue::advance() {
     return true;
 }
 
+FrameId SourceQueue::id() const {
+    FrameId id = sources_[current_]->id();
+    id.framesPerSecond /= static_cast<double>(every_);
+    return id;
+}
+
 std::optional<std::size_t> SourceQueue::frameCount() const {
     const std::optional<std::size_t> count = sources_[current_]->frameCount();
     return count ? std::optional((*count + every_ - 1) / every_) : std::nullopt;

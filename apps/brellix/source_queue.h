@@ -20,7 +20,7 @@ class SourceQueue : public FrameSource {
     SourceQueue(std::vector<std::unique_ptr<FrameSource>> sources, std::size_t every);
 
     bool advance() override;
-    const FrameId& id() const override { return sources_[current_]->id(); }
+    FrameId id() const override;
     cv::Mat read() override { return sources_[current_]->read(); }
 
     /// \return for the current source.

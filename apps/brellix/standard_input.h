@@ -26,7 +26,7 @@ class StandardInput : public FrameSource {
     StandardInput();
 
     bool advance() override;
-    const FrameId& id() const override { return frames_ ? frames_->id() : id_; }
+    FrameId id() const override { return frames_ ? frames_->id() : id_; }
     cv::Mat read() override { return frames_->read(); }
 
   private:

@@ -29,7 +29,7 @@ class VideoFile : public FrameSource {
     explicit VideoFile(const std::string& path);
 
     bool advance() override;
-    const FrameId& id() const override { return id_; }
+    FrameId id() const override { return id_; }
     cv::Mat read() override;
     std::optional<std::size_t> frameCount() const override;
 
