@@ -9,8 +9,10 @@
 #include <sys/statvfs.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
 
 namespace brellix::app {
 namespace {
@@ -59,6 +61,24 @@ std::size_t framesIn(const std::string& path) {
     const cv::VideoCapture video(std::filesystem::absolute(path).string(), writerBackend());
     const double frames = video.isOpened() ? video.get(cv::CAP_PROP_FRAME_COUNT) : 0.0;
     return frames >= 1.0 && frames < 1e12 ? static_cast<std::size_t>(frames) : 0;
+}
+
+/// An AVI file is a row of chunks with their sizes in front. The writer notes the sizes that it meant to
+/// write: where the disk was full, they lead past the end.
+bool isWholeAvi(const std::string& path) {
+    constexpr std::uint64_t kHeadSize = 8;
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    const auto end = static_cast<std::uint64_t>(std::max<std::streamoff>(file.tellg(), 0));
+    std::uint64_t place = 0;
+    while (place + kHeadSize <= end) {
+        std::array<unsigned char, kHeadSize> head{};
+        file.seekg(static_cast<std::streamoff>(place));
+        file.read(reinterpret_cast<char*>(head.data()), kHeadSize);
+        const std::uint64_t size = head[4] | std::uint64_t{head[5]} << 8U | std::uint64_t{head[6]} << 16U |
+                                   std::uint64_t{head[7]} << 24U;
+        place += kHeadSize + size;
+    }
+    return file.good() && place == end;
 }
 
 }  // namespace
@@ -121,10 +141,9 @@ void AnnotatedVideo::close() {
         beginAtMeasuredRate();
     }
     writer_.release();
-    const std::size_t found = framesIn(path_);
-    if (found != written_) {
-        throw failedAtWork(path_ + " is not complete: " + std::to_string(found) + " of " +
-                           std::to_string(written_) + " frames are in it; is the disk full?");
+    if (!isWholeAvi(path_) || framesIn(path_) != written_) {
+        throw failedAtWork(path_ + " is not complete: not all of its " + std::to_string(written_) +
+                           " frames could be written; is the disk full?");
     }
 }
 
