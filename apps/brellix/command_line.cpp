@@ -18,6 +18,7 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  brellix detect shapes.yaml photo.jpg\n"
     "  brellix detect shapes.yaml pictures/ --out annotated --json results.jsonl\n"
+    "  brellix detect shapes.yaml clip.mp4 --out annotated\n"
     "  brellix calibrate shapes.yaml pictures/\n"
     "\n"
     "brellix COMMAND --help tells more about a command.\n"
@@ -68,7 +69,7 @@ void describeProgram(CLI::App& app) {
 }  // namespace
 
 ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, Console& console) {
-    CLI::App app("Runs the models of the brellix model zoo on pictures.");
+    CLI::App app("Runs the models of the brellix model zoo on pictures and videos.");
     describeProgram(app);
     const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app)};
     try {

@@ -78,6 +78,15 @@ TEST_F(ProgressLine, AppearsOnATerminalAndIsErased) {
     EXPECT_EQ(result.err.substr(result.err.size() - erase.size()), erase);
 }
 
+TEST_F(ProgressLine, NamesTheVideoAndItsFrames) {
+    writeVideo("clip.avi", 3);
+    const ProgramResult result = runOnTerminal({"detect", "model.yaml", "a.png", "clip.avi"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.err.find("0/1 picture"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("clip.avi: 1/3 frames, "), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("clip.avi: 3/3 frames, "), std::string::npos) << result.err;
+}
+
 TEST_F(ProgressLine, IsErasedBeforeAMessage) {
     writeText("b.png", "");
     const ProgramResult result = runOnTerminal({"detect", "model.yaml", "a.png", "b.png"});
