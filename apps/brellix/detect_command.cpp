@@ -166,6 +166,28 @@ ExitStatus conclude(const RunTotals& totals, const DetectOptions& options, Conso
     return totals.failed == 0 ? ExitStatus::kDone : ExitStatus::kFailedAtWork;
 }
 
+void finishAll(const ResultWriters& writers, const RunTotals& totals) {
+    for (const auto& writer : writers) {
+        writer->finish(totals);
+    }
+}
+
+/// Ctrl-C reaches the reader of our output, too, and ends it at once: that is no reason to leave the other
+/// results unfinished.
+void finishAfterFailure(const ResultWriters& writers, RunTotals& totals, const Failure& failure,
+                        Console& console) {
+    console.hideStatusLine();
+    console.error(failure.what());
+    totals.isStopped = true;
+    for (const auto& writer : writers) {
+        try {
+            writer->finish(totals);
+        } catch (const Failure& another) {
+            console.detail(another.what());
+        }
+    }
+}
+
 ExitStatus detect(const DetectOptions& options, OwnOutput& output, Console& console) {
     applyVerbosity(options.verbosity, output, console);
     if (!options.verbosity.verbose) {
@@ -178,10 +200,16 @@ ExitStatus detect(const DetectOptions& options, OwnOutput& output, Console& cons
     const StopRequest stop;
     const DetectRun run{*model, job.config.inputSize, job.filter, writers,
                         options.sources.limit.value_or(std::numeric_limits<std::size_t>::max())};
-    RunTotals totals = runOverFrames(run, *job.sources.frames, console);
+    RunTotals totals;
     totals.noun = job.sources.noun;
-    for (const auto& writer : writers) {
-        writer->finish(totals);
+    try {
+        runOverFrames(run, *job.sources.frames, console, totals);
+        finishAll(writers, totals);
+    } catch (const Failure& failure) {
+        if (!StopRequest::isMade()) {
+            throw;
+        }
+        finishAfterFailure(writers, totals, failure, console);
     }
     return conclude(totals, options, console);
 }

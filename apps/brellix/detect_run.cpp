@@ -16,8 +16,7 @@ void addTo(RunTotals& totals, const PictureResult& result) {
 
 }  // namespace
 
-RunTotals runOverFrames(const DetectRun& run, FrameSource& source, Console& console) {
-    RunTotals totals;
+void runOverFrames(const DetectRun& run, FrameSource& source, Console& console, RunTotals& totals) {
     const auto task = [&](const Frame& frame) {
         PictureResult result = detectOn(frame.picture, frame.id.source, run.model);
         result.id = frame.id;
@@ -32,7 +31,6 @@ RunTotals runOverFrames(const DetectRun& run, FrameSource& source, Console& cons
     const LoopOutcome outcome = overFrames(source, run.networkInput, console, task, run.limit);
     totals.failed = outcome.failed;
     totals.isStopped = outcome.isStopped;
-    return totals;
 }
 
 }  // namespace brellix::app

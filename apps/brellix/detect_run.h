@@ -34,6 +34,7 @@ struct DetectRun {
 ///
 /// A frame that cannot be used is reported, counted and passed over; a result that cannot be written ends
 /// the run with `Failure`.
-RunTotals runOverFrames(const DetectRun& run, FrameSource& source, Console& console);
+/// \param totals counts on, so that it holds what was done also where the run fails.
+void runOverFrames(const DetectRun& run, FrameSource& source, Console& console, RunTotals& totals);
 
 }  // namespace brellix::app

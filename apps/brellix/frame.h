@@ -23,7 +23,7 @@ struct FrameId {
     std::string source;  ///< path, "camera 0" or "standard input"
     FrameOrigin origin = FrameOrigin::kPicture;
     std::size_t number = 0;        ///< index in its source, from 0
-    std::optional<double> timeMs;  ///< presentation time from the source's start, milliseconds
+    std::optional<double> timeMs;  ///< presentation time from the source's start, milliseconds, finite
     double framesPerSecond = 0.0;  ///< rate of the frames that are processed, 0 where unknown
 };
 

@@ -59,7 +59,8 @@ std::string jsonLine(const PictureResult& result, const ClassList& classes, Mask
     const ai_orvo::model::RunReport& report = result.report;
     Json line = {{"schema", kSchema}, {"source", result.id.source}, {"frame", result.id.number}};
     if (result.id.timeMs) {
-        line["time_ms"] = wholeMicroseconds(*result.id.timeMs);
+        // Whole ones: the floats of this document could not tell the frames of a long video apart.
+        line["time_ms"] = static_cast<std::int64_t>(std::llround(*result.id.timeMs));
     }
     line["width"] = result.picture.cols;
     line["height"] = result.picture.rows;

@@ -6,7 +6,6 @@
 
 #include <opencv2/videoio/registry.hpp>
 
-#include <cmath>
 #include <filesystem>
 
 namespace brellix::app {
@@ -50,12 +49,15 @@ void VideoFile::open() {
     id_.framesPerSecond = capture_.get(cv::CAP_PROP_FPS);
 }
 
-double VideoFile::currentTimeMs() const {
-    const double time = capture_.get(cv::CAP_PROP_POS_MSEC);
-    const bool isMissing = !std::isfinite(time) || (time <= 0.0 && id_.number > 0);
-    return isMissing && id_.framesPerSecond > 0.0
-               ? static_cast<double>(id_.number) * 1000.0 / id_.framesPerSecond
-               : time;
+/// \return the time that the file says, else the one that follows from its rate.
+std::optional<double> VideoFile::currentTimeMs() const {
+    constexpr double kLatest = 1e15;
+    const double said = capture_.get(cv::CAP_PROP_POS_MSEC);
+    if (said > 0.0 && said < kLatest) {
+        return said;
+    }
+    const double reckoned = static_cast<double>(id_.number) * 1000.0 / id_.framesPerSecond;
+    return reckoned >= 0.0 && reckoned < kLatest ? std::optional(reckoned) : std::nullopt;
 }
 
 void VideoFile::end() {

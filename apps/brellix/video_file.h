@@ -38,7 +38,7 @@ class VideoFile : public FrameSource {
 
     void open();
     void end();
-    double currentTimeMs() const;
+    std::optional<double> currentTimeMs() const;
 
     cv::VideoCapture capture_;
     State state_ = State::kUnopened;

@@ -203,6 +203,20 @@ TEST_F(StoppedRun, WritesTheTablesSummary) {
     EXPECT_EQ(result.err, "brellix: stopped by SIGINT after 1 frame\n");
 }
 
+TEST_F(StoppedRun, CompletesTheVideoThoughItsReaderIsGone) {
+    // More lines than the pipe takes while nobody reads.
+    writeVideo("clip.avi", 2000);
+    RunningProgram program({"detect", "model.yaml", "clip.avi", "--json", "-", "--out", "seen"}, path(""));
+    program.waitUntilOutputIsFull();
+    // As Ctrl-C does in a pipeline: the signal comes, and the reader is gone.
+    program.signal(SIGINT);
+    program.stopReading();
+    const ProgramResult result = program.waitForEnd();
+    EXPECT_EQ(result.status, 128 + SIGINT) << result.err;
+    EXPECT_NE(result.err.find("stopped by SIGINT after "), std::string::npos) << result.err;
+    EXPECT_GT(cv::VideoCapture(path("seen/clip.avi")).get(cv::CAP_PROP_FRAME_COUNT), 100.0);
+}
+
 TEST_F(StoppedRun, EndsInTheMiddleOfAVideo) {
     writeVideo("clip.avi", 2000, {320, 240});
     RunningProgram program({"detect", "model.yaml", "clip.avi", "--json", "-", "--out", "seen"}, path(""));

@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <spawn.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -264,8 +265,21 @@ void RunningProgram::signal(int number) {
     kill(child_->process, number);
 }
 
+void RunningProgram::waitUntilOutputIsFull() {
+    // Lines do not cross the pages that a pipe is made of, so the last bytes of each stay unused.
+    const int nearlyAll = fcntl(child_->out.number(), F_GETPIPE_SZ) * 9 / 10;
+    for (int waiting = 0; waiting < nearlyAll;) {
+        require(ioctl(child_->out.number(), FIONREAD, &waiting) == 0, "FIONREAD");
+        usleep(1000);
+    }
+}
+
+void RunningProgram::stopReading() {
+    child_->out.closeNow();
+}
+
 ProgramResult RunningProgram::waitForEnd() {
-    while (child_->readMore()) {
+    while (child_->out.number() >= 0 && child_->readMore()) {
     }
     ProgramResult result;
     result.status = exitStatusOf(std::exchange(child_->process, -1));

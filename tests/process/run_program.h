@@ -44,6 +44,12 @@ class RunningProgram {
 
     void signal(int number);
 
+    /// Waits until the pipe of the child's standard output hardly takes any more.
+    void waitUntilOutputIsFull();
+
+    /// Closes the reading end of the child's standard output.
+    void stopReading();
+
     /// Closes the child's standard input and waits for its end.
     /// \return what it said; of standard output what no `nextLine` has returned.
     ProgramResult finish();
