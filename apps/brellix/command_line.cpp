@@ -20,6 +20,7 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  brellix detect shapes.yaml photo.jpg\n"
     "  brellix detect shapes.yaml pictures/ --out annotated --json results.jsonl\n"
+    "  brellix detect shapes.yaml clip.mp4 --out annotated\n"
     "  brellix calibrate shapes.yaml pictures/\n"
     "  brellix eval shapes.yaml truth.json\n"
     "  brellix compare float.yaml int8.yaml pictures/\n"
@@ -72,7 +73,7 @@ void describeProgram(CLI::App& app) {
 }  // namespace
 
 ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, Console& console) {
-    CLI::App app("Runs the models of the brellix model zoo on pictures.");
+    CLI::App app("Runs the models of the brellix model zoo on pictures and videos.");
     describeProgram(app);
     const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app),
                                                  addEvalCommand(app), addCompareCommand(app)};

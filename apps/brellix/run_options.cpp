@@ -1,7 +1,6 @@
 #include "run_options.h"
 
 #include "failure.h"
-#include "inputs.h"
 #include "text.h"
 
 #include <CLI/Validators.hpp>
@@ -35,12 +34,12 @@ void addThresholdOptions(CLI::App& command, ModelRequest& request) {
         ->type_name("NUMBER");
 }
 
-void addInputOptions(CLI::App& command, InputOptions& options) {
-    command
+CLI::Option* addInputOptions(CLI::App& command, InputOptions& options) {
+    command.add_flag("-r,--recursive", options.recursive, "Look into the subfolders of folders, too");
+    return command
         .add_option("INPUT", options.inputs, "Picture files, folders, or quoted patterns like 'cam?/*.png'")
         ->required()
         ->type_name("");
-    command.add_flag("-r,--recursive", options.recursive, "Look into the subfolders of folders, too");
 }
 
 void addVerbosityOptions(CLI::App& command, VerbosityOptions& options) {
@@ -73,10 +72,10 @@ ModelConfig loadConfig(const ModelRequest& request, Console& console) {
     return config;
 }
 
-std::vector<std::string> loadInputs(const InputOptions& options, Console& console) {
-    InputList list = expandInputs(options.inputs, options.recursive);
+std::vector<std::string> loadInputs(const InputOptions& options, Console& console, Accepted accepted) {
+    InputList list = expandInputs(options.inputs, options.recursive, accepted);
     if (list.repeated > 0) {
-        console.note(counted(list.repeated, "picture") + " given more than once, processed once");
+        console.note(counted(list.repeated, "input") + " given more than once, processed once");
     }
     return std::move(list.pictures);
 }
