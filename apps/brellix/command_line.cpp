@@ -1,6 +1,7 @@
 #include "command_line.h"
 
 #include "calibrate_command.h"
+#include "check_command.h"
 #include "detect_command.h"
 
 #include <CLI/Config.hpp>
@@ -70,7 +71,8 @@ void describeProgram(CLI::App& app) {
 ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, Console& console) {
     CLI::App app("Runs the models of the brellix model zoo on pictures.");
     describeProgram(app);
-    const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app)};
+    const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app),
+                                                 addCheckCommand(app)};
     try {
         app.parse(argumentsFrom(argc, argv));
     } catch (const CLI::ParseError& error) {
