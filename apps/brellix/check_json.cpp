@@ -63,7 +63,7 @@ std::string checkJson(const CheckReport& report) {
                          {"tensors", tensors},
                          {"findings", findings}};
     // A path may hold any bytes, JSON may not.
-    return object.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 }  // namespace brellix::app

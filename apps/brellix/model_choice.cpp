@@ -39,17 +39,21 @@ std::vector<std::string> outputNames(const NetworkFacts& network) {
 
 /// What to do with a network whose outputs belong to no class.
 std::string fixFor(const NetworkFacts& network) {
-    const std::string orSayIt = "or " + std::string(kSayIt) + joined(modelClassNames());
+    const std::string sayIt = kSayIt + joined(modelClassNames());
     const Recognition recognition = recognise(network);
-    if (recognition.kind == NetworkKind::kUnknown) {
-        return "export a network that one of them decodes, " + orSayIt;
-    }
     const std::string what = std::string("this is ") + describe(recognition.kind) + ": ";
-    if (recognition.kind == NetworkKind::kSegmentationExport || recognition.kind == NetworkKind::kFused) {
-        return what + "prepare it with " +
-               prepareCommand(network.path, PreparedForm::kAsFound, openInputSize(network)) + ", " + orSayIt;
+    const std::string command =
+        "prepare it with " + prepareCommand(network.path, PreparedForm::kAsFound, openInputSize(network));
+    switch (recognition.kind) {
+        case NetworkKind::kUnknown:
+            return "export a network that one of them decodes, or " + sayIt;
+        case NetworkKind::kSegmentationExport:
+            return what + command;
+        case NetworkKind::kFused:
+            return what + command + ", or " + sayIt;
+        default:
+            return what + sayIt;
     }
-    return what + orSayIt;
 }
 
 Finding cannotGuess(const std::string& configPath, const NetworkFacts& network) {

@@ -1,8 +1,11 @@
 #include "network_anchors.h"
 
+#include "text.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -13,26 +16,16 @@ constexpr const char* kMetadataKey = "anchors";
 using HeadAnchors = std::array<std::array<double, 2>, 3>;
 
 std::optional<Anchors> parse(const std::string& text) {
+    using Lists = std::vector<std::vector<std::vector<double>>>;
     const nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
     try {
-        // Fewer or more elements on any level are refused, too.
-        const auto lists = json.get<std::vector<std::vector<std::vector<double>>>>();
-        Anchors anchors{};
-        if (lists.size() != anchors.size()) {
-            return std::nullopt;
-        }
-        for (std::size_t head = 0; head < anchors.size(); ++head) {
-            if (lists[head].size() != anchors[head].size()) {
-                return std::nullopt;
-            }
-            for (std::size_t anchor = 0; anchor < anchors[head].size(); ++anchor) {
-                if (lists[head][anchor].size() != 2) {
-                    return std::nullopt;
-                }
-                anchors[head][anchor] = {lists[head][anchor][0], lists[head][anchor][1]};
-            }
-        }
-        return anchors;
+        const auto lists = json.get<Lists>();
+        const bool isWhole = lists.size() == 3 && std::all_of(lists.begin(), lists.end(), [](const auto& head) {
+            return head.size() == 3 && std::all_of(head.begin(), head.end(),
+                                                   [](const auto& anchor) { return anchor.size() == 2; });
+        });
+        // Its elements are arrays of that many numbers, which throw for any other.
+        return isWhole ? std::optional(json.get<Anchors>()) : std::nullopt;
     } catch (const nlohmann::json::exception&) {
         return std::nullopt;
     }
@@ -68,6 +61,23 @@ std::optional<HeadAnchors> headAnchors(const onnx::TensorProto& tensor) {
     return anchors;
 }
 
+/// Exports fold the factor 4 of the decoding into the anchors, or leave it outside: what is a multiple of the
+/// fixed anchors is taken for them.
+Anchors withoutFactor(const Anchors& anchors) {
+    constexpr double kTolerance = 1e-3;
+    const Anchors& wanted = fixedAnchors();
+    const double factor = anchors[0][0][0] / wanted[0][0][0];
+    for (std::size_t head = 0; head < anchors.size(); ++head) {
+        for (std::size_t i = 0; i < 6; ++i) {
+            const double value = anchors[head][i / 2][i % 2];
+            if (std::abs(value / wanted[head][i / 2][i % 2] / factor - 1.0) > kTolerance) {
+                return anchors;
+            }
+        }
+    }
+    return wanted;
+}
+
 std::optional<Anchors> constantAnchors(const onnx::GraphProto& graph) {
     std::vector<HeadAnchors> heads;
     const auto look = [&heads](const onnx::TensorProto& tensor) {
@@ -90,11 +100,12 @@ std::optional<Anchors> constantAnchors(const onnx::GraphProto& graph) {
     const auto area = [](const HeadAnchors& head) { return head[0][0] * head[0][1]; };
     std::sort(heads.begin(), heads.end(),
               [&](const HeadAnchors& a, const HeadAnchors& b) { return area(a) < area(b); });
-    return Anchors{heads[0], heads[1], heads[2]};
+    return withoutFactor({heads[0], heads[1], heads[2]});
 }
 
 std::string numberText(double value) {
-    return nlohmann::json(static_cast<float>(value)).dump();
+    const int decimals = value == std::floor(value) ? 0 : 2;
+    return fixed(value, decimals);
 }
 
 }  // namespace
