@@ -78,7 +78,8 @@ void judgeOpset(const NetworkFacts& network, Findings& findings) {
     const std::int64_t opset = network.description.opset;
     const bool isNewer = opset > kBestOpset;
     findings.push_back({isNewer ? Severity::kNote : Severity::kOk, "opset", network.path,
-                        std::to_string(opset) + (isNewer ? "; the back-end runs opset 12 best" : ""), "", ""});
+                        std::to_string(opset) + (isNewer ? "; the back-end runs opset 12 best" : ""), "",
+                        ""});
 }
 
 /// \return why the back-end refuses the graph; empty where nothing is known against it.

@@ -19,9 +19,7 @@ namespace engine = ai_orvo::alg::common;
 class CalibrationJudge {
   public:
     CalibrationJudge(const CheckedConfig& checked, Findings& findings)
-        : checked_(checked),
-          path_(engine::calibrationPath(checked.network.path)),
-          findings_(findings) {}
+        : checked_(checked), path_(engine::calibrationPath(checked.network.path)), findings_(findings) {}
 
     void judge(const TensorRows& rows) {
         std::error_code ignored;
@@ -99,8 +97,9 @@ class CalibrationJudge {
     void judgeCoefficients(const TensorRows& rows) {
         for (const TensorRow& row : rows) {
             const std::optional<engine::AffineGrid> grid = fixedGrid(row);
-            if (!row.expected.isInput && holdsMaskCoefficients(checked_.config.modelClass, row.expected.name) &&
-                grid && grid->zeroPoint != 0) {
+            if (!row.expected.isInput &&
+                holdsMaskCoefficients(checked_.config.modelClass, row.expected.name) && grid &&
+                grid->zeroPoint != 0) {
                 addSkewed(row, *grid);
             }
         }

@@ -45,8 +45,12 @@ void judgeNames(const CheckedConfig& checked, const std::string& namesFile, Find
     const ClassList classes(namesFile, checked.config.document);
     const bool isFromFile = !namesFile.empty();
     const std::string mismatch = classes.mismatchWith(checked.config.classNum);
-    Finding finding{Severity::kOk, isFromFile ? "names" : "class_mapping",
-                    isFromFile ? namesFile : checked.config.path, "", "", ""};
+    Finding finding{Severity::kOk,
+                    isFromFile ? "names" : "class_mapping",
+                    isFromFile ? namesFile : checked.config.path,
+                    "",
+                    "",
+                    ""};
     if (classes.count() == 0) {
         finding.severity = Severity::kNote;
         finding.found = "no names: classes are called by their number";

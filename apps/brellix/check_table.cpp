@@ -34,9 +34,9 @@ std::string aligned(const std::vector<Row>& rows) {
 
 Row tensorRow(const TensorRow& tensor) {
     const ExpectedTensor& expected = tensor.expected;
-    const std::string name =
-        tensor.found && tensor.found->name != expected.name ? expected.name + " (" + tensor.found->name + ')'
-                                                            : expected.name;
+    const std::string name = tensor.found && tensor.found->name != expected.name
+                                 ? expected.name + " (" + tensor.found->name + ')'
+                                 : expected.name;
     return {expected.isInput ? "input" : "output",
             printable(name),
             shapeOf(expected) + ' ' + nameOf(expected.form),

@@ -3,6 +3,7 @@
 #include "calibrate_command.h"
 #include "check_command.h"
 #include "detect_command.h"
+#include "init_command.h"
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -17,12 +18,14 @@ namespace {
 
 constexpr const char* kExamples =
     "Examples:\n"
+    "  brellix init shapes_cut.onnx\n"
+    "  brellix check shapes_cut.yaml\n"
     "  brellix detect shapes.yaml photo.jpg\n"
     "  brellix detect shapes.yaml pictures/ --out annotated --json results.jsonl\n"
     "  brellix calibrate shapes.yaml pictures/\n"
     "\n"
     "brellix COMMAND --help tells more about a command.\n"
-    "Exit status: 0 done, 2 wrong use or bad input, 3 a failure at work.";
+    "Exit status: 0 done, 1 the answer is no (check, init), 2 wrong use or bad input, 3 a failure at work.";
 
 /// The arguments in CLI11's order, the last one first. An argument like "[a,b]" would be taken apart as a
 /// list of two; here it can only be a relative path, which "./[a,b]" is too.
@@ -72,7 +75,7 @@ ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, 
     CLI::App app("Runs the models of the brellix model zoo on pictures.");
     describeProgram(app);
     const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app),
-                                                 addCheckCommand(app)};
+                                                 addCheckCommand(app), addInitCommand(app)};
     try {
         app.parse(argumentsFrom(argc, argv));
     } catch (const CLI::ParseError& error) {

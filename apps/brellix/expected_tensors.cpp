@@ -36,15 +36,14 @@ void registerSegmentation(const ModelSettings& settings, engine::AIEngineConfig&
     config.framework = known == frameworks.end() ? engine::kFrameworkUnset : known->second;
     const cv::Size protoSize = {settings.inputSize.width / kPrototypeStride,
                                 settings.inputSize.height / kPrototypeStride};
-    model::registerSegTensors({settings.inputSize, kStrides, settings.classNum, protoSize, kPrototypes,
-                               settings.isQuantized},
-                              config);
+    model::registerSegTensors(
+        {settings.inputSize, kStrides, settings.classNum, protoSize, kPrototypes, settings.isQuantized},
+        config);
 }
 
 TensorForm inputForm(const ModelSettings& settings) {
-    const bool takesBytes =
-        settings.modelClass == ModelClass::kYoloV5Cutoff ||
-        (settings.modelClass == ModelClass::kYoloV8Seg && settings.framework == "RKNN");
+    const bool takesBytes = settings.modelClass == ModelClass::kYoloV5Cutoff ||
+                            (settings.modelClass == ModelClass::kYoloV8Seg && settings.framework == "RKNN");
     return takesBytes ? TensorForm::kImageBytes : TensorForm::kFloat32;
 }
 

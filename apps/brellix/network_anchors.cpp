@@ -20,10 +20,11 @@ std::optional<Anchors> parse(const std::string& text) {
     const nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
     try {
         const auto lists = json.get<Lists>();
-        const bool isWhole = lists.size() == 3 && std::all_of(lists.begin(), lists.end(), [](const auto& head) {
-            return head.size() == 3 && std::all_of(head.begin(), head.end(),
-                                                   [](const auto& anchor) { return anchor.size() == 2; });
-        });
+        const bool isWhole =
+            lists.size() == 3 && std::all_of(lists.begin(), lists.end(), [](const auto& head) {
+                return head.size() == 3 && std::all_of(head.begin(), head.end(),
+                                                       [](const auto& anchor) { return anchor.size() == 2; });
+            });
         // Its elements are arrays of that many numbers, which throw for any other.
         return isWhole ? std::optional(json.get<Anchors>()) : std::nullopt;
     } catch (const nlohmann::json::exception&) {

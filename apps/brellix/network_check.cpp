@@ -31,10 +31,11 @@ Finding unreadable(const NetworkFacts& network) {
     if (network.format == NetworkFormat::kDamaged) {
         return ofNetwork(network, Severity::kError, network.reason);
     }
-    Finding finding =
-        ofNetwork(network, Severity::kWarning, "no ONNX file, so it cannot be compared with the configuration");
-    finding.fix = "the engine decides whether it fits: ours takes ONNX files alone, a board's own what was "
-                  "compiled for the board";
+    Finding finding = ofNetwork(network, Severity::kWarning,
+                                "no ONNX file, so it cannot be compared with the configuration");
+    finding.fix =
+        "the engine decides whether it fits: ours takes ONNX files alone, a board's own what was "
+        "compiled for the board";
     return finding;
 }
 

@@ -52,15 +52,15 @@ class Fit {
 
     void addOtherKind() {
         const std::optional<ModelClass> fitting = modelClassOf(recognition_.kind);
-        std::string expected = std::string("a network for it; ") + checked_.network.path + " is " +
-                               describe(recognition_.kind);
+        std::string expected =
+            std::string("a network for it; ") + checked_.network.path + " is " + describe(recognition_.kind);
         add("model", placeOf(config_, "model"), nameOf(config_.modelClass), expected, kindFix(fitting), true);
     }
 
     std::string kindFix(std::optional<ModelClass> fitting) const {
-        const bool canBePrepared = recognition_.kind == NetworkKind::kSegmentationExport ||
-                                   (recognition_.kind == NetworkKind::kFused &&
-                                    config_.modelClass == ModelClass::kYoloV5Cutoff);
+        const bool canBePrepared =
+            recognition_.kind == NetworkKind::kSegmentationExport ||
+            (recognition_.kind == NetworkKind::kFused && config_.modelClass == ModelClass::kYoloV5Cutoff);
         std::string fix = canBePrepared ? exportFix(checked_, recognition_) : "";
         if (recognition_.kind == NetworkKind::kSegmentationExport &&
             config_.modelClass != ModelClass::kYoloV8Seg) {
@@ -124,8 +124,8 @@ class Fit {
         for (const TensorRow& row : corrected) {
             if (!isExplained(row)) {
                 add(row.expected.isInput ? "input " + row.expected.name : "output " + row.expected.name,
-                    checked_.network.path, row.found ? foundText(row) : "missing",
-                    expectedText(row.expected), rowFix(row));
+                    checked_.network.path, row.found ? foundText(row) : "missing", expectedText(row.expected),
+                    rowFix(row));
             }
         }
     }
@@ -174,8 +174,8 @@ void judgeFit(const CheckedConfig& checked, const Recognition& recognition, cons
 }
 
 std::string exportFix(const CheckedConfig& checked, const Recognition& recognition) {
-    const bool isOrdinary = recognition.kind == NetworkKind::kFused ||
-                            recognition.kind == NetworkKind::kSegmentationExport;
+    const bool isOrdinary =
+        recognition.kind == NetworkKind::kFused || recognition.kind == NetworkKind::kSegmentationExport;
     if (!isOrdinary) {
         return "export it again with the tensors that the model asks for, opset 12, float32 and a static "
                "shape (tools/prepare_network.py takes ordinary exports)";
@@ -184,8 +184,8 @@ std::string exportFix(const CheckedConfig& checked, const Recognition& recogniti
                        checked.config.modelClass == ModelClass::kYoloV5Cutoff;
     const std::optional<cv::Size> size =
         recognition.inputSize ? std::nullopt : std::optional(checked.config.inputSize);
-    return "prepare it with " + prepareCommand(checked.network.path,
-                                               isCut ? PreparedForm::kCut : PreparedForm::kAsFound, size);
+    return "prepare it with " +
+           prepareCommand(checked.network.path, isCut ? PreparedForm::kCut : PreparedForm::kAsFound, size);
 }
 
 }  // namespace brellix::app

@@ -23,7 +23,8 @@ constexpr const char* kSegmentationScores = "output1";
 
 std::optional<int> classesFrom(std::int64_t channels, std::int64_t others) {
     const std::int64_t classes = channels - others;
-    const bool isCount = channels != kUnknownExtent && classes >= 0 && classes <= std::numeric_limits<int>::max();
+    const bool isCount =
+        channels != kUnknownExtent && classes >= 0 && classes <= std::numeric_limits<int>::max();
     return isCount ? std::optional(static_cast<int>(classes)) : std::nullopt;
 }
 
@@ -36,7 +37,8 @@ const TensorDescription* outputNamed(const NetworkFacts& network, const std::str
 
 std::optional<cv::Size> imageSize(const NetworkFacts& network) {
     const auto& inputs = network.description.inputs;
-    if (inputs.size() != 1 || !inputs[0].isStatic() || inputs[0].shape.size() != 4 || inputs[0].shape[1] != 3) {
+    if (inputs.size() != 1 || !inputs[0].isStatic() || inputs[0].shape.size() != 4 ||
+        inputs[0].shape[1] != 3) {
         return std::nullopt;
     }
     return cv::Size{static_cast<int>(inputs[0].shape[3]), static_cast<int>(inputs[0].shape[2])};

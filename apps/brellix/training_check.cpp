@@ -49,8 +49,12 @@ void judgeAnchors(const CheckedConfig& checked, Findings& findings) {
 void judgeChannelOrder(const CheckedConfig& checked, Findings& findings) {
     const std::string fed = channelsOf(checked.config.modelClass);
     const auto said = checked.network.metadata.find(kChannelsKey);
-    Finding finding{Severity::kNote, "channels", checked.network.path, "the file does not tell their order",
-                    fed + ", which " + nameOf(checked.config.modelClass) + " feeds", ""};
+    Finding finding{Severity::kNote,
+                    "channels",
+                    checked.network.path,
+                    "the file does not tell their order",
+                    fed + ", which " + nameOf(checked.config.modelClass) + " feeds",
+                    ""};
     if (said == checked.network.metadata.end()) {
         finding.fix = "tools/prepare_network.py gives an export the right order";
     } else if (said->second == fed) {
@@ -59,8 +63,9 @@ void judgeChannelOrder(const CheckedConfig& checked, Findings& findings) {
         const bool isKnown = said->second == "rgb" || said->second == "bgr";
         finding.severity = isKnown ? Severity::kError : Severity::kWarning;
         finding.found = isKnown ? said->second : "\"" + said->second + "\" in the metadata";
-        finding.fix = "red and blue would be exchanged: prepare the export for this model again with "
-                      "tools/prepare_network.py";
+        finding.fix =
+            "red and blue would be exchanged: prepare the export for this model again with "
+            "tools/prepare_network.py";
     }
     findings.push_back(finding);
 }

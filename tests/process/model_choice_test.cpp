@@ -41,9 +41,8 @@ TEST_F(ModelChoice, OutputsOfNoClassAreNamed) {
     TinyNetwork network = tinyCutNetwork();
     network.outputs[1].name = "middle";
     writeTinyNetwork(path("network.onnx"), network);
-    expectRefusal(goodConfig(),
-                  {"3 outputs of network.onnx: /model.24/m.0/Conv_output_0, middle, ", "cannot be guessed",
-                   "--model", "yolov8_seg"});
+    expectRefusal(goodConfig(), {"3 outputs of network.onnx: /model.24/m.0/Conv_output_0, middle, ",
+                                 "cannot be guessed", "--model", "yolov8_seg"});
 }
 
 TEST_F(ModelChoice, NetworkThatCannotBeReadIsNamed) {
@@ -56,9 +55,9 @@ TEST_F(ModelChoice, SaidClassIsNotGuessedAgain) {
                   {"\"model\" is yolov5, expected a network for it", "cut.onnx", "cut before",
                    "write \"model: yolov5_cutoff\""},
                   {"--model", "yolov5"});
-    expectRefusal("model: yolov5_cutoff\n" + goodConfig(),
-                  {"model.yaml:1: \"model\" is yolov5_cutoff", "network.onnx", "--cut",
-                   "or write \"model: yolov5\""});
+    expectRefusal(
+        "model: yolov5_cutoff\n" + goodConfig(),
+        {"model.yaml:1: \"model\" is yolov5_cutoff", "network.onnx", "--cut", "or write \"model: yolov5\""});
 }
 
 TEST_F(ModelChoice, CutDetectorFindsWhatTheNetworkSays) {
