@@ -13,7 +13,7 @@ constexpr std::size_t kVerdictWidth = 9;  // "warning" and a gap
 
 using Row = std::vector<std::string>;
 
-/// Columns as wide as their widest cell, two blanks apart; the last one is not padded.
+/// Columns as wide as their widest cell, two blanks apart, and no blanks at the end.
 std::string aligned(const std::vector<Row>& rows) {
     std::vector<std::size_t> widths;
     for (const Row& row : rows) {
@@ -27,7 +27,9 @@ std::string aligned(const std::vector<Row>& rows) {
         for (std::size_t i = 0; i + 1 < row.size(); ++i) {
             text += padRight(row[i], widths[i] + 2);
         }
-        text += row.back() + '\n';
+        text += row.back();
+        text.erase(text.find_last_not_of(' ') + 1);
+        text += '\n';
     }
     return text;
 }

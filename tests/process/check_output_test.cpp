@@ -19,7 +19,7 @@ TEST_F(CheckOutput, TableSaysWhatToDoAtTheEnd) {
                         "network        network.onnx\n"
                         "model          yolov5\n"
                         "\n"
-                        "tensor  name     the model asks for  elements  the network has    \n"
+                        "tensor  name     the model asks for  elements  the network has\n"
                         "input   image    1x3x64x64 float32   12288     1x3x64x64 float32  ok\n"
                         "output  output0  1x252x9 float32     2268      1x252x8 float32    other size\n"),
         std::string::npos)
