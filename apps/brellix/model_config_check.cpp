@@ -151,6 +151,13 @@ void readSegmentationKeys(const KeyReader& keys, CheckedConfig& checked) {
 void chooseClass(const ModelRequest& request, CheckedConfig& checked) {
     const std::optional<ModelClass> modelClass = chooseModelClass(
         {checked.config.model, request.modelClass}, checked.config.path, checked.network, checked.findings);
+    if (!checked.config.model.empty() && !request.modelClass.empty() &&
+        checked.config.model != request.modelClass) {
+        checked.findings.push_back({Severity::kWarning, "model class", "the command line",
+                                    "--model " + request.modelClass + " is not used: " + checked.config.path +
+                                        " says model: " + checked.config.model,
+                                    "", ""});
+    }
     checked.modelClassIsKnown = modelClass.has_value();
     checked.config.modelClass = modelClass.value_or(ModelClass::kYoloV5);
 }

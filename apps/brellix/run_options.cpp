@@ -85,10 +85,6 @@ ModelConfig loadConfig(const ModelRequest& request, Console& console) {
     CheckedConfig checked = checkModelConfig(request);
     const ModelConfig& config = checked.config;
     sayFindings(checkNetwork(checked, request.usesCalibration).findings, console);
-    if (!config.model.empty() && !request.modelClass.empty() && config.model != request.modelClass) {
-        console.warning("--model " + request.modelClass + " is not used: " + config.path +
-                        " says model: " + config.model);
-    }
     if (config.networkIsBesideFile) {
         console.detail("network: " + config.networkPath + " (found beside the configuration)");
     }

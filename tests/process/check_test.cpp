@@ -125,6 +125,13 @@ TEST_F(Check, ThresholdsOutsideTheirRangeAreWarnings) {
     expectFinding(answer, "conf_thres", "warning", {"the command line", "-1.000"});
 }
 
+TEST_F(Check, OptionThatTheFileOverrulesIsAWarning) {
+    writeText("model.yaml", "model: yolov5\n" + goodConfig());
+    const json answer = report("model.yaml", {"--model", "yolov8_seg"});
+    EXPECT_EQ(answer["fits"], true);
+    expectFinding(answer, "model class", "warning", {"--model yolov8_seg is not used"});
+}
+
 TEST_F(Check, ComparesNamesWithTheClassCount) {
     expectFinding(report("model.yaml"), "class_mapping", "ok", {"3 names"});
     writeText("two.names", "disc\ncone\n");
