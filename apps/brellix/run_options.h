@@ -51,6 +51,8 @@ void addVerbosityOptions(CLI::App& command, VerbosityOptions& options);
 /// Makes the console, and the library's own lines, as loud as the options say.
 void applyVerbosity(const VerbosityOptions& options, OwnOutput& output, Console& console);
 
+/// Compares the configuration with its network, as `brellix check` does, but for asking the engine, which
+/// the model's constructor does at once. Throws `Failure` where they do not fit.
 /// \return the checked configuration; what is allowed but hardly meant goes to the console.
 ModelConfig loadConfig(const ModelRequest& request, Console& console);
 
