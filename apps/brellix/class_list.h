@@ -22,6 +22,7 @@ class ClassList {
 
     /// By label; empty where nobody named the classes.
     const std::vector<std::string>& names() const { return names_; }
+    std::size_t count() const { return names_.size(); }
 
     /// \return a sentence if the names do not fit a network of `classNum` classes, else nothing. Having no
     ///         names at all fits.

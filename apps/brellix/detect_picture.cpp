@@ -6,7 +6,7 @@ namespace brellix::app {
 
 PictureResult detectOn(const cv::Mat& picture, const std::string& source, ai_orvo::model::CvModel& model) {
     PictureResult result;
-    result.source = source;
+    result.id.source = source;
     result.picture = picture;
     model.detect(result.picture, result.objects);
     result.report = ai_orvo::model::last_run_report();

@@ -3,7 +3,7 @@
 /// \file
 /// Two results of one picture, to look at.
 
-#include "annotated_pictures.h"
+#include "annotated_output.h"
 #include "class_list.h"
 #include "comparison/picture_comparison.h"
 #include "picture_result.h"
