@@ -19,9 +19,9 @@ namespace ai_orvo::model {
 /// | tensor | direction | element | layout | size in elements |
 /// |---|---|---|---|---|
 /// | "image" | input | float32, 0 to 1, RGB | 1 x 3 x height x width | 3 * width * height |
-/// | "output0" | output | float32 | candidate rows of cx, cy, w, h (network pixels), objectness, class scores
-/// | (class_num + 5) * num_candidates |
+/// | "output0" | output | float32 | 1 x num_candidates x (class_num + 5) | (class_num + 5) * num_candidates |
 ///
+/// A candidate's row holds cx, cy, w, h (network pixels), objectness and the class scores.
 /// `num_candidates` is 3 * the sum over the strides s of (width / s) * (height / s).
 /// Objectness and the best class score each have to exceed the confidence threshold; `Object::prob` is
 /// their product and may lie below it. Boxes hold whole numbers, truncated toward zero.

@@ -19,13 +19,13 @@ namespace ai_orvo::model {
 /// | tensor | direction | element | layout | size in elements |
 /// |---|---|---|---|---|
 /// | "images" | input | uint8 | height x width x 3, BGR as the image | width * height * 3 |
-/// | "/model.24/m.0/Conv_output_0" | output | int8, affine | channel, row, column; stride 8 | 3 * (class_num
-/// + 5) cells | | "/model.24/m.1/Conv_output_0" | output | int8, affine | same, stride 16 | same | |
-/// "/model.24/m.2/Conv_output_0" | output | int8, affine | same, stride 32 | same |
+/// | "/model.24/m.0/Conv_output_0" | output | int8, affine | channel, row, column; stride 8 | 3 * (class_num + 5) * cells |
+/// | "/model.24/m.1/Conv_output_0" | output | int8, affine | same, stride 16 | same |
+/// | "/model.24/m.2/Conv_output_0" | output | int8, affine | same, stride 32 | same |
 ///
-/// Channel k of anchor a at row r and column c stands at (a * (class_num + 5) + k) * gridH * gridW + r *
-/// gridW
-/// + c, with gridW = width / stride and gridH = height / stride. Channels 0 to 3 are the box offsets, 4 is
+/// Channel k of anchor a at row r and column c stands at
+/// (a * (class_num + 5) + k) * gridH * gridW + r * gridW + c,
+/// with gridW = width / stride and gridH = height / stride. Channels 0 to 3 are the box offsets, 4 is
 /// the objectness logit, the rest are class logits. The anchors are fixed: networks trained with others do
 /// not fit.
 ///

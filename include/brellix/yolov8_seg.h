@@ -18,8 +18,10 @@ namespace ai_orvo::model {
 /// Expectation of the distance distributions of one cell (distribution focal loss).
 ///
 /// \param logits 4 x `dflLen` logits: left, top, right, bottom, each `dflLen` bins. Large ones overflow to
-/// NaN. \param dflLen bins a side; below 1 nothing is written. \param out    receives the four distances in
-/// cells. \throws std::out_of_range where `logits` is too short.
+///               NaN.
+/// \param dflLen bins a side; below 1 nothing is written.
+/// \param out    receives the four distances in cells.
+/// \throws std::out_of_range where `logits` is too short.
 BRELLIX_API void computeDfl(std::vector<float>& logits, int dflLen, float out[4]);
 
 /// YOLOv8 instance segmentation with prototype masks, float or int8.
@@ -28,12 +30,12 @@ BRELLIX_API void computeDfl(std::vector<float>& logits, int dflLen, float out[4]
 ///
 /// | tensor | direction | element | layout | meaning |
 /// |---|---|---|---|---|
-/// | "images" | input | float32 0 to 1, or uint8 (back-end RKNN) | 1 x 3 x height x width, or height x width
-/// x 3; BGR | letterboxed image | | "output0", "3", "6" | output | float32 or int8 | 1 x 64 x gridH x gridW |
-/// distance logits, 4 sides x 16 bins | | "output1", "4", "7" | output | float32 or int8 | 1 x classNum x
-/// gridH x gridW | class logits | | "output2", "5", "8" | output | float32 or int8 | 1 x 32 x gridH x gridW |
-/// mask coefficients | | "proto" | output | float32 or int8 | 1 x 32 x height / 4 x width / 4 | prototype
-/// masks |
+/// | "images" | input | float32 0 to 1 | 1 x 3 x height x width | letterboxed image, BGR |
+/// | "images" | input, RKNN | uint8 | height x width x 3 | the same |
+/// | "output0", "3", "6" | output | float32 or int8 | 1 x 64 x gridH x gridW | distances: 4 sides x 16 bins |
+/// | "output1", "4", "7" | output | float32 or int8 | 1 x classNum x gridH x gridW | class logits |
+/// | "output2", "5", "8" | output | float32 or int8 | 1 x 32 x gridH x gridW | mask coefficients |
+/// | "proto" | output | float32 or int8 | 1 x 32 x height / 4 x width / 4 | prototype masks |
 ///
 /// Each object carries a mask as large as the source image, 255 inside the object, 0 elsewhere and everywhere
 /// outside its box. An object whose box has no pixels has an empty, zero mask. The network input has to be
@@ -44,8 +46,8 @@ class BRELLIX_API YOLOv8Seg : public CvModel {
   public:
     /// Reads "model_path", "framework" ("TensorRT", "RKNN" or "ONNX"), "class_num", "conf_thres",
     /// "nms_thres", "input_size" and "is_quantized" (docs/configuration.md). An unknown framework and a
-    /// network that the engine refuses are reported and **end the process with status 0**. \throws
-    /// YAML::InvalidNode (names the missing key), YAML::BadConversion, std::out_of_range.
+    /// network that the engine refuses are reported and **end the process with status 0**.
+    /// \throws YAML::InvalidNode (names the missing key), YAML::BadConversion, std::out_of_range.
     explicit YOLOv8Seg(const YAML::Node& document);
 
     /// Loads the YAML file at `path` first. \throws YAML::BadFile, too.
