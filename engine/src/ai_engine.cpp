@@ -96,7 +96,10 @@ int AIEngine::Init(const AIEngineConfig& config) {
         auto network = std::make_shared<EngineNetwork>(config.model_path, std::move(description),
                                                        std::move(calibration));
         checkConfiguration(config, *network);
-        backend_ = makeBackend(environment, model, *network);
+        std::shared_ptr<EngineBackend> backend = makeBackend(environment, {config, model, *network});
+        // Extents that the file leaves open are known only now.
+        checkConfiguration(config, *network);
+        backend_ = std::move(backend);
         network_ = std::move(network);
     });
 }

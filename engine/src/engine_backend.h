@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "brellix/ai_engine.h"
 #include "engine_network.h"
 #include "environment.h"
 
@@ -36,9 +37,16 @@ class EngineBackend {
     virtual void run(const std::vector<const float*>& inputs, const std::vector<OutputRequest>& outputs) = 0;
 };
 
-/// Chooses the back-end that the environment asks for, or the first of those compiled in.
+/// A network that needs something to run it.
+struct BackendRequest {
+    const AIEngineConfig& config;
+    const onnx::ModelProto& model;
+    EngineNetwork& network;  ///< a back-end that can run a network of open extents settles them here
+};
+
+/// Chooses the back-end that the environment asks for, or the first of those compiled in that runs the
+/// network.
 /// \throws Refusal (`kBadEnvironment`, `kBackendRefusal`).
-std::shared_ptr<EngineBackend> makeBackend(const Environment& environment, const onnx::ModelProto& model,
-                                           const EngineNetwork& network);
+std::shared_ptr<EngineBackend> makeBackend(const Environment& environment, const BackendRequest& request);
 
 }  // namespace ai_orvo::alg::common
