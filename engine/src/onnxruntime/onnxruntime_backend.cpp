@@ -271,8 +271,7 @@ std::shared_ptr<EngineBackend> makeOnnxRuntimeBackend(std::optional<int> threads
         }
         return backend;
     } catch (const Ort::Exception& error) {
-        refuse(network,
-               std::string(error.what()) + "; export the network again, in float32 and with a static shape");
+        refuse(network, std::string(error.what()) + "; export the network again");
     }
 }
 
