@@ -12,6 +12,7 @@
 #include "brellix/ai_engine.h"
 #include "engine_network.h"
 #include "environment.h"
+#include "float_scratch.h"
 
 namespace ai_orvo::alg::common {
 
@@ -35,6 +36,12 @@ class EngineBackend {
     /// \param outputs each filled with float values, the ones before quantisation where the graph ends in it.
     /// \throws Refusal (`kInferenceFailed`); no output was written then.
     virtual void run(const std::vector<const float*>& inputs, const std::vector<OutputRequest>& outputs) = 0;
+
+    /// For tensors that the caller of `run` converts.
+    FloatScratch& scratch() { return scratch_; }
+
+  private:
+    FloatScratch scratch_;
 };
 
 /// A network that needs something to run it.

@@ -8,6 +8,7 @@
 // Without it the header calls the library while the program is still being loaded.
 #define ORT_API_MANUAL_INIT
 #include <onnxruntime_cxx_api.h>
+#include <onnxruntime_session_options_config_keys.h>
 
 #include "../element_types.h"
 #include "../open_extents.h"
@@ -93,6 +94,8 @@ std::size_t elementsOf(const Shape& shape) {
 Ort::SessionOptions sessionOptions(std::optional<int> threads) {
     Ort::SessionOptions options;
     options.SetLogSeverityLevel(ORT_LOGGING_LEVEL_FATAL);
+    // Threads that wait for work in a loop would take the processor from all else that the program does.
+    options.AddConfigEntry(kOrtSessionOptionsConfigAllowIntraOpSpinning, "0");
     if (threads.has_value()) {
         options.SetIntraOpNumThreads(*threads);
     }
