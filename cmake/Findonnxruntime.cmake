@@ -3,6 +3,7 @@
 find_package(onnxruntime CONFIG QUIET)
 if(TARGET onnxruntime::onnxruntime)
     get_target_property(onnxruntime_INCLUDE_DIR onnxruntime::onnxruntime INTERFACE_INCLUDE_DIRECTORIES)
+    set(onnxruntime_LIBRARY onnxruntime::onnxruntime)
 else()
     find_path(onnxruntime_INCLUDE_DIR onnxruntime_cxx_api.h PATH_SUFFIXES onnxruntime onnxruntime/core/session)
     find_library(onnxruntime_LIBRARY NAMES onnxruntime libonnxruntime.so.1)
@@ -15,5 +16,5 @@ else()
 endif()
 
 include(FindPackageHandleStandardArgs)
-find_package_handle_standard_args(onnxruntime REQUIRED_VARS onnxruntime_INCLUDE_DIR
+find_package_handle_standard_args(onnxruntime REQUIRED_VARS onnxruntime_LIBRARY onnxruntime_INCLUDE_DIR
     REASON_FAILURE_MESSAGE "set onnxruntime_ROOT to a folder made by scripts/get-onnxruntime")
