@@ -102,6 +102,7 @@ ExitStatus calibrate(const CalibrateOptions& options, OwnOutput& output, Console
 
 Subcommand addCalibrateCommand(CLI::App& app) {
     const auto options = std::make_shared<CalibrateOptions>();
+    options->run.model.usesCalibration = false;
     CLI::App* const command =
         app.add_subcommand("calibrate", "Measure the ranges of a network's outputs for 8-bit inference");
     command->footer(kExamples);

@@ -19,13 +19,12 @@ bool holdsScores(ModelClass modelClass, const std::string& tensor) {
     return modelClass == ModelClass::kYoloV5Cutoff || segmentationScores.count(tensor) > 0;
 }
 
-/// The decoder takes the zero point off in 8 bits, where any other than 0 would wrap the largest values.
+}  // namespace
+
 bool holdsMaskCoefficients(ModelClass modelClass, const std::string& tensor) {
     static const std::set<std::string> coefficients = {"output2", "output5", "output8"};
     return modelClass == ModelClass::kYoloV8Seg && coefficients.count(tensor) > 0;
 }
-
-}  // namespace
 
 bool takesCalibration(ModelClass modelClass) {
     return modelClass != ModelClass::kYoloV5;

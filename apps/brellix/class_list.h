@@ -20,6 +20,10 @@ class ClassList {
 
     std::string nameOf(int label) const;
 
+    /// By label; empty where nobody named the classes.
+    const std::vector<std::string>& names() const { return names_; }
+    std::size_t count() const { return names_.size(); }
+
     /// \return a sentence if the names do not fit a network of `classNum` classes, else nothing. Having no
     ///         names at all fits.
     std::string mismatchWith(int classNum) const;

@@ -1,7 +1,11 @@
 #include "command_line.h"
 
 #include "calibrate_command.h"
+#include "check_command.h"
+#include "compare_command.h"
 #include "detect_command.h"
+#include "eval_command.h"
+#include "init_command.h"
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -16,12 +20,18 @@ namespace {
 
 constexpr const char* kExamples =
     "Examples:\n"
+    "  brellix init shapes_cut.onnx\n"
+    "  brellix check shapes_cut.yaml\n"
     "  brellix detect shapes.yaml photo.jpg\n"
     "  brellix detect shapes.yaml pictures/ --out annotated --json results.jsonl\n"
+    "  brellix detect shapes.yaml clip.mp4 --out annotated\n"
     "  brellix calibrate shapes.yaml pictures/\n"
+    "  brellix eval shapes.yaml truth.json\n"
+    "  brellix compare float.yaml int8.yaml pictures/\n"
     "\n"
     "brellix COMMAND --help tells more about a command.\n"
-    "Exit status: 0 done, 2 wrong use or bad input, 3 a failure at work.";
+    "Exit status: 0 done, 1 the answer is no (check, init, compare), 2 wrong use or bad input,\n"
+    "3 a failure at work.";
 
 /// The arguments in CLI11's order, the last one first. An argument like "[a,b]" would be taken apart as a
 /// list of two; here it can only be a relative path, which "./[a,b]" is too.
@@ -68,9 +78,11 @@ void describeProgram(CLI::App& app) {
 }  // namespace
 
 ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, Console& console) {
-    CLI::App app("Runs the models of the brellix model zoo on pictures.");
+    CLI::App app("Runs the models of the brellix model zoo on pictures and videos.");
     describeProgram(app);
-    const std::vector<Subcommand> subcommands = {addDetectCommand(app), addCalibrateCommand(app)};
+    const std::vector<Subcommand> subcommands = {addInitCommand(app),   addCheckCommand(app),
+                                                 addDetectCommand(app), addCalibrateCommand(app),
+                                                 addEvalCommand(app),   addCompareCommand(app)};
     try {
         app.parse(argumentsFrom(argc, argv));
     } catch (const CLI::ParseError& error) {

@@ -13,10 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string placeOf(const std::string& path, const YAML::Node& node) {
-    return path + ':' + std::to_string(node.Mark().line + 1);
-}
-
 YAML::Node parse(const std::string& path) {
     try {
         return YAML::LoadFile(path);
@@ -68,9 +64,24 @@ std::string describe(const YAML::Node& node) {
     }
 }
 
+Finding KeyReader::fault(const KeyRule& rule, const std::string& found) const {
+    return {Severity::kError,
+            rule.key,
+            placeOf(rule.key),
+            found,
+            rule.expected,
+            std::string("write for example \"") + rule.example + '"',
+            true};
+}
+
+std::string KeyReader::placeOf(const char* key) const {
+    const YAML::Node node = document_[key];
+    const bool hasLine = node.IsDefined() && !node.Mark().is_null();
+    return hasLine ? path_ + ':' + std::to_string(node.Mark().line + 1) : path_;
+}
+
 void KeyReader::refuse(const KeyRule& rule, const std::string& found) const {
-    throw wrongUse(placeOf(path_, find(rule)) + ": \"" + rule.key + "\" is " + found + ", expected " +
-                   rule.expected + "; write for example \"" + rule.example + '"');
+    throw wrongUse(sentenceOf(fault(rule, found)));
 }
 
 YAML::Node KeyReader::find(const KeyRule& rule) const {

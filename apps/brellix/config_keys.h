@@ -4,6 +4,7 @@
 /// Reading the keys of a configuration, with refusals that say what to write instead.
 
 #include "failure.h"
+#include "finding.h"
 
 #include <yaml-cpp/yaml.h>
 
@@ -50,12 +51,19 @@ class KeyReader {
     /// yaml-cpp converts a null to the text "null".
     bool isNull(const KeyRule& rule) const { return find(rule).IsNull(); }
 
+    /// \return what is wrong with a value that the constructors would take.
+    Finding fault(const KeyRule& rule, const std::string& found) const;
+
+    /// \return the path with the line of the key, or the path alone where the file lacks it.
+    std::string placeOf(const char* key) const;
+
     [[noreturn]] void refuse(const KeyRule& rule, const std::string& found) const;
 
   private:
     YAML::Node find(const KeyRule& rule) const;
 
     const std::string& path_;
+    // Looking a key up in a node that is not constant would add it.
     const YAML::Node& document_;
 };
 

@@ -1,25 +1,10 @@
 #include "detect_run.h"
 
-#include "picture_loop.h"
-#include "picture_reader.h"
+#include "detect_picture.h"
+#include "frame_loop.h"
 
 namespace brellix::app {
 namespace {
-
-using ai_orvo::model::CvModel;
-
-/// Throws `BrokenPicture` and what detection throws.
-PictureResult detectOn(const cv::Mat& picture, const std::string& source, CvModel& model) {
-    PictureResult result;
-    result.source = source;
-    result.picture = picture;
-    model.detect(result.picture, result.objects);
-    result.report = ai_orvo::model::last_run_report();
-    if (result.report.inference_status != 0) {
-        throw engineFailed(result.report.inference_status);
-    }
-    return result;
-}
 
 void addTo(RunTotals& totals, const PictureResult& result) {
     ++totals.pictures;
@@ -31,20 +16,21 @@ void addTo(RunTotals& totals, const PictureResult& result) {
 
 }  // namespace
 
-RunTotals runOverPictures(CvModel& model, cv::Size networkInput, const std::vector<std::string>& sources,
-                          const ResultWriters& writers, Console& console) {
-    RunTotals totals;
-    const auto task = [&](const std::string& source, const cv::Mat& picture) {
-        const PictureResult result = detectOn(picture, source, model);
+void runOverFrames(const DetectRun& run, FrameSource& source, Console& console, RunTotals& totals) {
+    const auto task = [&](const Frame& frame) {
+        PictureResult result = detectOn(frame.picture, frame.id.source, run.model);
+        result.id = frame.id;
+        run.classes.apply(result.objects);
         // The results may go to the same terminal.
         console.hideStatusLine();
-        for (const auto& writer : writers) {
+        for (const auto& writer : run.writers) {
             writer->write(result);
         }
         addTo(totals, result);
     };
-    totals.failed = overPictures(sources, networkInput, console, task);
-    return totals;
+    const LoopOutcome outcome = overFrames(source, run.networkInput, console, task, run.limit);
+    totals.failed = outcome.failed;
+    totals.isStopped = outcome.isStopped;
 }
 
 }  // namespace brellix::app

@@ -1,30 +1,40 @@
 #pragma once
 
 /// \file
-/// One model over many pictures.
+/// One model over many frames.
 
+#include "class_filter.h"
 #include "console.h"
+#include "frame_source.h"
 #include "picture_result.h"
 
 #include <brellix/cv_model.h>
 
 #include <opencv2/core.hpp>
 
+#include <cstddef>
+#include <limits>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace brellix::app {
 
 using ResultWriters = std::vector<std::unique_ptr<ResultWriter>>;
 
-/// Runs `model` over the pictures and hands each result to the writers as soon as it is there.
+/// What is done with the frames.
+struct DetectRun {
+    ai_orvo::model::CvModel& model;
+    cv::Size networkInput;  ///< size of the network's input, for messages
+    const ClassFilter& classes;
+    const ResultWriters& writers;
+    std::size_t limit = std::numeric_limits<std::size_t>::max();  ///< frames to process at most
+};
+
+/// Runs the model over the frames and hands each result to the writers as soon as it is there.
 ///
-/// A picture that cannot be used is reported, counted and passed over; a result that cannot be written ends
+/// A frame that cannot be used is reported, counted and passed over; a result that cannot be written ends
 /// the run with `Failure`.
-/// \param networkInput size of the network's input, for messages.
-RunTotals runOverPictures(ai_orvo::model::CvModel& model, cv::Size networkInput,
-                          const std::vector<std::string>& sources, const ResultWriters& writers,
-                          Console& console);
+/// \param totals counts on, so that it holds what was done also where the run fails.
+void runOverFrames(const DetectRun& run, FrameSource& source, Console& console, RunTotals& totals);
 
 }  // namespace brellix::app

@@ -13,6 +13,7 @@ enum class ExitStatus : int {
     kAnswerIsNo = 1,    ///< the work was done and what was asked does not hold (check, compare)
     kWrongUse = 2,      ///< wrong options, a bad configuration, an input that does not exist
     kFailedAtWork = 3,  ///< a picture that could not be processed, a result that could not be written
+    kStopped = 128,     ///< somebody stopped the run, which ends by the signal (`endBySignal`)
 };
 
 /// Ends the run with `status()`; `what()` says the cause, the place and what to do.

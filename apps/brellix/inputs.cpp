@@ -1,55 +1,49 @@
 #include "inputs.h"
 
 #include "failure.h"
+#include "file_kind.h"
 
 #include <glob.h>
 
 #include <algorithm>
-#include <array>
-#include <cctype>
 #include <filesystem>
 #include <set>
-#include <string_view>
 
 namespace brellix::app {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array<std::string_view, 15> kPictureExtensions = {".bmp", ".dib", ".jp2", ".jpe",  ".jpeg",
-                                                                 ".jpg", ".pbm", ".pgm", ".png",  ".pnm",
-                                                                 ".ppm", ".pxm", ".tif", ".tiff", ".webp"};
-
-bool hasPictureExtension(const fs::path& path) {
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return std::find(kPictureExtensions.begin(), kPictureExtensions.end(), extension) !=
-           kPictureExtensions.end();
-}
-
 bool isHidden(const fs::path& path) {
     return path.filename().string().front() == '.';
 }
 
-bool isPictureFile(const fs::directory_entry& entry) {
-    return !isHidden(entry.path()) && hasPictureExtension(entry.path()) && entry.is_regular_file();
+/// How inputs are expanded.
+struct Expansion {
+    bool recursive;
+    Accepted accepted;
+};
+
+bool isWanted(const fs::directory_entry& entry, Accepted accepted) {
+    const bool isAccepted = hasPictureExtension(entry.path()) ||
+                            (accepted == Accepted::kStreams && hasVideoExtension(entry.path()));
+    return isAccepted && !isHidden(entry.path()) && entry.is_regular_file();
 }
 
-std::vector<std::string> picturesIn(const std::string& folder) {
+std::vector<std::string> picturesIn(const std::string& folder, Accepted accepted) {
     std::vector<std::string> pictures;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        if (isPictureFile(entry)) {
+        if (isWanted(entry, accepted)) {
             pictures.push_back(entry.path().string());
         }
     }
     return pictures;
 }
 
-std::vector<std::string> picturesBelow(const std::string& folder) {
+std::vector<std::string> picturesBelow(const std::string& folder, Accepted accepted) {
     std::vector<std::string> pictures;
     for (auto place = fs::recursive_directory_iterator(folder); place != fs::end(place); ++place) {
-        if (isPictureFile(*place)) {
+        if (isWanted(*place, accepted)) {
             pictures.push_back(place->path().string());
         } else if (place->is_directory() && isHidden(place->path())) {
             place.disable_recursion_pending();
@@ -58,9 +52,10 @@ std::vector<std::string> picturesBelow(const std::string& folder) {
     return pictures;
 }
 
-std::vector<std::string> expandFolder(const std::string& folder, bool recursive) {
+std::vector<std::string> expandFolder(const std::string& folder, Expansion how) {
     try {
-        std::vector<std::string> pictures = recursive ? picturesBelow(folder) : picturesIn(folder);
+        std::vector<std::string> pictures =
+            how.recursive ? picturesBelow(folder, how.accepted) : picturesIn(folder, how.accepted);
         std::sort(pictures.begin(), pictures.end());
         return pictures;
     } catch (const fs::filesystem_error& error) {
@@ -69,7 +64,53 @@ std::vector<std::string> expandFolder(const std::string& folder, bool recursive)
     }
 }
 
-/// \return the names that match, sorted; none where nothing does.
+bool isPattern(const std::string& input) {
+    return input.find_first_of("*?[") != std::string::npos;
+}
+
+std::vector<std::string> expandExisting(const std::string& name, Expansion how) {
+    std::error_code ignored;
+    return fs::is_directory(name, ignored) ? expandFolder(name, how) : std::vector<std::string>{name};
+}
+
+std::vector<std::string> expandPattern(const std::string& pattern, Expansion how) {
+    std::vector<std::string> pictures;
+    for (const std::string& name : matchesOf(pattern)) {
+        const std::vector<std::string> more = expandExisting(name, how);
+        pictures.insert(pictures.end(), more.begin(), more.end());
+    }
+    if (pictures.empty()) {
+        throw wrongUse("input " + pattern + ": nothing matches this pattern");
+    }
+    return pictures;
+}
+
+[[noreturn]] void refuseEmptyFolder(const std::string& folder, Expansion how) {
+    throw wrongUse("input " + folder + ": no pictures" +
+                   (how.accepted == Accepted::kStreams ? " or videos" : "") + " in this folder" +
+                   (how.recursive ? "" : "; --recursive looks into its subfolders too"));
+}
+
+std::vector<std::string> expandInput(const std::string& input, Expansion how) {
+    if (input == kStandardInput && how.accepted == Accepted::kStreams) {
+        return {input};
+    }
+    std::error_code error;
+    if (fs::exists(input, error)) {
+        std::vector<std::string> pictures = expandExisting(input, how);
+        if (pictures.empty()) {
+            refuseEmptyFolder(input, how);
+        }
+        return pictures;
+    }
+    if (isPattern(input)) {
+        return expandPattern(input, how);
+    }
+    throw wrongUse("input " + input + ": " + (error ? error.message() : "no such file or folder"));
+}
+
+}  // namespace
+
 std::vector<std::string> matchesOf(const std::string& pattern) {
     glob_t found{};
     std::vector<std::string> names;
@@ -80,54 +121,11 @@ std::vector<std::string> matchesOf(const std::string& pattern) {
     return names;
 }
 
-bool isPattern(const std::string& input) {
-    return input.find_first_of("*?[") != std::string::npos;
-}
-
-std::vector<std::string> expandExisting(const std::string& name, bool recursive) {
-    std::error_code ignored;
-    return fs::is_directory(name, ignored) ? expandFolder(name, recursive) : std::vector<std::string>{name};
-}
-
-std::vector<std::string> expandPattern(const std::string& pattern, bool recursive) {
-    std::vector<std::string> pictures;
-    for (const std::string& name : matchesOf(pattern)) {
-        const std::vector<std::string> more = expandExisting(name, recursive);
-        pictures.insert(pictures.end(), more.begin(), more.end());
-    }
-    if (pictures.empty()) {
-        throw wrongUse("input " + pattern + ": nothing matches this pattern");
-    }
-    return pictures;
-}
-
-[[noreturn]] void refuseEmptyFolder(const std::string& folder, bool recursive) {
-    throw wrongUse("input " + folder + ": no pictures in this folder" +
-                   (recursive ? "" : "; --recursive looks into its subfolders too"));
-}
-
-std::vector<std::string> expandInput(const std::string& input, bool recursive) {
-    std::error_code error;
-    if (fs::exists(input, error)) {
-        std::vector<std::string> pictures = expandExisting(input, recursive);
-        if (pictures.empty()) {
-            refuseEmptyFolder(input, recursive);
-        }
-        return pictures;
-    }
-    if (isPattern(input)) {
-        return expandPattern(input, recursive);
-    }
-    throw wrongUse("input " + input + ": " + (error ? error.message() : "no such file or folder"));
-}
-
-}  // namespace
-
-InputList expandInputs(const std::vector<std::string>& inputs, bool recursive) {
+InputList expandInputs(const std::vector<std::string>& inputs, bool recursive, Accepted accepted) {
     InputList list;
     std::set<std::string> seen;
     for (const std::string& input : inputs) {
-        for (std::string& picture : expandInput(input, recursive)) {
+        for (std::string& picture : expandInput(input, {recursive, accepted})) {
             // Two spellings of one path are one picture; a link beside its target is a picture of its own.
             if (seen.insert(fs::absolute(picture).lexically_normal().string()).second) {
                 list.pictures.push_back(std::move(picture));

@@ -14,12 +14,25 @@ struct InputList {
     std::size_t repeated = 0;           ///< pictures that were named more than once, and are listed once
 };
 
+/// The input that stands for standard input.
+inline constexpr const char* kStandardInput = "-";
+
+/// What the inputs may be besides pictures.
+enum class Accepted {
+    kPictures,
+    kStreams  ///< videos, which folders then give, too; cameras; "-" for standard input
+};
+
 /// Expands files, folders and glob patterns.
 ///
-/// A folder gives the files in it that have a picture's extension, hidden ones left out; with `recursive`
+/// A folder gives the files in it that have an accepted extension, hidden ones left out; with `recursive`
 /// those of its subfolders too (links to folders are not followed). A file that is named itself is taken
 /// whatever its extension. A name that exists is never read as a pattern.
 /// Throws `Failure` for an input that gives no picture.
-InputList expandInputs(const std::vector<std::string>& inputs, bool recursive);
+InputList expandInputs(const std::vector<std::string>& inputs, bool recursive,
+                       Accepted accepted = Accepted::kPictures);
+
+/// \return the names that the pattern matches, sorted; none where nothing does.
+std::vector<std::string> matchesOf(const std::string& pattern);
 
 }  // namespace brellix::app

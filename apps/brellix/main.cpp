@@ -1,4 +1,5 @@
 #include "command_line.h"
+#include "stop_request.h"
 
 #include <exception>
 
@@ -26,5 +27,9 @@ ExitStatus run(int argc, const char* const* argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return static_cast<int>(run(argc, argv));
+    const ExitStatus status = run(argc, argv);
+    if (status == ExitStatus::kStopped) {
+        brellix::app::endBySignal(brellix::app::StopRequest::signal());
+    }
+    return static_cast<int>(status);
 }

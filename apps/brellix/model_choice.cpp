@@ -1,18 +1,14 @@
 #include "model_choice.h"
 
 #include "failure.h"
+#include "network_recognition.h"
+#include "prepare_hint.h"
 #include "text.h"
-
-#include <network_description.h>
-#include <network_file.h>
-#include <refusal.h>
 
 #include <vector>
 
 namespace brellix::app {
 namespace {
-
-namespace engine = ai_orvo::alg::common;
 
 constexpr const char* kSayIt = "say it with the key \"model\" or with --model, one of: ";
 
@@ -33,39 +29,70 @@ ModelClass findModelClass(const std::string& name, const std::string& origin) {
     return *found;
 }
 
-std::vector<std::string> outputNames(const std::string& networkPath) {
-    try {
-        onnx::ModelProto model = engine::readNetworkFile(networkPath);
-        std::vector<std::string> names;
-        for (const engine::TensorDescription& output : engine::describeNetwork(model, networkPath).outputs) {
-            names.push_back(output.name);
-        }
-        return names;
-    } catch (const engine::Refusal& refusal) {
-        throw wrongUse(networkPath + ": the model class cannot be guessed: " + refusal.what() + "; or " +
+std::vector<std::string> outputNames(const NetworkFacts& network) {
+    std::vector<std::string> names;
+    for (const ai_orvo::alg::common::TensorDescription& output : network.description.outputs) {
+        names.push_back(output.name);
+    }
+    return names;
+}
+
+/// What to do with a network whose outputs belong to no class.
+std::string fixFor(const NetworkFacts& network) {
+    const std::string sayIt = kSayIt + joined(modelClassNames());
+    const Recognition recognition = recognise(network);
+    const std::string what = std::string("this is ") + describe(recognition.kind) + ": ";
+    const std::string command =
+        "prepare it with " + prepareCommand(network.path, PreparedForm::kAsFound, openInputSize(network));
+    switch (recognition.kind) {
+        case NetworkKind::kUnknown:
+            return "export a network that one of them decodes, or " + sayIt;
+        case NetworkKind::kSegmentationExport:
+            return what + command;
+        case NetworkKind::kFused:
+            return what + command + ", or " + sayIt;
+        default:
+            return what + sayIt;
+    }
+}
+
+Finding cannotGuess(const std::string& configPath, const NetworkFacts& network) {
+    const std::vector<std::string> outputs = outputNames(network);
+    return {Severity::kError,
+            "model",
+            configPath,
+            "missing, and the model class cannot be guessed: no class has the " +
+                counted(outputs.size(), "output") + " of " + network.path + ": " + joined(outputs),
+            "a network that a class decodes, or the name of the class",
+            fixFor(network),
+            true};
+}
+
+void requireReadable(const NetworkFacts& network) {
+    if (network.format != NetworkFormat::kOnnx) {
+        throw wrongUse(network.path + ": the model class cannot be guessed: " + network.reason + "; or " +
                        kSayIt + joined(modelClassNames()));
     }
 }
 
-ModelClass guessModelClass(const std::string& networkPath) {
-    const std::vector<std::string> outputs = outputNames(networkPath);
-    const std::optional<ModelClass> guess = modelClassWithOutputs(outputs);
+std::optional<ModelClass> guessModelClass(const std::string& configPath, const NetworkFacts& network,
+                                          Findings& findings) {
+    requireReadable(network);
+    const std::optional<ModelClass> guess = modelClassWithOutputs(outputNames(network));
     if (!guess) {
-        throw wrongUse(networkPath + ": the model class cannot be guessed: no class has these " +
-                       counted(outputs.size(), "output") + ": " + joined(outputs) + "; " + kSayIt +
-                       joined(modelClassNames()));
+        findings.push_back(cannotGuess(configPath, network));
     }
-    return *guess;
+    return guess;
 }
 
 }  // namespace
 
-ModelClass chooseModelClass(const ModelChoice& choice, const std::string& configPath,
-                            const std::string& networkPath) {
+std::optional<ModelClass> chooseModelClass(const ModelChoice& choice, const std::string& configPath,
+                                           const NetworkFacts& network, Findings& findings) {
     if (!choice.inConfig.empty()) {
         return findModelClass(choice.inConfig, configPath);
     }
-    return choice.inArguments.empty() ? guessModelClass(networkPath)
+    return choice.inArguments.empty() ? guessModelClass(configPath, network, findings)
                                       : findModelClass(choice.inArguments, "--model");
 }
 

@@ -3,8 +3,11 @@
 /// \file
 /// Which model class a configuration is for.
 
+#include "finding.h"
 #include "model_class.h"
+#include "network_facts.h"
 
+#include <optional>
 #include <string>
 
 namespace brellix::app {
@@ -15,9 +18,12 @@ struct ModelChoice {
     std::string inArguments;  ///< the option --model
 };
 
-/// \return the class that the configuration names, else the option, else what the network's outputs say.
-/// Throws `Failure` for an unknown name, and where the outputs belong to no class.
-ModelClass chooseModelClass(const ModelChoice& choice, const std::string& configPath,
-                            const std::string& networkPath);
+/// \param findings receives an error where nobody names a class and the outputs belong to none.
+/// \return the class that the configuration names, else the option, else what the network's outputs say;
+///         nothing after that error.
+/// Throws `Failure` for an unknown name, and where the class has to be guessed from a network that cannot be
+/// read.
+std::optional<ModelClass> chooseModelClass(const ModelChoice& choice, const std::string& configPath,
+                                           const NetworkFacts& network, Findings& findings);
 
 }  // namespace brellix::app

@@ -1,5 +1,8 @@
 #include "model_class.h"
 
+#include <yolov5_cutoff/tensor_tables.h>
+#include <yolov8_seg/tensor_tables.h>
+
 #include <algorithm>
 #include <array>
 #include <set>
@@ -16,16 +19,10 @@ constexpr std::array<NamedClass, 3> kModelClasses = {{{ModelClass::kYoloV5, "yol
                                                       {ModelClass::kYoloV5Cutoff, "yolov5_cutoff"},
                                                       {ModelClass::kYoloV8Seg, "yolov8_seg"}}};
 
-const std::set<std::string>& cutoffOutputs() {
-    static const std::set<std::string> names = {"/model.24/m.0/Conv_output_0", "/model.24/m.1/Conv_output_0",
-                                                "/model.24/m.2/Conv_output_0"};
-    return names;
-}
-
-const std::set<std::string>& segmentationOutputs() {
-    static const std::set<std::string> names = {"output0", "output1", "output2", "output3", "output4",
-                                                "output5", "output6", "output7", "output8", "proto"};
-    return names;
+/// \return whether the names are these, in any order.
+template <class Expected>
+bool areExactly(const std::set<std::string>& names, const Expected& expected) {
+    return names == std::set<std::string>(std::begin(expected), std::end(expected));
 }
 
 }  // namespace
@@ -56,10 +53,10 @@ std::optional<ModelClass> modelClassWithOutputs(const std::vector<std::string>& 
     if (outputs.size() == 1) {
         return ModelClass::kYoloV5;
     }
-    if (names == cutoffOutputs()) {
+    if (areExactly(names, ai_orvo::model::kCutOutputs)) {
         return ModelClass::kYoloV5Cutoff;
     }
-    if (names == segmentationOutputs()) {
+    if (areExactly(names, ai_orvo::model::kSegOutputs)) {
         return ModelClass::kYoloV8Seg;
     }
     return std::nullopt;

@@ -18,8 +18,8 @@ constexpr std::int64_t kCoarsestStride = 32;
 
 constexpr KeyRule kModelRule = {"model", "the name of a model class", "model: yolov5"};
 constexpr KeyRule kModelPathRule = {"model_path", "the path of the network file", "model_path: network.onnx"};
-constexpr KeyRule kConfRule = {"conf_thres", "a number, usually 0 to 1", "conf_thres: 0.25"};
-constexpr KeyRule kNmsRule = {"nms_thres", "a number, usually 0 to 1", "nms_thres: 0.65"};
+constexpr KeyRule kConfRule = {"conf_thres", "a number from 0 to 1", "conf_thres: 0.25"};
+constexpr KeyRule kNmsRule = {"nms_thres", "a number from 0 to 1", "nms_thres: 0.65"};
 constexpr KeyRule kClassNumRule = {"class_num", "a whole number of at least 0", "class_num: 80"};
 constexpr KeyRule kInputSizeRule = {
     "input_size", "the width and height of the network input, multiples of 32", "input_size: [640, 640]"};
@@ -46,11 +46,15 @@ void overrideThreshold(const KeyRule& rule, std::optional<float> value, ModelCon
     }
 }
 
-float readThreshold(const KeyReader& keys, const KeyRule& rule, std::vector<std::string>& warnings) {
+/// The constructors take any number. \param isOption whether it comes from the command line.
+float readThreshold(const KeyReader& keys, const KeyRule& rule, bool isOption, Findings& findings) {
     const auto value = keys.read<float>(rule);
     if (!(value >= 0.0F && value <= 1.0F)) {
-        warnings.push_back(std::string(rule.key) + " is " + fixed(static_cast<double>(value), 3) +
-                           ", outside 0 to 1: then either everything passes it or nothing does");
+        Finding finding = keys.fault(rule, fixed(static_cast<double>(value), 3));
+        finding.severity = Severity::kWarning;
+        finding.fix = "outside of it either everything passes or nothing does";
+        finding.where = isOption ? "the command line" : finding.where;
+        findings.push_back(finding);
     }
     return value;
 }
@@ -74,14 +78,17 @@ bool tensorsAreCountable(std::int64_t width, std::int64_t height, std::int64_t c
     return candidates <= kMost / (classNum + 5);
 }
 
-cv::Size readInputSize(const KeyReader& keys, int classNum) {
+cv::Size readInputSize(const KeyReader& keys, int classNum, Findings& findings) {
     const auto size = keys.read<std::vector<std::int64_t>>(kInputSizeRule);
     if (size.size() < 2) {
         keys.refuse(kInputSizeRule, "a list of " + counted(size.size(), "element"));
     }
     const std::string found = std::to_string(size[0]) + " x " + std::to_string(size[1]);
-    if (size[0] <= 0 || size[1] <= 0 || size[0] % kCoarsestStride != 0 || size[1] % kCoarsestStride != 0) {
+    if (size[0] <= 0 || size[1] <= 0) {
         keys.refuse(kInputSizeRule, found);
+    }
+    if (size[0] % kCoarsestStride != 0 || size[1] % kCoarsestStride != 0) {
+        findings.push_back(keys.fault(kInputSizeRule, found));
     }
     if (!tensorsAreCountable(size[0], size[1], classNum)) {
         keys.refuse(kInputSizeRule,
@@ -121,45 +128,69 @@ void locateNetwork(const KeyReader& keys, ModelConfig& config) {
     requireReadableFile(config.networkPath, "network");
 }
 
-void checkFramework(const KeyReader& keys) {
-    const auto framework = keys.read<std::string>(kFrameworkRule);
+void readFramework(const KeyReader& keys, CheckedConfig& checked) {
+    checked.config.framework = keys.read<std::string>(kFrameworkRule);
+    const std::string& framework = checked.config.framework;
     if (framework != "TensorRT" && framework != "RKNN" && framework != "ONNX") {
-        keys.refuse(kFrameworkRule, '"' + framework + '"');
+        checked.findings.push_back(keys.fault(kFrameworkRule, '"' + framework + '"'));
     }
 }
 
 /// What the segmentation model reads or needs beyond the detectors.
-void checkSegmentationKeys(const KeyReader& keys, ModelConfig& config) {
-    checkFramework(keys);
-    config.isQuantized = keys.read<bool>(kIsQuantizedRule);
+void readSegmentationKeys(const KeyReader& keys, CheckedConfig& checked) {
+    readFramework(keys, checked);
+    checked.config.isQuantized = keys.read<bool>(kIsQuantizedRule);
     // Any other shape works until something is found, and raises OpenCV's error then.
-    if (config.inputSize.width != config.inputSize.height) {
-        keys.refuse(kSquareInputSizeRule,
-                    std::to_string(config.inputSize.width) + " x " + std::to_string(config.inputSize.height));
+    const cv::Size size = checked.config.inputSize;
+    if (size.width != size.height) {
+        checked.findings.push_back(keys.fault(
+            kSquareInputSizeRule, std::to_string(size.width) + " x " + std::to_string(size.height)));
     }
+}
+
+void chooseClass(const ModelRequest& request, CheckedConfig& checked) {
+    const std::optional<ModelClass> modelClass = chooseModelClass(
+        {checked.config.model, request.modelClass}, checked.config.path, checked.network, checked.findings);
+    if (!checked.config.model.empty() && !request.modelClass.empty() &&
+        checked.config.model != request.modelClass) {
+        checked.findings.push_back({Severity::kWarning, "model class", "the command line",
+                                    "--model " + request.modelClass + " is not used: " + checked.config.path +
+                                        " says model: " + checked.config.model,
+                                    "", ""});
+    }
+    checked.modelClassIsKnown = modelClass.has_value();
+    checked.config.modelClass = modelClass.value_or(ModelClass::kYoloV5);
+}
+
+void readSharedKeys(const KeyReader& keys, const ModelRequest& request, CheckedConfig& checked) {
+    ModelConfig& config = checked.config;
+    Findings& findings = checked.findings;
+    config.model = readModel(keys);
+    requireModelPath(keys);
+    config.confThreshold = readThreshold(keys, kConfRule, request.confThreshold.has_value(), findings);
+    config.nmsThreshold = readThreshold(keys, kNmsRule, request.nmsThreshold.has_value(), findings);
+    config.classNum = readClassNum(keys);
+    config.inputSize = readInputSize(keys, config.classNum, findings);
 }
 
 }  // namespace
 
-ModelConfig checkModelConfig(const ModelRequest& request) {
-    ModelConfig config;
+CheckedConfig checkModelConfig(const ModelRequest& request) {
+    CheckedConfig checked;
+    ModelConfig& config = checked.config;
     config.path = request.config;
     config.document = loadDocument(config.path, kModelPathRule.example);
     overrideThreshold(kConfRule, request.confThreshold, config);
     overrideThreshold(kNmsRule, request.nmsThreshold, config);
     const KeyReader keys(config.path, config.document);
-    config.model = readModel(keys);
-    requireModelPath(keys);
-    config.confThreshold = readThreshold(keys, kConfRule, config.warnings);
-    config.nmsThreshold = readThreshold(keys, kNmsRule, config.warnings);
-    config.classNum = readClassNum(keys);
-    config.inputSize = readInputSize(keys, config.classNum);
+    readSharedKeys(keys, request, checked);
     locateNetwork(keys, config);
-    config.modelClass = chooseModelClass({config.model, request.modelClass}, config.path, config.networkPath);
-    if (config.modelClass == ModelClass::kYoloV8Seg) {
-        checkSegmentationKeys(keys, config);
+    checked.network = readNetworkFacts(config.networkPath);
+    chooseClass(request, checked);
+    if (checked.config.modelClass == ModelClass::kYoloV8Seg) {
+        readSegmentationKeys(keys, checked);
     }
-    return config;
+    return checked;
 }
 
 }  // namespace brellix::app

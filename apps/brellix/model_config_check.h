@@ -7,14 +7,15 @@
 /// work, or by ending the process with status 0. So everything that can be known beforehand is checked
 /// here, and said in words that tell what to write instead.
 
+#include "finding.h"
 #include "model_class.h"
+#include "network_facts.h"
 
 #include <yaml-cpp/yaml.h>
 #include <opencv2/core.hpp>
 
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace brellix::app {
 
@@ -24,9 +25,10 @@ struct ModelRequest {
     std::string modelClass;              ///< the option --model; empty for none
     std::optional<float> confThreshold;  ///< in place of "conf_thres"
     std::optional<float> nmsThreshold;   ///< in place of "nms_thres"
+    bool usesCalibration = true;         ///< false: the file beside the network has no say
 };
 
-/// A configuration that the constructors will accept.
+/// The values of a configuration, each of a kind that the constructors read.
 struct ModelConfig {
     std::string path;     ///< of the configuration file, as given
     YAML::Node document;  ///< its content, with the thresholds that were asked for instead
@@ -39,12 +41,21 @@ struct ModelConfig {
     float nmsThreshold = 0.0F;
     cv::Size inputSize;  ///< of the network, in pixels
     int classNum = 0;
-    bool isQuantized = false;           ///< the key "is_quantized" of the segmentation model
-    std::vector<std::string> warnings;  ///< what is allowed but hardly meant
+    std::string framework;     ///< of the segmentation model
+    bool isQuantized = false;  ///< likewise
 };
 
-/// Reads and checks the file of `request`. Throws `Failure` (wrong use) that names the file, the line, the
-/// key, what was found, what was expected, and an example.
-ModelConfig checkModelConfig(const ModelRequest& request);
+/// A configuration with what was found out while it was read.
+struct CheckedConfig {
+    ModelConfig config;
+    NetworkFacts network;
+    bool modelClassIsKnown = true;  ///< false: an error among `findings` says why
+    Findings findings;              ///< values that a model cannot work with, or hardly
+};
+
+/// Reads the file of `request` and the network that it names. Throws `Failure` (wrong use) that names the
+/// file, the line, the key, what was found, what was expected, and an example, for a file that no model can
+/// be built from.
+CheckedConfig checkModelConfig(const ModelRequest& request);
 
 }  // namespace brellix::app

@@ -20,8 +20,14 @@ inline BrokenPicture engineFailed(int status) {
     return BrokenPicture("the engine failed (code " + std::to_string(status) + ")");
 }
 
+/// Throws `BrokenPicture` with the reason where `path` names no regular file with something in it.
+void refuseWhatIsNoReadableFile(const std::string& path);
+
 /// \return the picture as 8-bit BGR, turned upright as its EXIF orientation says.
 /// Throws `BrokenPicture` with the reason (without the path).
 cv::Mat readPicture(const std::string& path);
+
+/// The same from the bytes of a file.
+cv::Mat decodePicture(const std::string& bytes);
 
 }  // namespace brellix::app

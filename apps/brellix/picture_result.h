@@ -3,6 +3,8 @@
 /// \file
 /// What came out of one picture, what came out of all of them, and the interface of what presents it.
 
+#include "frame.h"
+
 #include <brellix/cv_model.h>
 #include <brellix/run_report.h>
 
@@ -15,15 +17,17 @@
 namespace brellix::app {
 
 struct PictureResult {
-    std::string source;  ///< path of the picture
-    cv::Mat picture;     ///< its pixels, BGR
+    FrameId id;
+    cv::Mat picture;  ///< its pixels, BGR
     std::vector<ai_orvo::model::Object> objects;
     ai_orvo::model::RunReport report;  ///< the times of the stages
 };
 
 struct RunTotals {
-    std::size_t pictures = 0;  ///< that were processed
-    std::size_t failed = 0;    ///< that were not
+    std::string noun = "picture";  ///< what is counted: "frame" where videos or streams are among them
+    std::size_t pictures = 0;      ///< that were processed
+    std::size_t failed = 0;        ///< that were not
+    bool isStopped = false;        ///< somebody asked for the end before all were done
     std::size_t objects = 0;
     double preMs = 0.0;  ///< sums over the processed ones
     double inferMs = 0.0;

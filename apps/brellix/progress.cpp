@@ -2,6 +2,7 @@
 
 #include "text.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace brellix::app {
@@ -20,18 +21,36 @@ std::string durationText(double seconds) {
 
 }  // namespace
 
-std::string progressText(std::size_t done, std::size_t total, double seconds) {
-    std::string text = std::to_string(done) + '/' + counted(total, "picture");
+std::string progressText(std::size_t done, std::optional<std::size_t> total, const std::string& noun,
+                         double seconds) {
+    std::string text = total ? std::to_string(done) + '/' + counted(*total, noun) : counted(done, noun);
     if (done == 0 || seconds <= 0.0) {
         return text;
     }
     const double rate = static_cast<double>(done) / seconds;
-    const double secondsLeft = static_cast<double>(total - done) / rate;
-    return text + ", " + fixed(rate, 1) + " a second, " + durationText(secondsLeft) + " left";
+    text += ", " + fixed(rate, 1) + " a second";
+    if (total) {
+        const double left = static_cast<double>(*total - std::min(*total, done));
+        text += ", " + durationText(left / rate) + " left";
+    }
+    return text;
 }
 
-std::string Progress::text() const {
-    return progressText(done_, total_, std::chrono::duration<double>(Clock::now() - start_).count());
+void Progress::follow(const FrameId& frame) {
+    const std::string source = frame.origin == FrameOrigin::kPicture ? std::string() : frame.source;
+    if (source != source_) {
+        *this = Progress();
+        source_ = source;
+    }
+}
+
+std::string Progress::text(std::optional<std::size_t> total, std::size_t limit) const {
+    if (total && *total > done_ && *total - done_ > limit) {
+        total = done_ + limit;
+    }
+    const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+    return source_.empty() ? progressText(done_, total, "picture", seconds)
+                           : source_ + ": " + progressText(done_, total, "frame", seconds);
 }
 
 }  // namespace brellix::app

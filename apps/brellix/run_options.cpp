@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "inputs.h"
+#include "network_check.h"
 #include "text.h"
 
 #include <CLI/Validators.hpp>
@@ -16,12 +17,43 @@ Verbosity verbosityOf(const VerbosityOptions& options) {
     return options.quiet ? Verbosity::kQuiet : options.verbose ? Verbosity::kVerbose : Verbosity::kNormal;
 }
 
+/// Throws `Failure` for the last error, after the others were said.
+void stopForErrors(const Findings& findings, Console& console) {
+    std::string last;
+    for (const Finding& finding : findings) {
+        if (finding.severity == Severity::kError) {
+            if (!last.empty()) {
+                console.error(last);
+            }
+            last = sentenceOf(finding);
+        }
+    }
+    if (!last.empty()) {
+        throw wrongUse(last);
+    }
+}
+
+void sayFindings(const Findings& findings, Console& console) {
+    stopForErrors(findings, console);
+    for (const Finding& finding : findings) {
+        if (finding.severity == Severity::kWarning) {
+            console.warning(sentenceOf(finding));
+        } else if (finding.severity == Severity::kNote) {
+            console.detail(sentenceOf(finding));
+        }
+    }
+}
+
 }  // namespace
+
+void addModelClassOption(CLI::App& command, std::string& modelClass) {
+    command.add_option("--model", modelClass, "Model class, where the configuration has no key \"model\"")
+        ->check(CLI::IsMember(modelClassNames()));
+}
 
 void addModelOptions(CLI::App& command, ModelRequest& request) {
     command.add_option("CONFIG", request.config, "Model configuration (YAML)")->required()->type_name("");
-    command.add_option("--model", request.modelClass, "Model class, where CONFIG has no key \"model\"")
-        ->check(CLI::IsMember(modelClassNames()));
+    addModelClassOption(command, request.modelClass);
 }
 
 void addThresholdOptions(CLI::App& command, ModelRequest& request) {
@@ -31,12 +63,12 @@ void addThresholdOptions(CLI::App& command, ModelRequest& request) {
         ->type_name("NUMBER");
 }
 
-void addInputOptions(CLI::App& command, InputOptions& options) {
-    command
+CLI::Option* addInputOptions(CLI::App& command, InputOptions& options) {
+    command.add_flag("-r,--recursive", options.recursive, "Look into the subfolders of folders, too");
+    return command
         .add_option("INPUT", options.inputs, "Picture files, folders, or quoted patterns like 'cam?/*.png'")
         ->required()
         ->type_name("");
-    command.add_flag("-r,--recursive", options.recursive, "Look into the subfolders of folders, too");
 }
 
 void addVerbosityOptions(CLI::App& command, VerbosityOptions& options) {
@@ -54,25 +86,20 @@ void applyVerbosity(const VerbosityOptions& options, OwnOutput& output, Console&
 }
 
 ModelConfig loadConfig(const ModelRequest& request, Console& console) {
-    ModelConfig config = checkModelConfig(request);
-    for (const std::string& warning : config.warnings) {
-        console.warning(config.path + ": " + warning);
-    }
-    if (!config.model.empty() && !request.modelClass.empty() && config.model != request.modelClass) {
-        console.warning("--model " + request.modelClass + " is not used: " + config.path +
-                        " says model: " + config.model);
-    }
+    CheckedConfig checked = checkModelConfig(request);
+    const ModelConfig& config = checked.config;
+    sayFindings(checkNetwork(checked, request.usesCalibration).findings, console);
     if (config.networkIsBesideFile) {
         console.detail("network: " + config.networkPath + " (found beside the configuration)");
     }
     console.detail("model class: " + nameOf(config.modelClass));
-    return config;
+    return std::move(checked.config);
 }
 
-std::vector<std::string> loadInputs(const InputOptions& options, Console& console) {
-    InputList list = expandInputs(options.inputs, options.recursive);
+std::vector<std::string> loadInputs(const InputOptions& options, Console& console, Accepted accepted) {
+    InputList list = expandInputs(options.inputs, options.recursive, accepted);
     if (list.repeated > 0) {
-        console.note(counted(list.repeated, "picture") + " given more than once, processed once");
+        console.note(counted(list.repeated, "input") + " given more than once, processed once");
     }
     return std::move(list.pictures);
 }

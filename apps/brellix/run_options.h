@@ -4,6 +4,7 @@
 /// Options that several subcommands have, and what they stand for.
 
 #include "console.h"
+#include "inputs.h"
 #include "model_config_check.h"
 #include "own_output.h"
 
@@ -31,6 +32,9 @@ struct RunOptions {
     VerbosityOptions verbosity;
 };
 
+/// --model.
+void addModelClassOption(CLI::App& command, std::string& modelClass);
+
 /// CONFIG and --model.
 void addModelOptions(CLI::App& command, ModelRequest& request);
 
@@ -38,7 +42,8 @@ void addModelOptions(CLI::App& command, ModelRequest& request);
 void addThresholdOptions(CLI::App& command, ModelRequest& request);
 
 /// INPUT and --recursive.
-void addInputOptions(CLI::App& command, InputOptions& options);
+/// \return INPUT, which is required.
+CLI::Option* addInputOptions(CLI::App& command, InputOptions& options);
 
 /// --quiet and --verbose.
 void addVerbosityOptions(CLI::App& command, VerbosityOptions& options);
@@ -46,11 +51,14 @@ void addVerbosityOptions(CLI::App& command, VerbosityOptions& options);
 /// Makes the console, and the library's own lines, as loud as the options say.
 void applyVerbosity(const VerbosityOptions& options, OwnOutput& output, Console& console);
 
+/// Compares the configuration with its network, as `brellix check` does, but for asking the engine, which
+/// the model's constructor does at once. Throws `Failure` where they do not fit.
 /// \return the checked configuration; what is allowed but hardly meant goes to the console.
 ModelConfig loadConfig(const ModelRequest& request, Console& console);
 
-/// \return the pictures that the inputs stand for.
-std::vector<std::string> loadInputs(const InputOptions& options, Console& console);
+/// \return the pictures, or what else is accepted, that the inputs stand for.
+std::vector<std::string> loadInputs(const InputOptions& options, Console& console,
+                                    Accepted accepted = Accepted::kPictures);
 
 /// Creating a file for the results must not be what destroys the inputs.
 /// Throws `Failure` where `target`, which the option `option` names, is one of them.

@@ -11,6 +11,7 @@ namespace {
 // One very long path must not push the numbers of all rows off the screen; its own row is just longer.
 constexpr std::size_t kWidestPicture = 100;
 constexpr std::size_t kWidestName = 24;
+constexpr std::size_t kRoomForFrameNumber = 99999;
 constexpr std::size_t kProbabilityWidth = 11;
 constexpr std::size_t kNumberWidth = 6;
 constexpr std::string_view kGap = "  ";
@@ -44,10 +45,11 @@ std::string meanTimes(const RunTotals& totals) {
 
 }  // namespace
 
-TableLayout tableLayout(const std::vector<std::string>& sources, const ClassList& classes) {
+TableLayout tableLayout(const std::vector<FrameId>& sources, const ClassList& classes) {
     std::size_t longest = std::string_view("picture").size();
-    for (const std::string& source : sources) {
-        longest = std::max(longest, displayWidth(source));
+    for (FrameId source : sources) {
+        source.number = kRoomForFrameNumber;
+        longest = std::max(longest, displayWidth(displayName(source)));
     }
     const std::size_t heading = std::string_view("object").size();
     return {std::min(longest, kWidestPicture), classes.longestName(heading, kWidestName)};
@@ -59,20 +61,21 @@ std::string tableHead(const TableLayout& layout) {
 
 std::string tableRows(const TableLayout& layout, const PictureResult& result, const ClassList& classes) {
     if (result.objects.empty()) {
-        return padRight(printable(result.source), layout.picture) + std::string(kGap) + "nothing found\n";
+        return padRight(printable(displayName(result.id)), layout.picture) + std::string(kGap) +
+               "nothing found\n";
     }
     std::string rows;
     for (const ai_orvo::model::Object& object : result.objects) {
-        rows += row(layout, result.source, classes.nameOf(object.label),
+        rows += row(layout, displayName(result.id), classes.nameOf(object.label),
                     fixed(static_cast<double>(object.prob) * 100.0, 1) + " %", boxColumns(object.rect));
     }
     return rows;
 }
 
 std::string tableSummary(const RunTotals& totals) {
-    std::string text = counted(totals.pictures, "picture") + ", " + counted(totals.objects, "object");
+    std::string text = counted(totals.pictures, totals.noun) + ", " + counted(totals.objects, "object");
     if (totals.failed > 0) {
-        text += ", " + counted(totals.failed, "picture") + " failed";
+        text += ", " + counted(totals.failed, totals.noun) + " failed";
     }
     if (totals.pictures > 0) {
         text += "; " + meanTimes(totals);
@@ -80,7 +83,7 @@ std::string tableSummary(const RunTotals& totals) {
     return text + '\n';
 }
 
-TableWriter::TableWriter(Sink& sink, const ClassList& classes, const std::vector<std::string>& sources)
+TableWriter::TableWriter(Sink& sink, const ClassList& classes, const std::vector<FrameId>& sources)
     : sink_(sink), classes_(classes), layout_(tableLayout(sources, classes)) {}
 
 void TableWriter::write(const PictureResult& result) {

@@ -19,7 +19,8 @@ struct TableLayout {
     std::size_t name;
 };
 
-TableLayout tableLayout(const std::vector<std::string>& sources, const ClassList& classes);
+/// \param sources those that are known beforehand.
+TableLayout tableLayout(const std::vector<FrameId>& sources, const ClassList& classes);
 
 std::string tableHead(const TableLayout& layout);
 
@@ -32,7 +33,7 @@ std::string tableSummary(const RunTotals& totals);
 class TableWriter : public ResultWriter {
   public:
     /// `sink` and `classes` outlive the writer.
-    TableWriter(Sink& sink, const ClassList& classes, const std::vector<std::string>& sources);
+    TableWriter(Sink& sink, const ClassList& classes, const std::vector<FrameId>& sources);
 
     void write(const PictureResult& result) override;
     void finish(const RunTotals& totals) override;

@@ -2,11 +2,11 @@
 
 #include "brellix/nms.h"
 #include "common/framework.h"
-#include "common/numeric.h"
 #include "common/run_report.h"
 #include "common/tensors.h"
 #include "yolov5/decode.h"
 #include "yolov5/model_config.h"
+#include "yolov5/tensor_tables.h"
 
 #include <iostream>
 #include <locale>
@@ -15,26 +15,10 @@
 namespace ai_orvo::model {
 namespace {
 
-constexpr const char* kInputName = "image";
-constexpr const char* kOutputName = "output0";
-constexpr std::int64_t kAnchorsPerCell = 3;
-constexpr std::int64_t kBoxAndObjectness = 5;
-
-int countCandidates(const cv::Size& inputSize, const int (&strides)[3]) {
-    std::int64_t cells = 0;
-    for (const int stride : strides) {
-        cells += static_cast<std::int64_t>(inputSize.width / stride) * (inputSize.height / stride);
-    }
-    return narrowToInt(kAnchorsPerCell * cells);
-}
-
 /// Derives what follows from the settings, tells the engine the tensors and lets it load the network.
 void registerTensorsAndInit(YOLOv5& model) {
     model.num_candidates = countCandidates(model.input_size, model.strides);
-    model.config.input_sizes[kInputName] =
-        wrappingProduct(3, model.input_size.width, model.input_size.height);
-    model.config.output_sizes[kOutputName] =
-        wrappingProduct(model.class_num + kBoxAndObjectness, model.num_candidates);
+    registerFusedTensors(model.input_size, model.num_candidates, model.class_num, model.config);
     initEngine(model.engine, model.config);
 }
 
@@ -85,8 +69,8 @@ void YOLOv5::detect(const cv::Mat& image, std::vector<Object>& objects) {
 
     TensorMap inputs;
     TensorMap outputs;
-    inputs[kInputName] = planarFloatTensor(letterboxed, ChannelOrder::kRgb);
-    outputs[kOutputName] = sizedTensor(config.output_sizes[kOutputName], sizeof(float));
+    inputs[kFusedInput] = planarFloatTensor(letterboxed, ChannelOrder::kRgb);
+    outputs[kFusedOutput] = sizedTensor(config.output_sizes[kFusedOutput], sizeof(float));
     clock.preprocessed();
     clock.infer(engine, inputs, outputs);
     postprocess(outputs, objects);
@@ -95,7 +79,7 @@ void YOLOv5::detect(const cv::Mat& image, std::vector<Object>& objects) {
 
 void YOLOv5::postprocess(TensorMap& outputs, std::vector<Object>& objects) {
     objects.clear();
-    const AIBuff& output = outputs[kOutputName];
+    const AIBuff& output = outputs[kFusedOutput];
     printLetterbox(letterbox_info);
     decodeFusedOutput(output, {letterbox_info, conf_thres, class_num, num_candidates}, objects);
     nms(objects, nms_thres);

@@ -85,7 +85,7 @@ bool fits(const ByteView& bytes, const HeadLayout& layout) {
         return false;
     }
     const std::size_t area = static_cast<std::size_t>(layout.gridW) * static_cast<std::size_t>(layout.gridH);
-    const std::size_t channels = kAnchorsPerHead * static_cast<std::size_t>(layout.channelsPerAnchor);
+    const std::size_t channels = kCutAnchorsPerHead * static_cast<std::size_t>(layout.channelsPerAnchor);
     return bytes.size() / channels >= area;
 }
 
@@ -124,7 +124,7 @@ int decodeHead(const AIBuff& output, const HeadLayout& layout, const HeadDecodin
     }
     const std::size_t area = static_cast<std::size_t>(layout.gridW) * static_cast<std::size_t>(layout.gridH);
     int passed = 0;
-    for (int anchor = 0; anchor < kAnchorsPerHead; ++anchor) {
+    for (int anchor = 0; anchor < kCutAnchorsPerHead; ++anchor) {
         const std::size_t firstChannel =
             static_cast<std::size_t>(anchor) * static_cast<std::size_t>(layout.channelsPerAnchor);
         const AnchorPlanes planes{bytes.from(firstChannel * area), area, output.zp, output.scale};

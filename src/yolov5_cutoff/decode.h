@@ -5,13 +5,11 @@
 
 #include "brellix/cv_model.h"
 #include "brellix/letterbox.h"
+#include "yolov5_cutoff/tensor_tables.h"
 
 #include <vector>
 
 namespace ai_orvo::model {
-
-inline constexpr int kHeads = 3;
-inline constexpr int kAnchorsPerHead = 3;
 
 /// How a head's tensor is laid out.
 struct HeadLayout {
@@ -20,7 +18,7 @@ struct HeadLayout {
     int stride;  ///< network pixels a cell
     int classNum;
     int channelsPerAnchor;
-    const int (&anchors)[kAnchorsPerHead][2];  ///< width and height in network pixels
+    const int (&anchors)[kCutAnchorsPerHead][2];  ///< width and height in network pixels
 };
 
 /// What the decoder needs to know of the image and of the settings.

@@ -2,31 +2,19 @@
 
 #include "brellix/nms.h"
 #include "common/framework.h"
-#include "common/numeric.h"
 #include "common/run_report.h"
 #include "common/tensors.h"
 #include "yolov5/model_config.h"
 #include "yolov5_cutoff/decode.h"
+#include "yolov5_cutoff/tensor_tables.h"
 
 namespace ai_orvo::model {
 namespace {
 
-constexpr const char* kInputName = "images";
-constexpr const char* kHeadNames[3] = {"/model.24/m.0/Conv_output_0", "/model.24/m.1/Conv_output_0",
-                                       "/model.24/m.2/Conv_output_0"};
-constexpr std::int64_t kBoxAndObjectness = 5;
-
 /// Derives what follows from the settings, tells the engine the tensors and lets it load the network.
 void registerTensorsAndInit(YOLOv5Cutoff& model) {
-    model.channels_per_anchor = narrowToInt(model.class_num + kBoxAndObjectness);
-    model.config.input_sizes[kInputName] =
-        wrappingProduct(model.input_size.width, model.input_size.height, 3);
-    for (int head = 0; head < kHeads; ++head) {
-        const int stride = model.strides[head];
-        const int cells = wrappingProduct(model.input_size.width / stride, model.input_size.height / stride);
-        model.config.output_sizes[kHeadNames[head]] =
-            wrappingProduct(cells, model.channels_per_anchor, kAnchorsPerHead);
-    }
+    model.channels_per_anchor = channelsPerAnchor(model.class_num);
+    registerCutTensors(model.input_size, model.strides, model.channels_per_anchor, model.config);
     initEngine(model.engine, model.config);
 }
 
@@ -69,8 +57,8 @@ void YOLOv5Cutoff::detect(const cv::Mat& image, std::vector<Object>& objects) {
 
     TensorMap inputs;
     TensorMap outputs;
-    inputs[kInputName] = byteTensor(letterboxed);
-    for (const char* name : kHeadNames) {
+    inputs[kCutInput] = byteTensor(letterboxed);
+    for (const char* name : kCutOutputs) {
         outputs[name] = sizedTensor(config.output_sizes[name], sizeof(std::int8_t));
     }
     clock.preprocessed();
@@ -81,14 +69,14 @@ void YOLOv5Cutoff::detect(const cv::Mat& image, std::vector<Object>& objects) {
 
 void YOLOv5Cutoff::postprocess(TensorMap& outputs, std::vector<Object>& objects) {
     objects.clear();
-    for (int head = 0; head < kHeads; ++head) {
-        decodeBoxes(outputs[kHeadNames[head]], head, objects);
+    for (int head = 0; head < kCutHeads; ++head) {
+        decodeBoxes(outputs[kCutOutputs[head]], head, objects);
     }
     nms(objects, nms_thres);
 }
 
 int YOLOv5Cutoff::decodeBoxes(AIBuff& output, int head, std::vector<Object>& objects) {
-    if (head < 0 || head >= kHeads) {
+    if (head < 0 || head >= kCutHeads) {
         return 0;
     }
     const int stride = strides[head];

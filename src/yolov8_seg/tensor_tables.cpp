@@ -3,6 +3,9 @@
 #include "common/numeric.h"
 
 namespace ai_orvo::model {
+
+using alg::common::AIEngineConfig;
+
 namespace {
 
 constexpr int kBoxChannels = 64;
@@ -23,20 +26,19 @@ void registerTypes(AIEngineConfig& config, int type) {
 
 }  // namespace
 
-void registerSegTensors(YOLOv8Seg& model) {
-    const cv::Size size = model.inputSize;
-    AIEngineConfig& config = model.config;
+void registerSegTensors(const SegTensorLayout& layout, AIEngineConfig& config) {
+    const cv::Size size = layout.inputSize;
     config.input_sizes[kSegInput] = wrappingProduct(3, size.width, size.height);
     config.input_shapes[kSegInput] = {1, 3, size.height, size.width};
     for (std::size_t head = 0; head < kSegHeads; ++head) {
-        const int gridW = size.width / model.strides[head];
-        const int gridH = size.height / model.strides[head];
+        const int gridW = size.width / layout.strides[head];
+        const int gridH = size.height / layout.strides[head];
         registerOutput(config, kSegHeadNames[head].box, kBoxChannels, gridH, gridW);
-        registerOutput(config, kSegHeadNames[head].score, model.classNum, gridH, gridW);
+        registerOutput(config, kSegHeadNames[head].score, layout.classNum, gridH, gridW);
         registerOutput(config, kSegHeadNames[head].maskCoef, kCoefChannels, gridH, gridW);
     }
-    registerOutput(config, kSegProto, model.maskCoefCount, model.protoHeight, model.protoWidth);
-    registerTypes(config, model.isQuantized ? alg::common::kElementInt8 : alg::common::kElementFloat32);
+    registerOutput(config, kSegProto, layout.prototypes, layout.protoSize.height, layout.protoSize.width);
+    registerTypes(config, layout.isQuantized ? alg::common::kElementInt8 : alg::common::kElementFloat32);
 }
 
 }  // namespace ai_orvo::model

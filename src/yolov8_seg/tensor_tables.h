@@ -3,7 +3,9 @@
 /// \file
 /// The segmentation network's tensors: their names and what the engine is told of them.
 
-#include "brellix/yolov8_seg.h"
+#include "brellix/ai_engine.h"
+
+#include <opencv2/core.hpp>
 
 #include <array>
 #include <cstddef>
@@ -30,7 +32,17 @@ inline constexpr std::array<const char*, 10> kSegOutputs = {"output0", "output1"
                                                             "output4", "output5", "output6", "output7",
                                                             "output8", "proto"};
 
-/// Fills the model's engine configuration with element counts, shapes and element types.
-void registerSegTensors(YOLOv8Seg& model);
+/// What the tables follow from.
+struct SegTensorLayout {
+    cv::Size inputSize;
+    const int (&strides)[kSegHeads];
+    int classNum;
+    cv::Size protoSize;
+    int prototypes;
+    bool isQuantized;
+};
+
+/// Fills `config` with element counts, shapes and element types.
+void registerSegTensors(const SegTensorLayout& layout, alg::common::AIEngineConfig& config);
 
 }  // namespace ai_orvo::model

@@ -58,7 +58,8 @@ YOLOv8Seg::YOLOv8Seg(const YAML::Node& document) {
     config.model_path = modelPath;
     config.framework = frameworkCode(framework);
     config.rknn_flag = false;
-    registerSegTensors(*this);
+    registerSegTensors({inputSize, strides, classNum, {protoWidth, protoHeight}, maskCoefCount, isQuantized},
+                       config);
     if (initEngine(engine, config) != 0) {
         LOG_ERROR("Failed to init ai_engine, check config file");
         std::exit(EXIT_SUCCESS);

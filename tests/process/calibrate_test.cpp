@@ -153,8 +153,9 @@ TEST_F(Calibrate, ModelWithoutEightBitOutputsIsRefusedWithTheReason) {
 }
 
 TEST_F(Calibrate, NetworkOfAnotherClassIsRefused) {
-    expectRefusal(2, {"calibrate", "model.yaml", "a.png", "--model", "yolov5_cutoff"},
-                  {"network.onnx", "engine refused", "yolov5_cutoff"});
+    expectRefusal(
+        2, {"calibrate", "model.yaml", "a.png", "--model", "yolov5_cutoff"},
+        {"\"model\" is yolov5_cutoff", "network.onnx is a YOLOv5 network with its detection layer", "--cut"});
     EXPECT_FALSE(exists("network.onnx.calibration.yaml"));
 }
 

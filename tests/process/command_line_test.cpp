@@ -17,7 +17,8 @@ TEST_F(CommandLine, HelpOfDetectNamesEveryOption) {
     const ProgramResult result = run({"detect", "--help"});
     EXPECT_EQ(result.status, 0);
     for (const char* option : {"CONFIG", "INPUT", "--recursive", "--names", "--model", "--out", "--json",
-                               "--quiet", "--verbose", "Examples:", "Exit status:"}) {
+                               "--quiet", "--verbose", "--camera", "--every", "--limit", "--crops",
+                               "--classes", "--mask-format", "Examples:", "Exit status:"}) {
         EXPECT_NE(result.out.find(option), std::string::npos) << option;
     }
     EXPECT_EQ(result.err, "");
@@ -53,6 +54,13 @@ TEST_F(CommandLine, MistakesAreNamedOnStandardErrorAlone) {
         {{"detect", "model.yaml", "a.png", "--out"}, "--out"},
         {{"detect", "model.yaml", "a.png", "--model", "yolov99"}, "yolov99"},
         {{"detect", "model.yaml", "a.png", "--quiet", "--verbose"}, "--quiet"},
+        {{"detect", "model.yaml", "a.png", "--every", "0"}, "--every"},
+        {{"detect", "model.yaml", "a.png", "--every", "-2"}, "from 1 to 999999999"},
+        {{"detect", "model.yaml", "a.png", "--limit", "0"}, "--limit"},
+        {{"detect", "model.yaml", "a.png", "--limit", "2.5"}, "from 1 to 999999999"},
+        {{"detect", "model.yaml", "--camera", "-1"}, "--camera"},
+        {{"detect", "model.yaml", "a.png", "--crops"}, "--crops"},
+        {{"detect", "model.yaml", "a.png", "--classes"}, "--classes"},
     };
     for (const Mistake& mistake : mistakes) {
         const ProgramResult result = run(mistake.arguments);

@@ -95,17 +95,30 @@ TEST_F(Configuration, FolderInPlaceOfTheNetworkIsNamed) {
     expectRefusal(with("model_path: folder.onnx"), {"folder.onnx", "this is a folder"});
 }
 
-TEST_F(Configuration, NetworkThatTheEngineRefusesIsWrongUse) {
+TEST_F(Configuration, DamagedNetworkIsWrongUse) {
     writeText("network.onnx", "this is not a network");
-    expectRefusal(with("model: yolov5"), {"network.onnx", "engine refused", "yolov5"});
+    expectRefusal(with("model: yolov5"), {"brellix: network.onnx: network: ", "truncated or damaged"});
 }
 
-TEST_F(Configuration, NetworkThatDoesNotFitTheClassNumberGivesNoObjects) {
-    writeText("model.yaml", with("class_num: 7"));
-    const ProgramResult result = run({"detect", "model.yaml", "a.png", "--json", "-"});
-    EXPECT_NE(result.status, 0);
-    EXPECT_EQ(result.out, "");
-    EXPECT_NE(result.err, "");
+TEST_F(Configuration, NetworkOfAnotherFormatIsLeftToTheEngine) {
+    writeText("network.rknn", "what a board loads");
+    expectRefusal(without("model_path:") + "model: yolov5\nmodel_path: network.rknn\n",
+                  {"warning: network.rknn: network: no ONNX file",
+                   "brellix_ai_engine: ", "the engine refused this network for yolov5"});
+}
+
+TEST_F(Configuration, NetworkThatDoesNotFitTheClassNumberIsWrongUse) {
+    expectRefusal(with("class_num: 7"),
+                  {"brellix: model.yaml:6: \"class_num\" is 7, and the network has 3 classes, expected 3; "
+                   "write \"class_num: 3\"\n"});
+}
+
+TEST_F(Configuration, EachThingThatDoesNotFitIsALine) {
+    std::string config = with("class_num: 7");
+    config.replace(config.find("[64, 64]"), 8, "[96, 64]");
+    expectRefusal(config,
+                  {"brellix: model.yaml:4: \"input_size\" is 96 x 64, and the network's input is 64 x 64",
+                   "\nbrellix: model.yaml:6: \"class_num\" is 7"});
 }
 
 TEST_F(Configuration, UnknownModelClassIsNamed) {
@@ -152,7 +165,8 @@ TEST_F(Configuration, ThresholdOutsideItsRangeIsAWarning) {
     writeText("model.yaml", with("conf_thres: 25"));
     const ProgramResult result = run({"detect", "model.yaml", "a.png", "--json", "-"});
     EXPECT_EQ(result.status, 0);
-    EXPECT_NE(result.err.find("conf_thres is 25.000"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("\"conf_thres\" is 25.000, expected a number from 0 to 1"), std::string::npos)
+        << result.err;
     EXPECT_EQ(jsonLines(result.out)[0]["objects"].size(), 0U);
 }
 

@@ -1,6 +1,7 @@
 #include "detect_fixture.h"
 
 #include <opencv2/imgcodecs.hpp>
+#include <opencv2/videoio.hpp>
 
 #include <filesystem>
 #include <fstream>
@@ -38,6 +39,33 @@ ProgramResult DetectTest::runWith(StandardOutput standardOutput,
     return runProgram(arguments, setup);
 }
 
+ProgramResult DetectTest::runWithInput(const std::string& standardInput,
+                                       const std::vector<std::string>& arguments) const {
+    ProgramSetup setup;
+    setup.workingDirectory = folder_.path();
+    setup.standardInput = standardInput;
+    return runProgram(arguments, setup);
+}
+
+void DetectTest::writeVideo(const std::string& name, int frames, cv::Size size) const {
+    // OpenCV's own encoder takes the extension for the container; the name need not have it.
+    const std::string file = path("video-in-work.avi");
+    cv::VideoWriter writer(file, cv::CAP_OPENCV_MJPEG, cv::VideoWriter::fourcc('M', 'J', 'P', 'G'), 10.0,
+                           size);
+    ASSERT_TRUE(writer.isOpened());
+    for (int frame = 0; frame < frames; ++frame) {
+        writer.write(cv::Mat(size, CV_8UC3, cv::Scalar::all(frameLevel(frame))));
+    }
+    writer.release();
+    fs::rename(file, path(name));
+}
+
+std::string DetectTest::jpegOfLevel(int level, cv::Size size) {
+    std::vector<unsigned char> bytes;
+    cv::imencode(".jpg", cv::Mat(size, CV_8UC3, cv::Scalar::all(level)), bytes);
+    return {bytes.begin(), bytes.end()};
+}
+
 void DetectTest::writeText(const std::string& name, const std::string& text) const {
     static_cast<void>(folder_.write(name, text));
 }
@@ -56,8 +84,12 @@ bool DetectTest::exists(const std::string& name) const {
     return fs::exists(path(name));
 }
 
+bool DetectTest::writeMat(const std::string& name, const cv::Mat& picture) const {
+    return cv::imwrite(path(name), picture);
+}
+
 void DetectTest::writePicture(const std::string& name, cv::Size size, const cv::Scalar& color) const {
-    ASSERT_TRUE(cv::imwrite(path(name), cv::Mat(size, CV_8UC3, color)));
+    ASSERT_TRUE(writeMat(name, cv::Mat(size, CV_8UC3, color)));
 }
 
 cv::Mat DetectTest::readPicture(const std::string& name) const {

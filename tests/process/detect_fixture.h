@@ -25,6 +25,8 @@ class DetectTest : public ::testing::Test {
     DetectTest();
 
     ProgramResult run(const std::vector<std::string>& arguments) const;
+    ProgramResult runWithInput(const std::string& standardInput,
+                               const std::vector<std::string>& arguments) const;
     ProgramResult runWith(StandardOutput standardOutput, const std::vector<std::string>& arguments) const;
 
     std::string path(const std::string& name) const { return folder_.path() + '/' + name; }
@@ -36,7 +38,16 @@ class DetectTest : public ::testing::Test {
     /// Writes a picture of one colour.
     void writePicture(const std::string& name, cv::Size size = {64, 64},
                       const cv::Scalar& color = {90, 120, 150}) const;
+    bool writeMat(const std::string& name, const cv::Mat& picture) const;
     cv::Mat readPicture(const std::string& name) const;
+
+    /// Writes a video of 10 frames a second, Motion JPEG in an AVI file: frame k has one colour, all of whose
+    /// components are `frameLevel(k)`.
+    void writeVideo(const std::string& name, int frames, cv::Size size = {64, 64}) const;
+    static int frameLevel(int frame) { return 10 + 20 * frame; }
+
+    /// The JPEG of a picture of one colour.
+    static std::string jpegOfLevel(int level, cv::Size size = {64, 64});
 
     /// The text of a good configuration.
     static std::string goodConfig();

@@ -78,7 +78,7 @@ TEST_F(DetectInputs, PictureGivenTwiceIsProcessedOnce) {
         run({"detect", "model.yaml", "a.png", "*.png", "./a.png", path("b.png"), "--json", "-"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(sources(result.out), (Names{"a.png", "b.png"}));
-    EXPECT_NE(result.err.find("3 pictures given more than once"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("3 inputs given more than once"), std::string::npos) << result.err;
 }
 
 TEST_F(DetectInputs, NamedFileNeedsNoExtension) {
@@ -97,8 +97,8 @@ TEST_F(DetectInputs, InputThatGivesNothingIsNamed) {
     makeFolder("empty");
     expectRefusal({"a.png", "none.png"}, "input none.png: no such file or folder");
     expectRefusal({"a.png", "*.webp"}, "input *.webp: nothing matches");
-    expectRefusal({"a.png", "empty"}, "input empty: no pictures in this folder");
-    expectRefusal({"empty", "--recursive"}, "input empty: no pictures in this folder");
+    expectRefusal({"a.png", "empty"}, "input empty: no pictures or videos in this folder");
+    expectRefusal({"empty", "--recursive"}, "input empty: no pictures or videos in this folder");
 }
 
 }  // namespace

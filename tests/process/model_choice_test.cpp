@@ -41,9 +41,8 @@ TEST_F(ModelChoice, OutputsOfNoClassAreNamed) {
     TinyNetwork network = tinyCutNetwork();
     network.outputs[1].name = "middle";
     writeTinyNetwork(path("network.onnx"), network);
-    expectRefusal(goodConfig(),
-                  {"network.onnx", "cannot be guessed", "3 outputs: /model.24/m.0/Conv_output_0, middle, ",
-                   "--model", "yolov8_seg"});
+    expectRefusal(goodConfig(), {"3 outputs of network.onnx: /model.24/m.0/Conv_output_0, middle, ",
+                                 "cannot be guessed", "--model", "yolov8_seg"});
 }
 
 TEST_F(ModelChoice, NetworkThatCannotBeReadIsNamed) {
@@ -52,11 +51,13 @@ TEST_F(ModelChoice, NetworkThatCannotBeReadIsNamed) {
 }
 
 TEST_F(ModelChoice, SaidClassIsNotGuessedAgain) {
-    // The engine, not the guess, finds that the network does not fit.
-    expectRefusal(detectorConfig("cut.onnx"), {"cut.onnx", "engine refused", "yolov5"},
+    expectRefusal(detectorConfig("cut.onnx"),
+                  {"\"model\" is yolov5, expected a network for it", "cut.onnx", "cut before",
+                   "write \"model: yolov5_cutoff\""},
                   {"--model", "yolov5"});
-    expectRefusal("model: yolov5_cutoff\n" + goodConfig(),
-                  {"network.onnx", "engine refused", "yolov5_cutoff"});
+    expectRefusal(
+        "model: yolov5_cutoff\n" + goodConfig(),
+        {"model.yaml:1: \"model\" is yolov5_cutoff", "network.onnx", "--cut", "or write \"model: yolov5\""});
 }
 
 TEST_F(ModelChoice, CutDetectorFindsWhatTheNetworkSays) {
@@ -92,10 +93,17 @@ TEST_F(ModelChoice, EachFrameworkAndFormOfTruthIsTaken) {
     }
 }
 
-TEST_F(ModelChoice, SegmentationNetworkThatTheEngineRefusesIsWrongUse) {
+TEST_F(ModelChoice, SegmentationNetworkWithOtherClassesIsWrongUse) {
     std::string config = segmentationConfig("ONNX", "false");
     config.replace(config.find("class_num: 3"), 12, "class_num: 4");
-    expectRefusal(config, {"brellix_ai_engine: ", "seg.onnx", "1x4x8x8", "the model refused model.yaml"});
+    expectRefusal(config, {"model.yaml:4: \"class_num\" is 4, and the network has 3 classes"});
+}
+
+TEST_F(ModelChoice, SegmentationNetworkThatTheEngineRefusesIsWrongUse) {
+    writeText("seg.rknn", "what a board loads");
+    std::string config = "model: yolov8_seg\n" + segmentationConfig("RKNN", "true");
+    config.replace(config.find("seg.onnx"), 8, "seg.rknn");
+    expectRefusal(config, {"brellix_ai_engine: ", "seg.rknn", "the model refused model.yaml"});
 }
 
 }  // namespace

@@ -50,8 +50,10 @@ std::string ModelTest::segmentationConfig(const std::string& framework, const st
 }
 
 TinyNetwork tinyCutNetwork() {
-    return cutNetwork(3, kBackground,
-                      {{0, 1, 2, 3, {0.0F, 0.0F, 0.0F, 0.0F, 1.0F, kBackground, kBackground, 1.0F}}});
+    TinyNetwork network = cutNetwork(
+        3, kBackground, {{0, 1, 2, 3, {0.0F, 0.0F, 0.0F, 0.0F, 1.0F, kBackground, kBackground, 1.0F}}});
+    network.metadata["anchors"] = kFixedAnchors;
+    return network;
 }
 
 TinyNetwork tinySegmentationNetwork() {

@@ -9,6 +9,10 @@ namespace brellix::testing {
 
 constexpr float kBackground = -11.0F;
 
+/// Metadata of a network that was trained with the anchors that the cut detector decodes with.
+constexpr const char* kFixedAnchors =
+    "[[[10,13],[16,30],[33,23]],[[30,61],[62,45],[59,119]],[[116,90],[156,198],[373,326]]]";
+
 /// Beside the files of DetectTest there are "cut.onnx" and "seg.onnx", "cut.yaml", "seg.yaml" (float) and
 /// "seg8.yaml" (8-bit), all with an input of 64 x 64 and three classes, and a picture "a.png" of that size.
 ///
@@ -31,7 +35,7 @@ class ModelTest : public DetectTest {
     static std::string segmentationConfig(const std::string& framework, const std::string& isQuantized);
 };
 
-/// The fixture's networks.
+/// The fixture's networks; the cut one tells its anchors.
 TinyNetwork tinyCutNetwork();
 TinyNetwork tinySegmentationNetwork();
 

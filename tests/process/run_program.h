@@ -3,6 +3,7 @@
 /// \file
 /// Runs the program in a child process and catches what it says.
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,11 +20,47 @@ enum class StandardOutput { kCaught, kClosed, kFullDisk, kPipeWithoutReader };
 
 struct ProgramSetup {
     std::string workingDirectory;
+    std::string standardInput;  ///< all that the child can read
     StandardOutput standardOutput = StandardOutput::kCaught;
     bool standardErrorIsTerminal = false;
 };
 
-/// Runs `brellix` with `arguments`, standard input at its end, to the end.
+/// Runs `brellix` with `arguments` to the end.
 ProgramResult runProgram(const std::vector<std::string>& arguments, const ProgramSetup& setup);
+
+/// `brellix` in a child process that reads what the test writes, while it runs.
+class RunningProgram {
+  public:
+    RunningProgram(const std::vector<std::string>& arguments, const std::string& workingDirectory);
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+    ~RunningProgram();
+
+    /// Writes to the child's standard input, which stays open.
+    void write(const std::string& bytes);
+
+    /// Waits for the next whole line of the child's standard output and returns it without its end.
+    std::string nextLine();
+
+    void signal(int number);
+
+    /// Waits until the pipe of the child's standard output hardly takes any more.
+    void waitUntilOutputIsFull();
+
+    /// Closes the reading end of the child's standard output.
+    void stopReading();
+
+    /// Closes the child's standard input and waits for its end.
+    /// \return what it said; of standard output what no `nextLine` has returned.
+    ProgramResult finish();
+
+    /// Waits for its end while its standard input stays open.
+    ProgramResult waitForEnd();
+
+  private:
+    struct Child;
+
+    std::unique_ptr<Child> child_;
+};
 
 }  // namespace brellix::testing

@@ -143,6 +143,11 @@ void writeTinyNetwork(const std::string& path, const TinyNetwork& network) {
     model.set_ir_version(kIrVersion);
     model.set_producer_name("brellix tests");
     model.add_opset_import()->set_version(kOpset);
+    for (const auto& [key, value] : network.metadata) {
+        onnx::StringStringEntryProto& entry = *model.add_metadata_props();
+        entry.set_key(key);
+        entry.set_value(value);
+    }
     fillGraph(*model.mutable_graph(), network);
     std::ofstream file(path, std::ios::binary);
     if (!file || !model.SerializeToOstream(&file) || !file.flush()) {

@@ -4,6 +4,7 @@
 /// Networks whose answer is chosen by hand.
 
 #include <array>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,7 @@ struct TinyNetwork {
     int width = 64;  ///< of the input, in pixels; a multiple of 32
     int height = 64;
     std::vector<TinyOutput> outputs;
+    std::map<std::string, std::string> metadata;
 };
 
 /// Writes the network as an ONNX file: input [1, 3, height, width] float, float outputs, opset 12, static

@@ -1,6 +1,7 @@
 """Writes the trained networks as ONNX files (opset 12, static shape, float32) with batch normalisation folded in."""
 
 import argparse
+import json
 
 import cv2
 import numpy as np
@@ -64,14 +65,17 @@ class Fused(nn.Module):
         return torch.cat(rows, 1)
 
 
-def write(network, path, inputs, outputs):
-    """Exports, names the classes, checks the file."""
+def write(network, path, inputs, outputs, channels, anchors=None):
+    """Exports, tells in the metadata what the file's tensors do not, checks the file."""
     picture = torch.zeros(1, 3, INPUT, INPUT)
     torch.onnx.export(network, picture, path, opset_version=OPSET, input_names=[inputs],
                       output_names=list(outputs), do_constant_folding=True)
     model = onnx.load(path)
-    for key, value in (("names", str(dict(enumerate(NAMES)))), ("stride", str(max(STRIDES))),
-                       ("imgsz", str([INPUT, INPUT]))):
+    metadata = {"names": str(dict(enumerate(NAMES))), "stride": str(max(STRIDES)), "imgsz": str([INPUT, INPUT]),
+                "brellix_channels": channels}
+    if anchors:
+        metadata["anchors"] = json.dumps(anchors, separators=(",", ":"))
+    for key, value in metadata.items():
         entry = model.metadata_props.add()
         entry.key, entry.value = key, value
     model.doc_string = ""
@@ -113,11 +117,12 @@ def main():
     args = parser.parse_args()
     with torch.no_grad():
         if args.kind == "fused":
-            write(Fused(load(Detector, args.checkpoint)), args.file, "image", ["output0"])
+            write(Fused(load(Detector, args.checkpoint)), args.file, "image", ["output0"], "rgb", ANCHORS)
         elif args.kind == "cut":
-            write(swap_channels(load(Detector, args.checkpoint)), args.file, "images", CUT_OUTPUTS)
+            write(swap_channels(load(Detector, args.checkpoint)), args.file, "images", CUT_OUTPUTS, "bgr",
+                  ANCHORS)
         else:
-            write(swap_channels(load(Segmenter, args.checkpoint)), args.file, "images", SEGMENT_OUTPUTS)
+            write(swap_channels(load(Segmenter, args.checkpoint)), args.file, "images", SEGMENT_OUTPUTS, "bgr")
 
 
 if __name__ == "__main__":

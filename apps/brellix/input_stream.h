@@ -1,0 +1,25 @@
+#pragma once
+
+/// \file
+/// Bytes as they arrive.
+
+#include <string>
+
+namespace brellix::app {
+
+/// Reads a descriptor in parts. A `StopRequest` ends it as the end of the input does.
+class InputStream {
+  public:
+    explicit InputStream(int descriptor) : descriptor_(descriptor) {}
+
+    /// Waits for more and appends what is there, at most 64 KiB.
+    /// \return false at the end, and once a stop was requested. Throws `BrokenPicture` where reading fails,
+    ///         and from then on it is at its end.
+    bool appendMore(std::string& bytes);
+
+  private:
+    int descriptor_;
+    bool isAtEnd_ = false;
+};
+
+}  // namespace brellix::app

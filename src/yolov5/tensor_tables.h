@@ -1,0 +1,22 @@
+#pragma once
+
+/// \file
+/// The fused detector's tensors: their names and what the engine is told of them.
+
+#include "brellix/ai_engine.h"
+
+#include <opencv2/core.hpp>
+
+namespace ai_orvo::model {
+
+inline constexpr const char* kFusedInput = "image";
+inline constexpr const char* kFusedOutput = "output0";
+
+/// Three candidates for each cell of each stride's grid.
+int countCandidates(const cv::Size& inputSize, const int (&strides)[3]);
+
+/// Fills `config` with the element counts.
+void registerFusedTensors(const cv::Size& inputSize, int numCandidates, int classNum,
+                          alg::common::AIEngineConfig& config);
+
+}  // namespace ai_orvo::model

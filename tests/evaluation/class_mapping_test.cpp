@@ -1,0 +1,63 @@
+#include "evaluation/class_mapping.h"
+
+#include "refusal.h"
+
+#include <gtest/gtest.h>
+
+namespace brellix::testing {
+namespace {
+
+using namespace app;
+
+Dataset dataset(const std::vector<Category>& categories) {
+    Dataset result;
+    result.path = "truth.json";
+    result.categories = categories;
+    return result;
+}
+
+void expectRefused(const Dataset& data, const NetworkClasses& classes, MappingRule rule,
+                   const std::vector<std::string>& words) {
+    expectRefusal([&] { static_cast<void>(mapClasses(data, classes, rule)); }, words);
+}
+
+const NetworkClasses kNamed{{"disc", "cone", "cube"}, 3};
+const NetworkClasses kUnnamed{{}, 3};
+
+TEST(ClassMapping, GoesByNameWhereBothSidesHaveNames) {
+    const Dataset data = dataset({{1, "cube", {}, true}, {90, "disc", {}, true}});
+    EXPECT_EQ(mapClasses(data, kNamed, MappingRule::kByName), (ClassMapping{{0, 1}, {2, 0}}));
+}
+
+TEST(ClassMapping, CategoriesWithoutObjectsNeedNoClass) {
+    const Dataset data = dataset({{1, "cube", {}, true}, {2, "ball", {}, false}});
+    EXPECT_EQ(mapClasses(data, kNamed, MappingRule::kByName), (ClassMapping{{2, 0}}));
+}
+
+TEST(ClassMapping, ObjectsOfAnUnknownNameAreRefused) {
+    expectRefused(dataset({{5, "ball", {}, true}}), kNamed, MappingRule::kByName,
+                  {"\"ball\" (id 5)", "disc, cone, cube", "--names", "--by-order"});
+}
+
+TEST(ClassMapping, GoesBySortedIdsWhereASideHasNoNames) {
+    const Dataset data = dataset({{1, "cube", {}, true}, {7, "disc", {}, true}, {90, "cone", {}, true}});
+    EXPECT_EQ(mapClasses(data, kUnnamed, MappingRule::kByName), (ClassMapping{{0, 0}, {1, 1}, {2, 2}}));
+    EXPECT_EQ(mapClasses(data, kNamed, MappingRule::kByOrder), (ClassMapping{{0, 0}, {1, 1}, {2, 2}}));
+}
+
+TEST(ClassMapping, AnOrderOfAnotherLengthIsRefused) {
+    expectRefused(dataset({{1, "cube", {}, true}}), kUnnamed, MappingRule::kByName,
+                  {"1 categories, and class_num of the configuration is 3", "--names"});
+}
+
+TEST(ClassMapping, ClassIndicesAreLabels) {
+    Dataset data = dataset({{0, "", "a.txt:1", true}, {2, "", "a.txt:4", true}});
+    data.idsAreLabels = true;
+    EXPECT_EQ(mapClasses(data, kNamed, MappingRule::kByName), (ClassMapping{{0, 0}, {2, 1}}));
+    data.categories[1].id = 3;
+    expectRefused(data, kNamed, MappingRule::kByName,
+                  {"a.txt:4: the class is 3", "class_num of the configuration is 3"});
+}
+
+}  // namespace
+}  // namespace brellix::testing

@@ -1,0 +1,214 @@
+#include "model_fixture.h"
+
+namespace brellix::testing {
+namespace {
+
+using nlohmann::json;
+
+/// "model.yaml" sees a disc (0.375 at [22, 19, 20, 10]) and a cube (0.875 at [4, 36, 16, 24]); "other.yaml"
+/// is for a network that a test writes.
+class Compare : public ModelTest {
+  protected:
+    void writeOther(const std::vector<Candidate>& candidates) const {
+        writeTinyNetwork(path("other.onnx"), fusedNetwork(3, candidates));
+        writeText("other.yaml", detectorConfig("other.onnx"));
+    }
+
+    ProgramResult compare(const std::vector<std::string>& options) const {
+        std::vector<std::string> arguments = {"compare", "model.yaml", "other.yaml", "a.png"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return run(arguments);
+    }
+
+    json report(const std::vector<std::string>& options = {}) const {
+        std::vector<std::string> all = {"--json", "-"};
+        all.insert(all.end(), options.begin(), options.end());
+        const ProgramResult result = compare(all);
+        EXPECT_EQ(result.status, 0) << result.err;
+        return json::parse(result.out, nullptr, false);
+    }
+
+    /// Expects that one limit is exceeded, and that a line with `words` says so.
+    void expectExceeded(const std::vector<std::string>& options, const std::string& words) const {
+        const ProgramResult result = compare(options);
+        EXPECT_EQ(result.status, 1) << result.err;
+        EXPECT_EQ(result.err, "brellix: limit exceeded: " + words + '\n');
+    }
+
+    static Candidate disc() { return {32.0F, 24.0F, 20.0F, 10.0F, 0.75F, {0.5F, 0.0F, 0.0F}}; }
+    static Candidate cube() { return {12.0F, 48.0F, 16.0F, 24.0F, 1.0F, {0.0F, 0.25F, 0.875F}}; }
+};
+
+TEST_F(Compare, AConfigurationAgreesWithItself) {
+    writeOther({disc(), cube()});
+    const ProgramResult result = compare({"--max-missed", "0", "--max-extra", "0", "--max-changed", "0",
+                                          "--max-drift", "0", "--min-box-iou", "1"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out,
+              "A                     model.yaml, 2 objects\n"
+              "B                     other.yaml, 2 objects\n"
+              "pictures              1\n"
+              "in both               2\n"
+              "missed (only in A)    0\n"
+              "extra (only in B)     0\n"
+              "of another class      0\n"
+              "box IoU               mean 1.0000, worst 1.0000 (disc in a.png)\n"
+              "probability drift     mean 0.0000, p95 0.0000, worst 0.0000 (disc in a.png)\n");
+}
+
+TEST_F(Compare, MissedAndExtraObjectsAreCounted) {
+    writeOther({cube(), {50.0F, 10.0F, 8.0F, 8.0F, 1.0F, {0.5F, 0.0F, 0.0F}}});
+    const json figures = report();
+    EXPECT_EQ(figures["matched"], 1);
+    EXPECT_EQ(figures["missed"], json({{"all", 1}, {"near_threshold", 0}}));
+    EXPECT_EQ(figures["extra"], json({{"all", 1}, {"near_threshold", 0}}));
+    expectExceeded({"-q", "--max-missed", "0"},
+                   "1 missed, not counting those near the threshold, allowed are 0");
+    expectExceeded({"-q", "--max-extra", "0"},
+                   "1 extra, not counting those near the threshold, allowed are 0");
+    EXPECT_EQ(compare({"--max-missed", "1", "--max-extra", "1"}).status, 0);
+}
+
+TEST_F(Compare, ObjectsNearTheThresholdMayComeAndGo) {
+    // 0.27 is less than 0.05 above the threshold of 0.25.
+    writeOther({disc(), cube(), {50.0F, 10.0F, 8.0F, 8.0F, 1.0F, {0.27F, 0.0F, 0.0F}}});
+    EXPECT_EQ(report()["extra"], json({{"all", 1}, {"near_threshold", 1}}));
+    EXPECT_EQ(compare({"--max-extra", "0"}).status, 0);
+    expectExceeded({"-q", "--max-extra", "0", "--margin", "0.01"},
+                   "1 extra, not counting those near the threshold, allowed are 0");
+}
+
+TEST_F(Compare, AnotherClassAtThePlaceIsNeitherMissedNorExtra) {
+    writeOther({disc(), {12.0F, 48.0F, 16.0F, 24.0F, 1.0F, {0.0F, 0.875F, 0.25F}}});
+    const json figures = report();
+    EXPECT_EQ(figures["class_changed"], 1);
+    EXPECT_EQ(figures["missed"]["all"], 0);
+    EXPECT_EQ(figures["extra"]["all"], 0);
+    EXPECT_EQ(figures["worst_pictures"][0]["differences"][0],
+              "of another class: cube, 87.5 % in A, cone, 87.5 % in B");
+    expectExceeded({"-q", "--max-changed", "0"}, "1 of another class, allowed are 0");
+}
+
+TEST_F(Compare, DriftAndOverlapAreMeasuredOnWhatBothFound) {
+    // 0.75 * 0.625 instead of 0.75 * 0.5; two pixels further right 180 of 220 are in common.
+    writeOther({{34.0F, 24.0F, 20.0F, 10.0F, 0.75F, {0.625F, 0.0F, 0.0F}}, cube()});
+    const json figures = report();
+    EXPECT_EQ(figures["drift"]["mean"], 0.09375 / 2.0);
+    EXPECT_EQ(figures["drift"]["p95"], 0.09375);
+    EXPECT_EQ(figures["drift"]["worst"], json({{"value", 0.09375}, {"name", "disc"}, {"source", "a.png"}}));
+    EXPECT_NEAR(figures["box_iou"]["worst"]["value"].get<double>(), 180.0 / 220.0, 1e-12);
+    EXPECT_EQ(figures["mask_iou"], nullptr);
+    expectExceeded({"-q", "--max-drift", "0.09"},
+                   "the worst probability drift is 0.0938 (a.png), allowed is 0.0900");
+    expectExceeded({"-q", "--min-box-iou", "0.82"}, "the worst box IoU is 0.8182 (a.png), allowed is 0.8200");
+    EXPECT_EQ(compare({"--max-drift", "0.1", "--min-box-iou", "0.8"}).status, 0);
+}
+
+TEST_F(Compare, IouSaysFromWhichOverlapTwoAreOne) {
+    writeOther({{34.0F, 24.0F, 20.0F, 10.0F, 0.75F, {0.5F, 0.0F, 0.0F}}, cube()});
+    EXPECT_EQ(report()["matched"], 2);
+    EXPECT_EQ(report({"--iou", "0.9"})["matched"], 1);
+}
+
+TEST_F(Compare, ALimitThatNothingCanBeHeldAgainstIsExceeded) {
+    writeOther({});
+    EXPECT_EQ(report()["drift"], nullptr);
+    expectExceeded(
+        {"-q", "--max-drift", "1"},
+        "there is no probability drift to hold against the limit: no object that has one was found by both");
+    writeOther({disc(), cube()});
+    expectExceeded(
+        {"-q", "--min-mask-iou", "0"},
+        "there is no mask IoU to hold against the limit: no object that has one was found by both");
+}
+
+TEST_F(Compare, ThresholdsGoToBothSides) {
+    writeOther({disc(), cube()});
+    const json figures = report({"--conf", "0.6"});
+    EXPECT_EQ(figures["a"]["objects"], 1);
+    EXPECT_EQ(figures["b"]["objects"], 1);
+}
+
+TEST_F(Compare, SaturatedBytesAreThoseOfTheModelsOwnOutputs) {
+    const ProgramResult result = run({"compare", "cut.yaml", "cut.yaml", "a.png", "--json", "-"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    const json head = json::parse(result.out)["b"]["int8_outputs"][0];
+    // 24 channels of 8 x 8 cells; one cell's four zeros and two ones stand out of the background.
+    EXPECT_EQ(head["tensor"], "/model.24/m.0/Conv_output_0");
+    EXPECT_EQ(head["bytes"], 1536);
+    EXPECT_EQ(head["lowest"], 1530);
+    EXPECT_EQ(head["highest"], 2);
+    EXPECT_EQ(head["saturated"], 1532.0 / 1536.0);
+}
+
+TEST_F(Compare, MasksAndBytesOfAFloatAndAnInt8ConfigurationAreCompared) {
+    ASSERT_EQ(run({"calibrate", "seg8.yaml", "a.png"}).status, 0);
+    const ProgramResult result = run({"compare", "seg.yaml", "seg8.yaml", "a.png"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_NE(result.out.find("mask IoU              mean 1.0000, worst 1.0000 (cone in a.png)"),
+              std::string::npos)
+        << result.out;
+    EXPECT_EQ(result.out.find("8-bit outputs of A"), std::string::npos);
+    EXPECT_NE(result.out.find("8-bit outputs of B"), std::string::npos);
+    EXPECT_NE(result.out.find("proto "), std::string::npos);
+}
+
+TEST_F(Compare, TheWorstPicturesAreDrawnSideBySide) {
+    writeOther({cube()});
+    writePicture("b.png");
+    const ProgramResult result =
+        run({"compare", "model.yaml", "other.yaml", "a.png", "b.png", "--out", "worst", "--worst", "1"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_FALSE(exists("worst/worst-2-b.png"));
+    const cv::Mat sheet = readPicture("worst/worst-1-a.png");
+    ASSERT_FALSE(sheet.empty());
+    EXPECT_EQ(sheet.cols, 2 * 640 + 3 * 12);
+    EXPECT_GT(sheet.rows, 640 + 34);
+}
+
+TEST_F(Compare, PicturesWithoutAnyDifferenceAreNotWorst) {
+    writeOther({disc(), cube()});
+    EXPECT_EQ(report({"--out", "worst"})["worst_pictures"], json::array());
+    EXPECT_FALSE(exists("worst/worst-1-a.png"));
+}
+
+TEST_F(Compare, ABrokenPictureIsReportedAndLeftOut) {
+    writeOther({disc(), cube()});
+    writeText("bad.png", "no picture");
+    const ProgramResult result = compare({"bad.png"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.err.find("bad.png: "), std::string::npos);
+    EXPECT_NE(result.out.find("pictures              1, 1 more failed"), std::string::npos) << result.out;
+}
+
+TEST_F(Compare, ResultsDoNotOverwriteWhatIsRead) {
+    writeOther({disc()});
+    for (const char* target : {"a.png", "model.yaml", "other.yaml", "other.onnx"}) {
+        const ProgramResult result = compare({"--json", target});
+        EXPECT_EQ(result.status, 2);
+        EXPECT_NE(result.err.find("would be overwritten"), std::string::npos) << result.err;
+    }
+}
+
+TEST_F(Compare, DifferentClassesAreWarnedOf) {
+    writeOther({disc(), cube()});
+    writeText("other.yaml", detectorConfig("other.onnx") + "# renamed\n");
+    std::string config = readText("other.yaml");
+    config.replace(config.find("cone"), 4, "ball");
+    writeText("other.yaml", config);
+    const ProgramResult result = compare({});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.err.find("A and B call their classes differently"), std::string::npos) << result.err;
+}
+
+TEST_F(Compare, ABadConfigurationOfEitherSideIsWrongUse) {
+    writeOther({disc()});
+    EXPECT_EQ(run({"compare", "model.yaml", "nowhere.yaml", "a.png"}).status, 2);
+    EXPECT_EQ(run({"compare", "nowhere.yaml", "model.yaml", "a.png"}).status, 2);
+    EXPECT_EQ(run({"compare", "model.yaml", "other.yaml"}).status, 2);
+    EXPECT_EQ(compare({"--iou", "2"}).status, 2);
+}
+
+}  // namespace
+}  // namespace brellix::testing

@@ -1,0 +1,200 @@
+#include "frame_loop.h"
+
+#include "failure.h"
+#include "picture_reader.h"
+#include "source_queue.h"
+#include "stop_request.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace brellix::testing {
+namespace {
+
+using namespace app;
+
+/// What a source gives at one step.
+enum class Step { kFrame, kBrokenFrame, kTrouble };
+
+/// A source that does what it is told, like a camera that vanishes.
+class FakeSource : public FrameSource {
+  public:
+    FakeSource(const std::string& name, std::vector<Step> steps) : steps_(std::move(steps)) {
+        id_.source = name;
+        id_.origin = FrameOrigin::kLive;
+        id_.framesPerSecond = 30.0;
+    }
+
+    bool advance() override {
+        if (next_ == steps_.size()) {
+            return false;
+        }
+        id_.number = next_;
+        if (steps_[next_++] == Step::kTrouble) {
+            throw BrokenPicture("the camera has gone");
+        }
+        return true;
+    }
+
+    FrameId id() const override { return id_; }
+
+    cv::Mat read() override {
+        if (steps_[id_.number] == Step::kBrokenFrame) {
+            throw BrokenPicture("cannot be decoded");
+        }
+        return {8, 8, CV_8UC3, cv::Scalar::all(static_cast<double>(id_.number))};
+    }
+
+    std::optional<std::size_t> frameCount() const override { return steps_.size(); }
+
+  private:
+    std::vector<Step> steps_;
+    std::size_t next_ = 0;
+    FrameId id_;
+};
+
+constexpr std::size_t kNoLimit = 1000;
+
+class FramesInALoop : public ::testing::Test {
+  protected:
+    LoopOutcome run(FrameSource& source, std::size_t limit = kNoLimit) {
+        Console console;
+        ::testing::internal::CaptureStderr();
+        const LoopOutcome outcome = overFrames(
+            source, {64, 64}, console, [&](const Frame& frame) { task(frame); }, limit);
+        messages_ = ::testing::internal::GetCapturedStderr();
+        return outcome;
+    }
+
+    virtual void task(const Frame& frame) { seen_.push_back(displayName(frame.id)); }
+
+    std::vector<std::string> seen_;
+    std::string messages_;
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(FramesInALoop, CameraThatVanishesIsReportedAndEndsTheRun) {
+    FakeSource source("camera 0", {Step::kFrame, Step::kFrame, Step::kTrouble});
+    const LoopOutcome outcome = run(source);
+    EXPECT_EQ(outcome.done, 2U);
+    EXPECT_EQ(outcome.failed, 1U);
+    EXPECT_FALSE(outcome.isStopped);
+    EXPECT_EQ(seen_, (Names{"camera 0 #0", "camera 0 #1"}));
+    EXPECT_EQ(messages_, "brellix: camera 0: the camera has gone\n");
+}
+
+TEST_F(FramesInALoop, BrokenFrameIsReportedAndPassedOver) {
+    FakeSource source("a.avi", {Step::kFrame, Step::kBrokenFrame, Step::kFrame});
+    const LoopOutcome outcome = run(source);
+    EXPECT_EQ(outcome.done, 2U);
+    EXPECT_EQ(outcome.failed, 1U);
+    EXPECT_EQ(messages_, "brellix: a.avi #1: cannot be decoded\n");
+}
+
+TEST_F(FramesInALoop, LimitCountsFramesThatAreDone) {
+    FakeSource source("a.avi", {Step::kFrame, Step::kBrokenFrame, Step::kFrame, Step::kFrame});
+    EXPECT_EQ(run(source, 2).done, 2U);
+    EXPECT_EQ(seen_, (Names{"a.avi #0", "a.avi #2"}));
+}
+
+TEST_F(FramesInALoop, EachSourceGivesItsFirstAndThenEveryNth) {
+    std::vector<std::unique_ptr<FrameSource>> sources;
+    sources.push_back(std::make_unique<FakeSource>("a", std::vector<Step>(4, Step::kFrame)));
+    sources.push_back(std::make_unique<FakeSource>("b", std::vector<Step>(3, Step::kFrame)));
+    SourceQueue queue(std::move(sources), 3);
+    EXPECT_EQ(queue.frameCount(), 2U);
+    EXPECT_DOUBLE_EQ(queue.id().framesPerSecond, 10.0);
+    EXPECT_EQ(run(queue).done, 3U);
+    EXPECT_EQ(seen_, (Names{"a #0", "a #3", "b #0"}));
+    EXPECT_EQ(queue.frameCount(), 1U);
+}
+
+TEST_F(FramesInALoop, TroubleOfOneSourceLeavesTheNext) {
+    std::vector<std::unique_ptr<FrameSource>> sources;
+    sources.push_back(std::make_unique<FakeSource>("a", std::vector<Step>{Step::kTrouble}));
+    sources.push_back(std::make_unique<FakeSource>("b", std::vector<Step>{Step::kFrame}));
+    SourceQueue queue(std::move(sources), 1);
+    EXPECT_EQ(run(queue).failed, 1U);
+    EXPECT_EQ(seen_, Names{"b #0"});
+}
+
+class StoppedLoop : public FramesInALoop {
+  protected:
+    void task(const Frame& frame) override {
+        FramesInALoop::task(frame);
+        if (seen_.size() == 2) {
+            std::raise(SIGTERM);
+        }
+    }
+
+    const StopRequest stop_;
+};
+
+TEST_F(StoppedLoop, FinishesTheFrameInWork) {
+    FakeSource source("a.avi", std::vector<Step>(5, Step::kFrame));
+    const LoopOutcome outcome = run(source);
+    EXPECT_TRUE(outcome.isStopped);
+    EXPECT_EQ(outcome.done, 2U);
+    EXPECT_EQ(StopRequest::signal(), SIGTERM);
+    EXPECT_STREQ(StopRequest::signalName(), "SIGTERM");
+}
+
+TEST_F(StoppedLoop, DoesNotGoOnToTheNextSource) {
+    std::vector<std::unique_ptr<FrameSource>> sources;
+    sources.push_back(std::make_unique<FakeSource>("a", std::vector<Step>(2, Step::kFrame)));
+    sources.push_back(std::make_unique<FakeSource>("b", std::vector<Step>(2, Step::kFrame)));
+    SourceQueue queue(std::move(sources), 1);
+    EXPECT_TRUE(run(queue).isStopped);
+    EXPECT_EQ(seen_, (Names{"a #0", "a #1"}));
+}
+
+TEST(StopRequests, SecondSignalEndsTheProcess) {
+    EXPECT_EXIT(
+        {
+            const StopRequest stop;
+            std::raise(SIGINT);
+            std::raise(SIGINT);
+        },
+        ::testing::KilledBySignal(SIGINT), "");
+    EXPECT_EXIT(
+        {
+            const StopRequest stop;
+            std::raise(SIGINT);
+            std::raise(SIGTERM);
+        },
+        ::testing::KilledBySignal(SIGTERM), "");
+}
+
+TEST(StopRequests, FirstSignalOnlyLeavesARequest) {
+    EXPECT_EXIT(
+        {
+            const StopRequest stop;
+            std::raise(SIGINT);
+            std::_Exit(StopRequest::signal() == SIGINT && StopRequest::isMade() ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+TEST(StopRequests, IgnoredSignalStaysIgnored) {
+    EXPECT_EXIT(
+        {
+            std::signal(SIGINT, SIG_IGN);
+            const StopRequest stop;
+            std::raise(SIGINT);
+            std::raise(SIGINT);
+            std::_Exit(StopRequest::isMade() ? 1 : 0);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+TEST(StopRequests, EndBySignalIsSeenAsOne) {
+    EXPECT_EXIT(endBySignal(SIGTERM), ::testing::KilledBySignal(SIGTERM), "");
+}
+
+}  // namespace
+}  // namespace brellix::testing
