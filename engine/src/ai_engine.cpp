@@ -23,11 +23,8 @@ int statusOf(Steps steps) noexcept {
     }
 }
 
-/// Float tensors that live for one inference: what the caller's bytes become, or come from.
-using FloatTensors = std::vector<std::vector<float>>;
-
 std::vector<const float*> floatInputs(const EngineNetwork& network, const std::vector<BoundTensor>& bound,
-                                      FloatTensors& converted) {
+                                      FloatScratch& scratch) {
     std::vector<const float*> inputs;
     for (const BoundTensor& input : bound) {
         if (input.form == BufferForm::kFloat32) {
@@ -35,25 +32,23 @@ std::vector<const float*> floatInputs(const EngineNetwork& network, const std::v
             continue;
         }
         const std::size_t elements = network.inputs()[input.index].elementCount();
-        converted.emplace_back(elements);
+        float* const planes = scratch.take(elements);
         imageToPlanes(reinterpret_cast<const std::uint8_t*>(input.buffer->data->data()), elements / 3,
-                      converted.back().data());
-        inputs.push_back(converted.back().data());
+                      planes);
+        inputs.push_back(planes);
     }
     return inputs;
 }
 
 /// Float buffers are written in place, int8 buffers by way of a float tensor.
 std::vector<OutputRequest> outputRequests(const EngineNetwork& network, const std::vector<BoundTensor>& bound,
-                                          FloatTensors& unquantized) {
+                                          FloatScratch& scratch) {
     std::vector<OutputRequest> requests;
     for (const BoundTensor& output : bound) {
-        if (output.form == BufferForm::kFloat32) {
-            requests.push_back({output.index, output.floats()});
-            continue;
-        }
-        unquantized.emplace_back(network.outputs()[output.index].elementCount());
-        requests.push_back({output.index, unquantized.back().data()});
+        float* const values = output.form == BufferForm::kFloat32
+                                  ? output.floats()
+                                  : scratch.take(network.outputs()[output.index].elementCount());
+        requests.push_back({output.index, values});
     }
     return requests;
 }
@@ -96,7 +91,10 @@ int AIEngine::Init(const AIEngineConfig& config) {
         auto network = std::make_shared<EngineNetwork>(config.model_path, std::move(description),
                                                        std::move(calibration));
         checkConfiguration(config, *network);
-        backend_ = makeBackend(environment, model, *network);
+        std::shared_ptr<EngineBackend> backend = makeBackend(environment, {config, model, *network});
+        // Extents that the file leaves open are known only now.
+        checkConfiguration(config, *network);
+        backend_ = std::move(backend);
         network_ = std::move(network);
     });
 }
@@ -109,8 +107,8 @@ int AIEngine::DoInference(TensorMap& inputs, TensorMap& outputs) {
         }
         const std::vector<BoundTensor> boundInputs = bindInputs(*network_, inputs);
         const std::vector<BoundTensor> boundOutputs = bindOutputs(*network_, outputs);
-        FloatTensors scratch;
-        scratch.reserve(boundInputs.size() + boundOutputs.size());
+        FloatScratch& scratch = backend_->scratch();
+        scratch.clear();
         const std::vector<const float*> values = floatInputs(*network_, boundInputs, scratch);
         const std::vector<OutputRequest> requests = outputRequests(*network_, boundOutputs, scratch);
         backend_->run(values, requests);

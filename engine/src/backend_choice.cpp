@@ -3,6 +3,9 @@
 #include "engine_backend.h"
 #include "opencv_dnn/opencv_dnn_backend.h"
 #include "refusal.h"
+#ifdef BRELLIX_WITH_ONNXRUNTIME
+#include "onnxruntime/onnxruntime_backend.h"
+#endif
 
 namespace ai_orvo::alg::common {
 namespace {
@@ -16,20 +19,61 @@ void tellThreadsHaveNoEffect(int threads) {
     });
 }
 
+std::shared_ptr<EngineBackend> makeOpencvDnn(const Environment& environment, const BackendRequest& request) {
+    if (environment.threads.has_value()) {
+        tellThreadsHaveNoEffect(*environment.threads);
+    }
+    return makeOpencvDnnBackend(request.model, request.network);
+}
+
+#ifdef BRELLIX_WITH_ONNXRUNTIME
+
+/// Null where OpenCV cannot run the network either.
+std::shared_ptr<EngineBackend> opencvDnnInstead(const Environment& environment, const BackendRequest& request,
+                                                const std::string& reason) {
+    std::shared_ptr<EngineBackend> backend;
+    try {
+        backend = makeOpencvDnn(environment, request);
+    } catch (const Refusal&) {
+        return nullptr;
+    }
+    sayOnStandardError(reason + "; the slower back-end opencv_dnn runs it instead");
+    return backend;
+}
+
+std::shared_ptr<EngineBackend> makeFirstThatRuns(const Environment& environment,
+                                                 const BackendRequest& request) {
+    try {
+        return makeOnnxRuntimeBackend(environment.threads, request);
+    } catch (const Refusal& refusal) {
+        std::shared_ptr<EngineBackend> backend = opencvDnnInstead(environment, request, refusal.what());
+        if (backend == nullptr) {
+            throw;
+        }
+        return backend;
+    }
+}
+
+#endif
+
 }  // namespace
 
-std::shared_ptr<EngineBackend> makeBackend(const Environment& environment, const onnx::ModelProto& model,
-                                           const EngineNetwork& network) {
+std::shared_ptr<EngineBackend> makeBackend(const Environment& environment, const BackendRequest& request) {
+    if (environment.backend == "opencv_dnn") {
+        return makeOpencvDnn(environment, request);
+    }
+#ifdef BRELLIX_WITH_ONNXRUNTIME
+    return environment.backend == "auto" ? makeFirstThatRuns(environment, request)
+                                         : makeOnnxRuntimeBackend(environment.threads, request);
+#else
     if (environment.backend == "onnxruntime") {
         throw Refusal(
             Status::kBadEnvironment,
             "environment variable BRELLIX_ENGINE_BACKEND asks for onnxruntime, which this build does "
             "not contain; set it to opencv_dnn or auto, or unset it");
     }
-    if (environment.threads.has_value()) {
-        tellThreadsHaveNoEffect(*environment.threads);
-    }
-    return makeOpencvDnnBackend(model, network);
+    return makeOpencvDnn(environment, request);
+#endif
 }
 
 }  // namespace ai_orvo::alg::common

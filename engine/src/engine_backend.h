@@ -9,8 +9,10 @@
 #include <memory>
 #include <vector>
 
+#include "brellix/ai_engine.h"
 #include "engine_network.h"
 #include "environment.h"
+#include "float_scratch.h"
 
 namespace ai_orvo::alg::common {
 
@@ -34,11 +36,24 @@ class EngineBackend {
     /// \param outputs each filled with float values, the ones before quantisation where the graph ends in it.
     /// \throws Refusal (`kInferenceFailed`); no output was written then.
     virtual void run(const std::vector<const float*>& inputs, const std::vector<OutputRequest>& outputs) = 0;
+
+    /// For tensors that the caller of `run` converts.
+    FloatScratch& scratch() { return scratch_; }
+
+  private:
+    FloatScratch scratch_;
 };
 
-/// Chooses the back-end that the environment asks for, or the first of those compiled in.
+/// A network that needs something to run it.
+struct BackendRequest {
+    const AIEngineConfig& config;
+    const onnx::ModelProto& model;
+    EngineNetwork& network;  ///< a back-end that can run a network of open extents settles them here
+};
+
+/// Chooses the back-end that the environment asks for, or the first of those compiled in that runs the
+/// network.
 /// \throws Refusal (`kBadEnvironment`, `kBackendRefusal`).
-std::shared_ptr<EngineBackend> makeBackend(const Environment& environment, const onnx::ModelProto& model,
-                                           const EngineNetwork& network);
+std::shared_ptr<EngineBackend> makeBackend(const Environment& environment, const BackendRequest& request);
 
 }  // namespace ai_orvo::alg::common

@@ -27,11 +27,23 @@ void checkCalibrationFits(const Calibration& calibration, const std::string& pat
     }
 }
 
+void settle(std::vector<TensorDescription>& tensors, const std::vector<std::vector<std::int64_t>>& shapes) {
+    for (std::size_t i = 0; i < tensors.size(); ++i) {
+        tensors[i].hasShape = true;
+        tensors[i].shape = shapes[i];
+    }
+}
+
 }  // namespace
 
 EngineNetwork::EngineNetwork(std::string path, NetworkDescription description, Calibration calibration)
     : path_(std::move(path)), description_(std::move(description)), calibration_(std::move(calibration)) {
     checkCalibrationFits(calibration_, path_, description_.outputs);
+}
+
+void EngineNetwork::settleShapes(const TensorShapes& shapes) {
+    settle(description_.inputs, shapes.inputs);
+    settle(description_.outputs, shapes.outputs);
 }
 
 AffineGrid EngineNetwork::gridFor(const TensorDescription& output, const float* values) const {

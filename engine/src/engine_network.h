@@ -11,6 +11,12 @@
 
 namespace ai_orvo::alg::common {
 
+/// The shapes of all inputs and outputs, in the network's order.
+struct TensorShapes {
+    std::vector<std::vector<std::int64_t>> inputs;
+    std::vector<std::vector<std::int64_t>> outputs;
+};
+
 /// The description of the network, and how its outputs become int8. Lives as long as its `AIEngine`.
 class EngineNetwork {
   public:
@@ -20,6 +26,9 @@ class EngineNetwork {
     const std::vector<TensorDescription>& inputs() const { return description_.inputs; }
     const std::vector<TensorDescription>& outputs() const { return description_.outputs; }
     std::int64_t opset() const { return description_.opset; }
+
+    /// Fills in the extents that the file leaves open, as the back-end runs the network.
+    void settleShapes(const TensorShapes& shapes);
 
     /// The int8 grid of an output: from the graph, else from the calibration, else from the values
     /// themselves.

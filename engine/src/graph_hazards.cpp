@@ -70,10 +70,8 @@ void checkWeights(const onnx::GraphProto& graph, const onnx::NodeProto& node) {
 
 /// Shape inference follows nested graphs, where the names are harder to look up.
 void checkFlat(const onnx::NodeProto& node) {
-    for (const onnx::AttributeProto& attribute : node.attribute()) {
-        if (attribute.has_g() || attribute.graphs_size() > 0) {
-            refuse(node, "it holds a graph of its own");
-        }
+    if (holdsGraph(node)) {
+        refuse(node, "it holds a graph of its own");
     }
 }
 

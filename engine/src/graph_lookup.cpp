@@ -36,4 +36,11 @@ const onnx::AttributeProto* attributeOf(const onnx::NodeProto& node, const std::
     return nullptr;
 }
 
+bool holdsGraph(const onnx::NodeProto& node) {
+    return std::any_of(node.attribute().begin(), node.attribute().end(),
+                       [](const onnx::AttributeProto& attribute) {
+                           return attribute.has_g() || attribute.graphs_size() > 0;
+                       });
+}
+
 }  // namespace ai_orvo::alg::common

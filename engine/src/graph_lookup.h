@@ -18,4 +18,7 @@ const onnx::TensorProto* constantOf(const onnx::GraphProto& graph, const std::st
 /// The attribute of that name; null where the node has none.
 const onnx::AttributeProto* attributeOf(const onnx::NodeProto& node, const std::string& name);
 
+/// Whether the node has a graph of its own among its attributes (If, Loop, Scan).
+bool holdsGraph(const onnx::NodeProto& node);
+
 }  // namespace ai_orvo::alg::common

@@ -81,6 +81,15 @@ bool sameGrid(const std::optional<AffineGrid>& a, const std::optional<AffineGrid
     return a.has_value() && b.has_value() && a->scale == b->scale && a->zeroPoint == b->zeroPoint;
 }
 
+/// Bytes that come from a quantised operator: what they become lies on the grid already. Without a zero point
+/// nothing tells whether they are signed.
+std::optional<QuantizedOutput> dequantizedOutput(const onnx::GraphProto& graph, const onnx::NodeProto& node,
+                                                 const std::string& output) {
+    const bool hasZeroPoint = node.input_size() > kZeroPointInput && !node.input(kZeroPointInput).empty();
+    const std::optional<AffineGrid> grid = hasZeroPoint ? gridOf(graph, node) : std::nullopt;
+    return grid.has_value() ? std::optional(QuantizedOutput{output, *grid}) : std::nullopt;
+}
+
 }  // namespace
 
 std::optional<QuantizedOutput> quantizedOutput(const onnx::GraphProto& graph, const std::string& output) {
@@ -88,7 +97,7 @@ std::optional<QuantizedOutput> quantizedOutput(const onnx::GraphProto& graph, co
     const std::string& bytes = dequantize != nullptr ? dequantize->input(kValueInput) : output;
     const onnx::NodeProto* quantize = producerOfKind(graph, bytes, "QuantizeLinear");
     if (quantize == nullptr) {
-        return std::nullopt;
+        return dequantize != nullptr ? dequantizedOutput(graph, *dequantize, output) : std::nullopt;
     }
     const std::optional<AffineGrid> grid = gridOf(graph, *quantize);
     if (!grid.has_value() || (dequantize != nullptr && !sameGrid(grid, gridOf(graph, *dequantize)))) {

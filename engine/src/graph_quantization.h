@@ -12,9 +12,10 @@
 
 namespace ai_orvo::alg::common {
 
-/// An output that ends in QuantizeLinear, or in QuantizeLinear followed by DequantizeLinear.
+/// An output that ends in QuantizeLinear, in QuantizeLinear followed by DequantizeLinear, or in
+/// DequantizeLinear of bytes that a quantised operator computes.
 struct QuantizedOutput {
-    std::string floatValue;  ///< the value that is quantised
+    std::string floatValue;  ///< the value that is quantised; in the last case the output itself
     AffineGrid grid;         ///< of signed bytes; an unsigned zero point is moved by 128
 };
 

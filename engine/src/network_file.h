@@ -10,7 +10,7 @@
 namespace ai_orvo::alg::common {
 
 /// Reads the file in one go, so that it may change on disk afterwards.
-/// \throws Refusal (`kFileUnreadable`, `kNotAnOnnxNetwork`).
+/// \throws Refusal (`kFileUnreadable`, `kNotAnOnnxNetwork`; `kBackendRefusal` for data in other files).
 onnx::ModelProto readNetworkFile(const std::string& path);
 
 }  // namespace ai_orvo::alg::common

@@ -75,9 +75,6 @@ bool holdsWhatItClaims(const onnx::TensorProto& tensor) {
     if (!count.has_value()) {
         return false;
     }
-    if (tensor.data_location() == onnx::TensorProto::EXTERNAL) {
-        return usedStorages(tensor) == 0;
-    }
     if (usedStorages(tensor) > 1) {
         return false;
     }
@@ -112,6 +109,11 @@ class StoredTensorCheck {
 
   private:
     void tensor(const onnx::TensorProto& tensor) const {
+        if (tensor.data_location() == onnx::TensorProto::EXTERNAL) {
+            throw Refusal(Status::kBackendRefusal,
+                          "network '" + path_ + "': the data of tensor '" + tensor.name() +
+                              "' lie in another file: export the network as one file");
+        }
         if (!holdsWhatItClaims(tensor)) {
             throw Refusal(Status::kNotAnOnnxNetwork,
                           "'" + path_ + "' is damaged: stored tensor '" + tensor.name() +

@@ -10,8 +10,9 @@
 namespace ai_orvo::alg::common {
 
 /// Back-ends copy by shape without looking at the stored length, so a damaged file would make them read past
-/// the end of a buffer.
-/// \throws Refusal (`kNotAnOnnxNetwork`) that names the first tensor whose length is wrong.
+/// the end of a buffer. They also open what other files a tensor names, which may be any file of the machine.
+/// \throws Refusal that names the first tensor whose length is wrong (`kNotAnOnnxNetwork`) or whose data lie in
+///         another file (`kBackendRefusal`).
 void checkStoredTensors(const onnx::ModelProto& model, const std::string& path);
 
 }  // namespace ai_orvo::alg::common

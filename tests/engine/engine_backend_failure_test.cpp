@@ -45,8 +45,7 @@ class FailingBackend : public EngineBackend {
 
 }  // namespace
 
-std::shared_ptr<EngineBackend> makeBackend(const Environment&, const onnx::ModelProto&,
-                                           const EngineNetwork&) {
+std::shared_ptr<EngineBackend> makeBackend(const Environment&, const BackendRequest&) {
     return std::make_shared<FailingBackend>();
 }
 

@@ -1,6 +1,7 @@
 #include "engine_fixture.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace brellix::testing {
@@ -19,6 +20,21 @@ void expectRefusal(const Answer& answer, int status, const std::vector<std::stri
     EXPECT_EQ(text.rfind("brellix_ai_engine: ", 0), 0U) << text;
     for (const std::string& part : parts) {
         EXPECT_NE(text.find(part), std::string::npos) << "'" << part << "' is not in: " << text;
+    }
+}
+
+EnvironmentVariable::EnvironmentVariable(const char* name, const std::string& value) : name_(name) {
+    if (const char* before = std::getenv(name)) {
+        before_ = before;
+    }
+    ::setenv(name, value.c_str(), 1);
+}
+
+EnvironmentVariable::~EnvironmentVariable() {
+    if (before_.has_value()) {
+        ::setenv(name_, before_->c_str(), 1);
+    } else {
+        ::unsetenv(name_);
     }
 }
 

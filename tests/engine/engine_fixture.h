@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,6 +42,19 @@ void expectSilentSuccess(const Answer& answer);
 
 /// The status, one line on standard error that holds every one of `parts`, nothing on standard output.
 void expectRefusal(const Answer& answer, int status, const std::vector<std::string>& parts);
+
+/// Sets an environment variable as long as it lives.
+class EnvironmentVariable {
+  public:
+    EnvironmentVariable(const char* name, const std::string& value);
+    ~EnvironmentVariable();
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+
+  private:
+    const char* name_;
+    std::optional<std::string> before_;
+};
 
 AIBuff floatBuffer(const std::vector<float>& values);
 AIBuff byteBuffer(std::size_t size, std::int8_t fill = 0);

@@ -98,7 +98,8 @@ TEST_F(EngineRealNetworks, ExportWithSplitSizesAsInputRuns) {
     EXPECT_TRUE(std::isfinite(floatsOf(outputs["proto"]).front()));
 }
 
-TEST_F(EngineRealNetworks, HalfPrecisionDynamicExportIsRefusedWithTheFix) {
+TEST_F(EngineRealNetworks, HalfPrecisionDynamicExportIsRefusedByOpencvWithTheFix) {
+    const EnvironmentVariable backend("BRELLIX_ENGINE_BACKEND", "opencv_dnn");
     expectRefusal(init(configOf("yolov5n_export_fp16_dynamic.onnx")), 4,
                   {"float16", "?x3x?x?", "in float32 and with a static shape"});
 }

@@ -142,6 +142,20 @@ TEST_F(RealNetworks, SegmentationFindsTheExpectedObjectsAndMasks) {
     expectObjectsOf(model, "yolov8n-seg_heads_bgr_640", kFloatNetwork);
 }
 
+#ifdef BRELLIX_WITH_ONNXRUNTIME
+// The same detector as it was exported in the wild, which only this back-end takes.
+TEST_F(RealNetworks, HalfPrecisionDynamicExportFindsTheObjectsOfTheFusedDetector) {
+    const char* const backend = std::getenv("BRELLIX_ENGINE_BACKEND");
+    if (backend != nullptr && std::string(backend) == "opencv_dnn") {
+        GTEST_SKIP() << "the back-end opencv_dnn refuses it";
+    }
+    const TemporaryFolder folder;
+    YOLOv5 model(folder.write("fp16.yaml", configText("yolov5n_export_fp16_dynamic")));
+    ASSERT_EQ(last_run_report().init_status, 0);
+    expectObjectsOf(model, "yolov5n_fused_640", kFloatNetwork);
+}
+#endif
+
 /// How two runs of one network agree, over all photographs.
 struct Agreement {
     int expected = 0;

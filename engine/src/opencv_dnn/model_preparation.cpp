@@ -4,10 +4,9 @@
 #include <cstring>
 #include <optional>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "../graph_lookup.h"
-#include "../graph_quantization.h"
+#include "../quantized_ends.h"
 
 namespace ai_orvo::alg::common {
 namespace {
@@ -43,56 +42,6 @@ void moveSplitSizesToAttribute(onnx::GraphProto& graph) {
         attribute->mutable_ints()->Add(sizes->begin(), sizes->end());
         node.mutable_input()->DeleteSubrange(kSizesInput, node.input_size() - kSizesInput);
     }
-}
-
-/// From the back, since a node's users stand behind it.
-void removeUnusedQuantizers(onnx::GraphProto& graph) {
-    std::unordered_set<std::string> used;
-    for (const onnx::ValueInfoProto& output : graph.output()) {
-        used.insert(output.name());
-    }
-    google::protobuf::RepeatedPtrField<onnx::NodeProto> kept;
-    for (int i = graph.node_size() - 1; i >= 0; --i) {
-        onnx::NodeProto& node = *graph.mutable_node(i);
-        const bool quantizer = node.op_type() == "QuantizeLinear" || node.op_type() == "DequantizeLinear";
-        if (quantizer && node.output_size() == 1 && used.count(node.output(0)) == 0) {
-            continue;
-        }
-        used.insert(node.input().begin(), node.input().end());
-        kept.Add()->Swap(&node);
-    }
-    std::reverse(kept.begin(), kept.end());
-    graph.mutable_node()->Swap(&kept);
-}
-
-void addOutput(onnx::GraphProto& graph, const onnx::ValueInfoProto& original, const std::string& name) {
-    for (const onnx::ValueInfoProto& output : graph.output()) {
-        if (output.name() == name) {
-            return;
-        }
-    }
-    onnx::ValueInfoProto* output = graph.add_output();
-    *output = original;
-    output->set_name(name);
-    output->mutable_type()->mutable_tensor_type()->set_elem_type(onnx::TensorProto::FLOAT);
-}
-
-/// Ends the graph at the values before quantisation. \return those values' names, one per output.
-std::vector<std::string> endBeforeQuantization(onnx::GraphProto& graph) {
-    const onnx::GraphProto original = graph;
-    std::vector<std::string> values;
-    graph.clear_output();
-    for (const onnx::ValueInfoProto& output : original.output()) {
-        const std::optional<QuantizedOutput> quantized = quantizedOutput(original, output.name());
-        values.push_back(quantized.has_value() ? quantized->floatValue : output.name());
-        if (quantized.has_value()) {
-            addOutput(graph, output, values.back());
-        } else {
-            *graph.add_output() = output;
-        }
-    }
-    removeUnusedQuantizers(graph);
-    return values;
 }
 
 using Ranks = std::unordered_map<std::string, int>;

@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "../element_types.h"
+#include "../graph_lookup.h"
 
 namespace ai_orvo::alg::common {
 namespace {
@@ -44,10 +45,6 @@ std::string badOutput(const EngineNetwork& network, const TensorDescription& out
 }
 
 std::string badStoredTensor(const onnx::TensorProto& tensor) {
-    if (tensor.data_location() == onnx::TensorProto::EXTERNAL) {
-        return "the data of tensor '" + tensor.name() +
-               "' lie in another file: export the network as one file";
-    }
     switch (tensor.data_type()) {
         case onnx::TensorProto::FLOAT:
         case onnx::TensorProto::DOUBLE:
@@ -72,13 +69,6 @@ bool isQuantizedOperator(const std::string& opType) {
                                          "ConvInteger", "MatMulInteger"};
     return opType.rfind("QLinear", 0) == 0 || std::any_of(std::begin(kKinds), std::end(kKinds),
                                                           [&](const char* kind) { return opType == kind; });
-}
-
-bool holdsGraph(const onnx::NodeProto& node) {
-    return std::any_of(node.attribute().begin(), node.attribute().end(),
-                       [](const onnx::AttributeProto& attribute) {
-                           return attribute.has_g() || attribute.graphs_size() > 0;
-                       });
 }
 
 std::string badNode(const onnx::NodeProto& node) {
