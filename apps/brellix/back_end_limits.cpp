@@ -74,9 +74,9 @@ std::string openTensors(const NetworkFacts& network) {
     return text;
 }
 
-void judgeOpset(const NetworkFacts& network, Findings& findings) {
+void judgeOpset(BackEnd backEnd, const NetworkFacts& network, Findings& findings) {
     const std::int64_t opset = network.description.opset;
-    const bool isNewer = opset > kBestOpset;
+    const bool isNewer = backEnd == BackEnd::kOpencvDnn && opset > kBestOpset;
     findings.push_back({isNewer ? Severity::kNote : Severity::kOk, "opset", network.path,
                         std::to_string(opset) + (isNewer ? "; the back-end runs opset 12 best" : ""), "",
                         ""});
@@ -95,10 +95,8 @@ std::string faultOfGraph(const NetworkFacts& network) {
     return fault.empty() ? fault : "it is not valid: " + fault;
 }
 
-}  // namespace
-
-void judgeBackEndLimits(const NetworkFacts& network, const std::string& fix, Findings& findings) {
-    judgeOpset(network, findings);
+/// What OpenCV's importer does not take.
+void judgeOpencvLimits(const NetworkFacts& network, const std::string& fix, Findings& findings) {
     const auto refuse = [&](const char* what, const std::string& found, const char* expected) {
         findings.push_back({Severity::kError, what, network.path, found, expected, fix});
     };
@@ -114,6 +112,19 @@ void judgeBackEndLimits(const NetworkFacts& network, const std::string& fix, Fin
     const std::string fault = half.empty() && open.empty() ? faultOfGraph(network) : "";
     if (!fault.empty()) {
         refuse("graph", fault, "a graph that the back-end opencv_dnn runs");
+    }
+}
+
+}  // namespace
+
+void judgeBackEndLimits(BackEnd backEnd, const NetworkFacts& network, const std::string& fix,
+                        Findings& findings) {
+    if (backEnd == BackEnd::kUnknown) {
+        return;
+    }
+    judgeOpset(backEnd, network, findings);
+    if (backEnd == BackEnd::kOpencvDnn) {
+        judgeOpencvLimits(network, fix, findings);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "command_line.h"
 
+#include "bench_command.h"
 #include "calibrate_command.h"
 #include "check_command.h"
 #include "compare_command.h"
@@ -28,6 +29,7 @@ constexpr const char* kExamples =
     "  brellix calibrate shapes.yaml pictures/\n"
     "  brellix eval shapes.yaml truth.json\n"
     "  brellix compare float.yaml int8.yaml pictures/\n"
+    "  brellix bench shapes.yaml photo.jpg\n"
     "\n"
     "brellix COMMAND --help tells more about a command.\n"
     "Exit status: 0 done, 1 the answer is no (check, init, compare), 2 wrong use or bad input,\n"
@@ -80,9 +82,9 @@ void describeProgram(CLI::App& app) {
 ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, Console& console) {
     CLI::App app("Runs the models of the brellix model zoo on pictures and videos.");
     describeProgram(app);
-    const std::vector<Subcommand> subcommands = {addInitCommand(app),   addCheckCommand(app),
-                                                 addDetectCommand(app), addCalibrateCommand(app),
-                                                 addEvalCommand(app),   addCompareCommand(app)};
+    const std::vector<Subcommand> subcommands = {
+        addInitCommand(app), addCheckCommand(app),   addDetectCommand(app), addCalibrateCommand(app),
+        addEvalCommand(app), addCompareCommand(app), addBenchCommand(app)};
     try {
         app.parse(argumentsFrom(argc, argv));
     } catch (const CLI::ParseError& error) {

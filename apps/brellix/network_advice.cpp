@@ -24,8 +24,8 @@ std::string preparation(const NetworkFacts& network, const Recognition& recognit
 /// \return the outputs of a class that the network lacks: "yolov8_seg lacks output2, output3, ...".
 std::string lackOf(ModelClass modelClass, const NetworkFacts& network) {
     std::string missing;
-    for (const TensorRow& row :
-         compareTensors(expectedTensors({modelClass, {64, 64}, 1, "ONNX", false}), network.description)) {
+    for (const TensorRow& row : compareTensors(expectedTensors({modelClass, {64, 64}, 1, "ONNX", false}),
+                                               network.description, BackEnd::kOpencvDnn)) {
         if (!row.expected.isInput && !row.found) {
             missing += (missing.empty() ? "" : ", ") + row.expected.name;
         }
@@ -68,7 +68,8 @@ std::string otherKind(const NetworkFacts& network, const Recognition& recognitio
 /// Float16 and open shapes: what keeps a network of the right kind from running. Empty where nothing does.
 std::string limitsOf(const NetworkFacts& network, const Recognition& recognition) {
     Findings findings;
-    judgeBackEndLimits(network, "", findings);
+    // A configuration is written for networks that every back-end runs.
+    judgeBackEndLimits(BackEnd::kOpencvDnn, network, "", findings);
     std::string found;
     for (const Finding& finding : findings) {
         if (finding.severity == Severity::kError && finding.what != "graph") {

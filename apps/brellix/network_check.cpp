@@ -1,5 +1,6 @@
 #include "network_check.h"
 
+#include "back_end_choice.h"
 #include "back_end_limits.h"
 #include "calibration_check.h"
 #include "config_keys.h"
@@ -16,12 +17,6 @@ namespace brellix::app {
 namespace {
 
 namespace engine = ai_orvo::alg::common;
-
-#ifdef BRELLIX_OWN_ENGINE
-constexpr bool kEngineIsOurs = true;
-#else
-constexpr bool kEngineIsOurs = false;
-#endif
 
 Finding ofNetwork(const NetworkFacts& network, Severity severity, const std::string& found) {
     return {severity, "network", network.path, found, "", ""};
@@ -56,13 +51,11 @@ void judgeOnnx(const CheckedConfig& checked, bool usesCalibration, CheckReport& 
     const Recognition recognition = recognise(checked.network);
     Findings& findings = report.findings;
     if (checked.modelClassIsKnown) {
-        report.tensors =
-            compareTensors(expectedTensors(settingsOf(checked.config)), checked.network.description);
+        report.tensors = compareTensors(expectedTensors(settingsOf(checked.config)),
+                                        checked.network.description, chosenBackEnd());
         judgeFit(checked, recognition, report.tensors, findings);
     }
-    if (kEngineIsOurs) {
-        judgeBackEndLimits(checked.network, exportFix(checked, recognition), findings);
-    }
+    judgeBackEndLimits(chosenBackEnd(), checked.network, exportFix(checked, recognition), findings);
     if (!checked.modelClassIsKnown) {
         return;
     }

@@ -120,7 +120,8 @@ class Fit {
         settings.classNum = recognition_.classNum.value_or(settings.classNum);
         const bool isSame = settings.inputSize == config_.inputSize && settings.classNum == config_.classNum;
         const TensorRows corrected =
-            isSame ? rows : compareTensors(expectedTensors(settings), checked_.network.description);
+            isSame ? rows
+                   : compareTensors(expectedTensors(settings), checked_.network.description, chosenBackEnd());
         for (const TensorRow& row : corrected) {
             if (!isExplained(row)) {
                 add(row.expected.isInput ? "input " + row.expected.name : "output " + row.expected.name,

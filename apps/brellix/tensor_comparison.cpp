@@ -22,19 +22,39 @@ bool fitsShape(const ExpectedTensor& expected, const TensorDescription& found) {
 }
 
 /// The engine turns floats into bytes itself, and takes outputs that the graph quantises at its end.
-bool fitsType(const TensorDescription& found) {
-    return found.elementType == onnx::TensorProto::FLOAT || found.grid.has_value();
+bool fitsType(const TensorDescription& found, BackEnd backEnd) {
+    const bool isConverted =
+        backEnd == BackEnd::kOnnxRuntime &&
+        (found.elementType == onnx::TensorProto::FLOAT16 || found.elementType == onnx::TensorProto::DOUBLE);
+    return found.elementType == onnx::TensorProto::FLOAT || found.grid.has_value() || isConverted;
 }
 
-TensorVerdict judge(const ExpectedTensor& expected, const TensorDescription* found) {
+/// Whether a shape with open extents can become the expected one.
+bool fitsOpenShape(const ExpectedTensor& expected, const TensorDescription& found) {
+    return !found.hasShape || (found.shape.size() == expected.shape.size() &&
+                               std::equal(found.shape.begin(), found.shape.end(), expected.shape.begin(),
+                                          [](std::int64_t extent, std::int64_t wanted) {
+                                              return extent == engine::kUnknownExtent || extent == wanted;
+                                          }));
+}
+
+TensorVerdict judgeOpenShape(const ExpectedTensor& expected, const TensorDescription& found,
+                             BackEnd backEnd) {
+    if (backEnd == BackEnd::kOpencvDnn) {
+        return TensorVerdict::kOpenShape;
+    }
+    return fitsOpenShape(expected, found) ? TensorVerdict::kFits : TensorVerdict::kOtherSize;
+}
+
+TensorVerdict judge(const ExpectedTensor& expected, const TensorDescription* found, BackEnd backEnd) {
     if (found == nullptr) {
         return TensorVerdict::kMissing;
     }
-    if (!fitsType(*found)) {
+    if (!fitsType(*found, backEnd)) {
         return TensorVerdict::kOtherType;
     }
     if (!found->isStatic()) {
-        return TensorVerdict::kOpenShape;
+        return judgeOpenShape(expected, *found, backEnd);
     }
     if (static_cast<std::int64_t>(found->elementCount()) != expected.elements) {
         return TensorVerdict::kOtherSize;
@@ -43,9 +63,9 @@ TensorVerdict judge(const ExpectedTensor& expected, const TensorDescription* fou
 }
 
 TensorRow rowFor(const ExpectedTensor& expected, const std::vector<TensorDescription>& tensors,
-                 std::size_t namedTensors) {
+                 std::size_t namedTensors, BackEnd backEnd) {
     const TensorDescription* const found = engine::matchTensor(tensors, expected.name, namedTensors);
-    TensorRow row{expected, std::nullopt, judge(expected, found)};
+    TensorRow row{expected, std::nullopt, judge(expected, found, backEnd)};
     if (found != nullptr) {
         row.found = *found;
     }
@@ -73,13 +93,13 @@ const char* nameOf(TensorVerdict verdict) {
 }
 
 TensorRows compareTensors(const std::vector<ExpectedTensor>& expected,
-                          const engine::NetworkDescription& network) {
+                          const engine::NetworkDescription& network, BackEnd backEnd) {
     const auto inputs = static_cast<std::size_t>(std::count_if(
         expected.begin(), expected.end(), [](const ExpectedTensor& tensor) { return tensor.isInput; }));
     TensorRows rows;
     for (const ExpectedTensor& tensor : expected) {
-        rows.push_back(tensor.isInput ? rowFor(tensor, network.inputs, inputs)
-                                      : rowFor(tensor, network.outputs, expected.size() - inputs));
+        rows.push_back(tensor.isInput ? rowFor(tensor, network.inputs, inputs, backEnd)
+                                      : rowFor(tensor, network.outputs, expected.size() - inputs, backEnd));
     }
     return rows;
 }

@@ -3,6 +3,7 @@
 /// \file
 /// The tensors that a model asks for beside those that the network has.
 
+#include "back_end_choice.h"
 #include "expected_tensors.h"
 
 #include <network_description.h>
@@ -34,8 +35,9 @@ struct TensorRow {
 using TensorRows = std::vector<TensorRow>;
 
 /// Matches names as the engine does. \return a row for each expected tensor, in their order.
+/// \param backEnd decides which element types and open shapes fit.
 TensorRows compareTensors(const std::vector<ExpectedTensor>& expected,
-                          const ai_orvo::alg::common::NetworkDescription& network);
+                          const ai_orvo::alg::common::NetworkDescription& network, BackEnd backEnd);
 
 /// \return "1x3x64x64".
 std::string shapeOf(const ExpectedTensor& tensor);

@@ -4,6 +4,7 @@
 
 #include "configuration_check.h"
 #include "engine_backend.h"
+#include "last_backend.h"
 #include "network_file.h"
 #include "refusal.h"
 #include "tensor_binding.h"
@@ -94,6 +95,7 @@ int AIEngine::Init(const AIEngineConfig& config) {
         std::shared_ptr<EngineBackend> backend = makeBackend(environment, {config, model, *network});
         // Extents that the file leaves open are known only now.
         checkConfiguration(config, *network);
+        noteBackend(backend->name());
         backend_ = std::move(backend);
         network_ = std::move(network);
     });

@@ -37,6 +37,9 @@ class EngineBackend {
     /// \throws Refusal (`kInferenceFailed`); no output was written then.
     virtual void run(const std::vector<const float*>& inputs, const std::vector<OutputRequest>& outputs) = 0;
 
+    /// As BRELLIX_ENGINE_BACKEND calls it.
+    virtual const char* name() const = 0;
+
     /// For tensors that the caller of `run` converts.
     FloatScratch& scratch() { return scratch_; }
 

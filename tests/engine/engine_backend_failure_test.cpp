@@ -25,6 +25,8 @@ namespace {
 
 class FailingBackend : public EngineBackend {
   public:
+    const char* name() const override { return "failing"; }
+
     void run(const std::vector<const float*>&, const std::vector<OutputRequest>& outputs) override {
         using brellix::testing::Failure;
         switch (brellix::testing::nextFailure) {

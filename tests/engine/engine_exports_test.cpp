@@ -35,10 +35,11 @@ std::set<std::string> exportedNames(const std::string& library) {
     return names;
 }
 
-TEST(EngineExports, AreTheTwoOperations) {
+TEST(EngineExports, AreTheTwoOperationsAndTheBackEndsName) {
     EXPECT_EQ(exportedNames(BRELLIX_ENGINE_FILE),
               (std::set<std::string>{"ai_orvo::alg::common::AIEngine::Init",
-                                     "ai_orvo::alg::common::AIEngine::DoInference"}));
+                                     "ai_orvo::alg::common::AIEngine::DoInference",
+                                     "brellix_ai_engine_last_backend"}));
 }
 
 }  // namespace

@@ -120,6 +120,8 @@ class OnnxRuntimeBackend : public EngineBackend {
 
     const TensorShapes& shapes() const { return shapes_; }
 
+    const char* name() const override { return "onnxruntime"; }
+
     void run(const std::vector<const float*>& inputs, const std::vector<OutputRequest>& outputs) override {
         try {
             if (copiesOutputs_) {

@@ -50,6 +50,8 @@ class OpencvDnnBackend : public EngineBackend {
         }
     }
 
+    const char* name() const override { return "opencv_dnn"; }
+
   private:
     [[noreturn]] void refuseInference(const std::string& reason) const {
         throw Refusal(Status::kInferenceFailed,
