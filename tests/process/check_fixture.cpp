@@ -1,11 +1,16 @@
 #include "check_fixture.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 
 namespace brellix::testing {
 
 using nlohmann::json;
+
+CheckTest::CheckTest() {
+    ::setenv("BRELLIX_ENGINE_BACKEND", "opencv_dnn", 1);
+}
 
 json CheckTest::report(const std::string& config, const std::vector<std::string>& options) const {
     std::vector<std::string> arguments = {"check", config, "--json"};

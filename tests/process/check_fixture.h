@@ -11,8 +11,11 @@
 
 namespace brellix::testing {
 
+/// The program runs with the back-end that every build has, whose limits are the narrower ones.
 class CheckTest : public ModelTest {
   protected:
+    CheckTest();
+
     /// The report of `check CONFIG --json` with further options; fails the test unless the exit status says
     /// the same as "fits".
     nlohmann::json report(const std::string& config, const std::vector<std::string>& options = {}) const;

@@ -1,5 +1,7 @@
 #include "check_fixture.h"
 
+#include <cstdlib>
+
 namespace brellix::testing {
 namespace {
 
@@ -228,6 +230,23 @@ TEST_F(Check, HalfPrecisionAndOpenShapesComeWithTheCommand) {
     expectFinding(answer, "element type", "error", {"float16 inputs, outputs", "float32", command});
     expectFinding(answer, "shape", "error", {"image 1x3x?x?", "a static shape", command});
     EXPECT_EQ(errors(answer), (Names{"element type", "shape"})) << answer.dump(1);
+}
+
+TEST_F(Check, OnnxRuntimeTakesHalfPrecisionAndOpenShapes) {
+#ifndef BRELLIX_WITH_ONNXRUNTIME
+    GTEST_SKIP() << "built without ONNX Runtime";
+#endif
+    ::setenv("BRELLIX_ENGINE_BACKEND", "onnxruntime", 1);
+    change("network.onnx", "network.onnx", [](onnx::ModelProto& model) {
+        setTypes(model, onnx::TensorProto::FLOAT16);
+        openShapes(model);
+    });
+    const json answer = report("model.yaml");
+    EXPECT_EQ(finding(answer, "element type"), json()) << answer.dump(1);
+    EXPECT_EQ(finding(answer, "shape"), json()) << answer.dump(1);
+    for (const json& tensor : answer.at("tensors")) {
+        EXPECT_EQ(tensor.at("verdict"), "ok") << tensor;
+    }
 }
 
 TEST_F(Check, HalfPrecisionWeightsAreFound) {
