@@ -44,7 +44,10 @@ std::vector<Object> plainly(const cv::Mat& image, bool isCut) {
     if (isCut) {
         for (std::size_t head = 0; head < 3; ++head) {
             const auto grid = static_cast<std::size_t>(kInput / reference::kCutoffStrides[head]);
-            outputs[reference::kCutoffHeadNames[head]].data->resize(3 * (kClasses + 5) * grid * grid);
+            ai_orvo::model::AIBuff& output = outputs[reference::kCutoffHeadNames[head]];
+            output.data->resize(3 * (kClasses + 5) * grid * grid);
+            output.zp = 100;
+            output.scale = 0.1F;
         }
         reference::CutoffSettings settings;
         settings.letterbox = info;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Images that are zero without having been written.
+/// Images full of zeros in memory that is used again.
 
 #include <opencv2/core.hpp>
 
@@ -9,9 +9,10 @@ namespace ai_orvo::model {
 
 /// \return a zero matrix of one channel of bytes.
 ///
-/// A mask is as large as the picture and mostly zero: its pages come from the kernel, which zeroes each when
-/// it is first touched, so that what nobody writes or reads costs neither time nor memory. A small one is an
-/// ordinary matrix. Either is released like any other `cv::Mat`.
+/// Masks are as large as the picture, there are many of them, and all go at once: an ordinary allocator gives
+/// their pages back to the system after every frame, and taking them anew costs more than all the rest. The
+/// memory of large masks is kept when they are released, up to 128 MiB in the process, and cleared when it is
+/// used again. A matrix is released like any other, on any thread.
 cv::Mat zeroedImage(const cv::Size& size);
 
 }  // namespace ai_orvo::model
