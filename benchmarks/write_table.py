@@ -28,8 +28,7 @@ with the reference's before it was timed. Times are CPU time in microseconds, th
 | detect over a null engine | the floor of its tensor, and one write of the output buffers, which every frame hands over cleared |
 
 `other`: `cv::resize`, `cv::copyMakeBorder` and `cv::dnn::blobFromImage`, as applications write it.
-Allocations are those of a frame in the steady state; the memory of large masks is kept between frames and not among
-them.
+Allocations are those of a frame in the steady state; large masks come as pages from the kernel and are not among them.
 """
 
 

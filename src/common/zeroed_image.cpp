@@ -2,94 +2,52 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <cstddef>
-#include <cstring>
-#include <iterator>
-#include <mutex>
+#include <cstdint>
 #include <new>
-#include <vector>
 
 namespace ai_orvo::model {
 namespace {
 
-// Smaller ones stay in the ordinary allocator's hands anyway.
-constexpr std::size_t kSmallest = 128 * 1024;
-constexpr std::size_t kMostKept = 128 * 1024 * 1024;
+// Below this, asking the kernel for pages costs more than clearing bytes that are in the cache.
+constexpr std::size_t kSmallestMapping = 128 * 1024;
+constexpr std::size_t kHugePage = 2 * 1024 * 1024;
 
-/// Pages of zeros: kept ones that are cleared, or fresh ones, which the kernel clears as they are touched.
-class PagePool {
-  public:
-    void* take(std::size_t bytes) {
-        if (void* const pages = takeKept(bytes)) {
-            std::memset(pages, 0, bytes);
-            return pages;
-        }
-        void* const pages = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (pages == MAP_FAILED) {
-            throw std::bad_alloc();
-        }
-        return pages;
-    }
-
-    void giveBack(void* pages, std::size_t bytes) noexcept {
-        if (!keep(pages, bytes)) {
-            munmap(pages, bytes);
-        }
-    }
-
-  private:
-    struct Block {
-        void* pages;
-        std::size_t bytes;
-    };
-
-    void* takeKept(std::size_t bytes) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        // The one given back last is the likeliest to be in a cache.
-        const auto found = std::find_if(kept_.rbegin(), kept_.rend(),
-                                        [bytes](const Block& block) { return block.bytes == bytes; });
-        if (found == kept_.rend()) {
-            return nullptr;
-        }
-        void* const pages = found->pages;
-        keptBytes_ -= bytes;
-        kept_.erase(std::next(found).base());
-        return pages;
-    }
-
-    bool keep(void* pages, std::size_t bytes) noexcept {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        try {
-            // Pictures of another size than before would find nothing: the oldest blocks make room.
-            while (!kept_.empty() && keptBytes_ + bytes > kMostKept) {
-                munmap(kept_.front().pages, kept_.front().bytes);
-                keptBytes_ -= kept_.front().bytes;
-                kept_.erase(kept_.begin());
-            }
-            if (bytes > kMostKept) {
-                return false;
-            }
-            kept_.push_back({pages, bytes});
-        } catch (const std::bad_alloc&) {
-            return false;
-        }
-        keptBytes_ += bytes;
-        return true;
-    }
-
-    std::mutex mutex_;
-    std::vector<Block> kept_;
-    std::size_t keptBytes_ = 0;
-};
-
-/// Never destroyed: a mask may outlive everything else in the process.
-PagePool& pagePool() {
-    static auto* const pool = new PagePool();
-    return *pool;
+std::size_t wholeHugePages(std::size_t bytes) {
+    return (bytes + kHugePage - 1) / kHugePage * kHugePage;
 }
 
-/// Gives matrices whole pages of zeros. Stateless; one serves all threads.
+/// Whether huge pages would leave less than a quarter of themselves unused.
+bool fillsHugePages(std::size_t bytes) {
+    return bytes >= wholeHugePages(bytes) / 4 * 3;
+}
+
+std::size_t mappedBytes(std::size_t bytes) {
+    return fillsHugePages(bytes) ? wholeHugePages(bytes) : bytes;
+}
+
+void* mapPages(std::size_t bytes) {
+    void* const pages = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    return pages;
+}
+
+/// Maps `bytes`, a multiple of the huge page, at an address that is one, too.
+void* mapHugePages(std::size_t bytes) {
+    auto* const first = static_cast<std::uint8_t*>(mapPages(bytes + kHugePage));
+    const std::size_t before = (kHugePage - reinterpret_cast<std::uintptr_t>(first) % kHugePage) % kHugePage;
+    if (before != 0) {
+        munmap(first, before);
+    }
+    munmap(first + before + bytes, kHugePage - before);
+    // A wish: where there are none, ordinary pages serve.
+    madvise(first + before, bytes, MADV_HUGEPAGE);
+    return first + before;
+}
+
+/// Gives matrices pages of zeros. Stateless; one serves all threads.
 class PageAllocator : public cv::MatAllocator {
   public:
     cv::UMatData* allocate(int dims, const int* sizes, int type, void* /*data*/, std::size_t* step,
@@ -99,10 +57,10 @@ class PageAllocator : public cv::MatAllocator {
             step[i] = total;
             total *= static_cast<std::size_t>(sizes[i]);
         }
-        void* const pages = pagePool().take(total);
+        void* const pages = fillsHugePages(total) ? mapHugePages(wholeHugePages(total)) : mapPages(total);
         auto* const record = new (std::nothrow) cv::UMatData(this);
         if (record == nullptr) {
-            pagePool().giveBack(pages, total);
+            munmap(pages, mappedBytes(total));
             throw std::bad_alloc();
         }
         record->data = record->origdata = static_cast<uchar*>(pages);
@@ -118,12 +76,13 @@ class PageAllocator : public cv::MatAllocator {
 
     void deallocate(cv::UMatData* record) const override {
         if (record != nullptr) {
-            pagePool().giveBack(record->origdata, record->size);
+            munmap(record->origdata, mappedBytes(record->size));
             delete record;
         }
     }
 };
 
+/// Never destroyed: a mask may outlive everything else in the process.
 PageAllocator& pageAllocator() {
     static auto* const allocator = new PageAllocator();
     return *allocator;
@@ -133,7 +92,7 @@ PageAllocator& pageAllocator() {
 
 cv::Mat zeroedImage(const cv::Size& size) {
     if (size.width <= 0 || size.height <= 0 ||
-        static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) < kSmallest) {
+        static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) < kSmallestMapping) {
         return cv::Mat::zeros(size, CV_8U);
     }
     cv::Mat image;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Images full of zeros in memory that is used again.
+/// Images that are zero without having been written.
 
 #include <opencv2/core.hpp>
 
@@ -9,10 +9,11 @@ namespace ai_orvo::model {
 
 /// \return a zero matrix of one channel of bytes.
 ///
-/// Masks are as large as the picture, there are many of them, and all go at once: an ordinary allocator gives
-/// their pages back to the system after every frame, and taking them anew costs more than all the rest. The
-/// memory of large masks is kept when they are released, up to 128 MiB in the process, and cleared when it is
-/// used again. A matrix is released like any other, on any thread.
+/// Masks are as large as the picture, there are many of them, and they are mostly zero: large ones are pages
+/// from the kernel, which clears each when it is first touched, so that what nobody writes or reads costs
+/// neither time nor memory. Where they fit, the kernel is asked for its huge pages, since taking an ordinary
+/// one costs more than clearing it. A small mask is an ordinary matrix. Either is released like any other, on
+/// any thread.
 cv::Mat zeroedImage(const cv::Size& size);
 
 }  // namespace ai_orvo::model
