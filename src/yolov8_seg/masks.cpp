@@ -98,9 +98,12 @@ cv::Mat maskOf(const float* coefficients, const cv::Mat& prototypes, const Plane
 /// Raises OpenCV's own error for a part that no plane has.
 void requireRegion(const cv::Mat& prototypes, const cv::Size& plane, const PlaneLayout& layout) {
     CV_Assert(prototypes.cols == static_cast<std::int64_t>(plane.width) * plane.height);
-    const cv::Rect& region = layout.region;
-    CV_Assert(region.x >= 0 && region.y >= 0 && region.width > 0 && region.height > 0 &&
-              region.x + region.width <= plane.width && region.y + region.height <= plane.height);
+    // A letterbox record may hold anything, and its sums need not fit 32 bits.
+    const auto liesInside = [](std::int64_t start, std::int64_t length, std::int64_t whole) {
+        return start >= 0 && length > 0 && start + length <= whole;
+    };
+    CV_Assert(liesInside(layout.region.x, layout.region.width, plane.width));
+    CV_Assert(liesInside(layout.region.y, layout.region.height, plane.height));
     CV_Assert(layout.image.width > 0 && layout.image.height > 0);
 }
 

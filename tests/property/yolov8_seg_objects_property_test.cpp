@@ -180,6 +180,20 @@ TEST_P(Yolov8SegObjectsProperty, AnInputThatIsNotSquareThrowsOnceThereIsAnObject
     EXPECT_TRUE(objects.empty());
 }
 
+TEST_P(Yolov8SegObjectsProperty, PaddingThatLeavesNothingOfThePlaneThrows) {
+    Random random(108);
+    SegSettings settings = segSettingsFor({90, 60}, random, GetParam());
+    const TensorMap outputs = randomSegOutputs(random, settings);
+    for (const float padding : {1.0e3F, -40.0F, 1.0e10F, 1.0e30F}) {
+        YOLOv8Seg model(segConfig(settings));
+        applySettings(model, settings);
+        model.letterboxInfo.dw = padding;
+        TensorMap copy = outputs;
+        std::vector<Object> objects;
+        EXPECT_THROW(model.postprocess(copy, objects), cv::Exception) << padding;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(FloatAndInt8, Yolov8SegObjectsProperty, ::testing::Bool(),
                          [](const auto& suite) { return suite.param ? "Int8" : "Float"; });
 
