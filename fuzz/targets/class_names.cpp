@@ -58,7 +58,7 @@ bool hasHugeIndex(const YAML::Node& document) {
 void tryYaml(const YAML::Node& document) {
     std::vector<std::string> names(2, "before");
     ai_orvo::model::read_class_name(document, names);
-    if (document.IsMap() && document["class_mapping"].IsMap()) {
+    if (document.IsMap() && document["class_mapping"].IsDefined()) {
         require(names.size() >= document["class_mapping"].size(), "length of the list");
     }
 }

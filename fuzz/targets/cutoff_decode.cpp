@@ -1,5 +1,5 @@
 // YOLOv5Cutoff: each head, and the objects of all three, against the reference: any bytes, zero point, scale,
-// threshold, letterbox record, input size and class count. Capped: input of 96 x 96, 24 classes.
+// threshold, letterbox record, input size and class count. Capped: input of 64 x 64, 24 classes.
 
 #include "property/comparison.h"
 #include "reference/cutoff_boxes.h"
@@ -22,12 +22,12 @@ using ai_orvo::model::YOLOv5Cutoff;
 using reference::CutoffSettings;
 
 // Comparing suppressions takes the square of the candidates' number.
-constexpr std::size_t kMostCompared = 400;
+constexpr std::size_t kMostCompared = 200;
 
 CutoffSettings settingsFrom(FuzzedData& data) {
     CutoffSettings settings;
-    settings.inputSize.width = data.oddInteger(0, 96);
-    settings.inputSize.height = data.oddInteger(0, 96);
+    settings.inputSize.width = data.oddInteger(0, 64);
+    settings.inputSize.height = data.oddInteger(0, 64);
     settings.letterbox = letterboxRecord(data);
     settings.confThreshold = data.oddNumber(0.0F, 1.0F);
     settings.nmsThreshold = data.oddNumber(0.0F, 1.0F);
@@ -44,8 +44,8 @@ std::size_t headBytes(const CutoffSettings& settings, std::size_t head) {
     const auto within = [](int value, int most) {
         return static_cast<std::size_t>(std::clamp(value, 0, most));
     };
-    return 3 * within(settings.channelsPerAnchor, 29) * within(settings.inputSize.width / stride, 12) *
-           within(settings.inputSize.height / stride, 12);
+    return 3 * within(settings.channelsPerAnchor, 29) * within(settings.inputSize.width / stride, 8) *
+           within(settings.inputSize.height / stride, 8);
 }
 
 void configure(YOLOv5Cutoff& model, const CutoffSettings& settings) {

@@ -99,10 +99,9 @@ std::optional<cv::Mat> drawingOf(Draw draw) {
     return std::nullopt;
 }
 
-void compare(const Scene& scene, const std::optional<cv::Mat>& actual,
-             const std::optional<cv::Mat>& expected) {
+void compare(const std::optional<cv::Mat>& actual, const std::optional<cv::Mat>& expected) {
     require(actual.has_value() == expected.has_value(), "one of the two refuses to draw");
-    if (actual && isComparable(scene)) {
+    if (actual) {
         require(testing::sameImage(*actual, *expected), "drawing");
     }
 }
@@ -123,10 +122,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
                                            scene.maskColors);
         return result;
     });
-    compare(scene, boxes, drawingOf([&] {
+    if (!isComparable(scene)) {
+        return 0;
+    }
+    compare(boxes, drawingOf([&] {
                 return reference::drawObjects(scene.image, scene.objects, scene.names, scene.colors);
             }));
-    compare(scene, masks, drawingOf([&] {
+    compare(masks, drawingOf([&] {
                 return reference::drawObjectsMasks(scene.image, scene.objects, scene.names, scene.colors,
                                                    scene.maskColors);
             }));

@@ -1,6 +1,6 @@
 // YOLOv8Seg's decoding of one head, of the prototypes and of one cell's distances against the references,
 // float and int8: any values, zero points, scales, threshold, grid, stride, bins, class count, letterbox
-// record. Capped: a grid of 12 x 12, 20 bins, 24 classes, prototypes of 24 x 24; more coefficients than 40
+// record. Capped: a grid of 8 x 8, 20 bins, 24 classes, prototypes of 12 x 12; more coefficients than 40
 // are not asked for.
 
 #include "property/comparison.h"
@@ -52,21 +52,21 @@ SegSettings settingsFrom(FuzzedData& data) {
     settings.confThreshold = data.oddNumber(0.0F, 1.0F);
     settings.classNum = data.oddInteger(0, 24);
     settings.maskCoefCount = data.byte() < 200 ? 32 : data.integer(-1, 40);
-    settings.protoWidth = data.integer(0, 24);
-    settings.protoHeight = data.integer(0, 24);
+    settings.protoWidth = data.integer(0, 12);
+    settings.protoHeight = data.integer(0, 12);
     return settings;
 }
 
 HeadCase headFrom(FuzzedData& data, const SegSettings& settings) {
     HeadCase head{};
-    head.gridH = data.oddInteger(0, 12);
-    head.gridW = data.oddInteger(0, 12);
+    head.gridH = data.oddInteger(0, 8);
+    head.gridW = data.oddInteger(0, 8);
     head.stride = data.oddInteger(1, 32);
     head.dflLen = data.byte() < 200 ? 16 : data.oddInteger(0, 20);
     const auto within = [](int value, int most) {
         return static_cast<std::size_t>(std::clamp(value, 0, most));
     };
-    const std::size_t cells = within(head.gridH, 12) * within(head.gridW, 12);
+    const std::size_t cells = within(head.gridH, 8) * within(head.gridW, 8);
     head.box = tensorFrom(data, settings.isQuantized, 4 * within(head.dflLen, 20) * cells);
     head.score = tensorFrom(data, settings.isQuantized, within(settings.classNum, 24) * cells);
     head.maskCoef = tensorFrom(data, settings.isQuantized, within(settings.maskCoefCount, 40) * cells);
