@@ -111,7 +111,9 @@ class Mutation {
             places_.clear();
             names_.clear();
             collect(model);
-            changePlace(places_[below(places_.size())]);
+            if (!places_.empty()) {
+                changePlace(places_[below(places_.size())]);
+            }
         }
     }
 

@@ -39,7 +39,13 @@ void checkGrid(const engine::CalibratedTensor& tensor) {
 }
 
 void compareRewritten(const std::string& path, const engine::Calibration& calibration) {
-    engine::writeCalibration(path, calibration);
+    try {
+        engine::writeCalibration(path, calibration);
+    } catch (const engine::Refusal& refusal) {
+        require(std::string(refusal.what()).find("not UTF-8") != std::string::npos,
+                "a calibration is not written");
+        return;
+    }
     const std::optional<engine::Calibration> again = readFile(path);
     require(again.has_value() && again->size() == calibration.size(), "a written calibration is read");
     for (const auto& [name, tensor] : calibration) {

@@ -36,9 +36,12 @@ void checkYaml(const std::string& text) {
 
 void checkTerminal(const std::string& text) {
     const std::string shown = app::printable(text);
-    for (const char c : shown) {
-        const auto code = static_cast<unsigned char>(c);
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        const auto code = static_cast<unsigned char>(shown[i]);
         require(code >= 0x20 && code != 0x7F, "a terminal is told something");
+        const bool isControl =
+            code == 0xC2 && i + 1 < shown.size() && shown[i + 1] >= '\x80' && shown[i + 1] < '\xA0';
+        require(!isControl, "a terminal is told something in two bytes");
     }
     require(app::padRight(shown, 20).size() >= shown.size(), "padding");
 }

@@ -69,7 +69,9 @@ app::RunLengths plainMask(const std::vector<app::Polygon>& polygons, const cv::S
     for (const app::Polygon& polygon : polygons) {
         for (int row = 0; row < size.height; ++row) {
             for (int column = 0; column < size.width; ++column) {
-                mask.at<std::uint8_t>(row, column) |= isInside(polygon, column, row) ? 255 : 0;
+                if (isInside(polygon, column, row)) {
+                    mask.at<std::uint8_t>(row, column) = 255;
+                }
             }
         }
     }
