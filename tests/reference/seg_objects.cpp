@@ -125,6 +125,9 @@ void detectSeg(const SegSettings& settings, TensorMap& outputs, std::vector<Obje
         return;
     }
     const cv::Mat coefficients = appendSurvivors(settings, candidates, objects);
+    if (coefficients.empty()) {
+        return;
+    }
     const auto prototypesOf = settings.isQuantized ? prototypesFromInt8 : prototypesFromFloat;
     const cv::Mat prototypes =
         prototypesOf(proto, settings.maskCoefCount, settings.protoHeight, settings.protoWidth);
