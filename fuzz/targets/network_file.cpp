@@ -85,7 +85,9 @@ void checkBound(const std::vector<engine::BoundTensor>& bound,
 /// What Init does, but for the back-end. Every refusal has a code and a sentence.
 void judge(const std::string& path) {
     onnx::ModelProto model = engine::readNetworkFile(path);
-    FuzzedData data(model.doc_string());
+    // Describing may replace the model.
+    const std::string choices = model.doc_string();
+    FuzzedData data(choices);
     engine::NetworkDescription description = engine::describeNetwork(model, path);
     for (const auto* tensors : {&description.inputs, &description.outputs}) {
         std::for_each(tensors->begin(), tensors->end(), checkTensor);
