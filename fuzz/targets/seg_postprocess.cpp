@@ -1,6 +1,6 @@
 // YOLOv8Seg::postprocess against its reference, boxes, labels, probabilities and every byte of the masks,
 // float and int8. Capped: square inputs of 32 and 64, 4 classes, pictures of 120 x 120, sizes in odd
-// letterbox records below 300.
+// letterbox records below 150, 12 objects.
 
 #include "property/comparison.h"
 #include "property/yolov8_seg_tensors.h"
@@ -26,7 +26,7 @@ using ai_orvo::model::TensorMap;
 using ai_orvo::model::YOLOv8Seg;
 using reference::SegSettings;
 
-constexpr float kLongestSide = 300.0F;
+constexpr float kLongestSide = 150.0F;
 
 /// One that a picture gives, or one with numbers of its own; masks as large as it says are made.
 LetterboxInfo letterboxFrom(FuzzedData& data, const cv::Size& input) {
@@ -56,7 +56,7 @@ SegSettings settingsFrom(FuzzedData& data) {
     settings.letterbox = letterboxFrom(data, settings.inputSize);
     settings.confThreshold = data.oddNumber(0.3F, 0.9F);
     settings.nmsThreshold = data.oddNumber(0.0F, 1.0F);
-    settings.maxDetections = data.oneOf({100, 5, 1, 0, -1});
+    settings.maxDetections = data.oneOf({12, 5, 1, 0, -1});
     settings.classNum = data.integer(1, 4);
     return settings;
 }

@@ -1,6 +1,7 @@
 #include "suitability.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <unordered_set>
 
 #include "../element_types.h"
