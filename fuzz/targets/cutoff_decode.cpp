@@ -3,6 +3,7 @@
 
 #include "property/comparison.h"
 #include "reference/cutoff_boxes.h"
+#include "support/engine_scope.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"
@@ -68,6 +69,7 @@ void compareHead(YOLOv5Cutoff& model, const CutoffSettings& settings, AIBuff& ou
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    const EngineScope scope;
     FuzzedData data(bytes, size);
     const CutoffSettings settings = settingsFrom(data);
     YOLOv5Cutoff model("network", "RKNN", {64, 64}, 0.25F, 0.65F, 6);

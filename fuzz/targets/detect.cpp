@@ -6,6 +6,7 @@
 #include "property/comparison.h"
 #include "reference/input_tensor.h"
 #include "reference/letterbox.h"
+#include "support/engine_scope.h"
 #include "support/fake_engine.h"
 #include "support/require.h"
 #include "support/target.h"
@@ -107,8 +108,9 @@ void compareInput(const ModelCase& given, const cv::Mat& image) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    const EngineScope scope;
     FuzzedData data(bytes, size);
-    FakeEngine& engine = FakeEngine::reset();
+    FakeEngine& engine = FakeEngine::instance();
     engine.inference = [&data](TensorMap&, TensorMap& outputs) {
         answer(data, outputs);
         return data.integer(0, 1);

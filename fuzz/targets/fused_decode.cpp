@@ -3,6 +3,7 @@
 
 #include "property/comparison.h"
 #include "reference/fused_boxes.h"
+#include "support/engine_scope.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"
@@ -54,6 +55,7 @@ std::vector<Object> postprocess(const reference::FusedSettings& settings, const 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    const EngineScope scope;
     FuzzedData data(bytes, size);
     const reference::FusedSettings settings = settingsFrom(data);
     const AIBuff output = outputFrom(data, settings);

@@ -3,6 +3,7 @@
 // that they do not know, which is left out here. Capped: files of 4096 bytes (scripts/fuzz); detect runs
 // where the input is at most 64 x 64.
 
+#include "support/engine_scope.h"
 #include "support/fake_engine.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
@@ -76,6 +77,7 @@ AIEngineConfig lastConfig() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    const EngineScope scope;
     static const testing::TemporaryFolder folder;
     const std::string path = folder.write("model.yaml", FuzzedData(bytes, size).rest());
     FakeEngine::reset();

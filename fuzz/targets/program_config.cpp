@@ -4,7 +4,7 @@
 
 #include "failure.h"
 #include "model_config_check.h"
-#include "support/fake_engine.h"
+#include "support/engine_scope.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"
@@ -62,13 +62,13 @@ void construct(const std::string& path, app::ModelClass modelClass) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    const EngineScope scope;
     static const ConfigFolder folder;
     const std::string path = folder.write(FuzzedData(bytes, size).rest());
     const std::optional<app::CheckedConfig> config = checked(path);
     if (!config || app::holds(config->findings, app::Severity::kError)) {
         return 0;
     }
-    testing::FakeEngine::reset();
     construct(path, config->config.modelClass);
     return 0;
 }

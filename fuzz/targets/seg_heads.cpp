@@ -8,6 +8,7 @@
 #include "reference/dfl.h"
 #include "reference/seg_boxes.h"
 #include "reference/seg_prototypes.h"
+#include "support/engine_scope.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"
@@ -148,6 +149,7 @@ void compareDistances(FuzzedData& data) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    const EngineScope scope;
     FuzzedData data(bytes, size);
     const SegSettings settings = settingsFrom(data);
     static const YAML::Node config = testing::segConfig(SegSettings());

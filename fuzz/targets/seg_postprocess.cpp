@@ -6,6 +6,7 @@
 #include "property/yolov8_seg_tensors.h"
 #include "reference/letterbox.h"
 #include "reference/seg_objects.h"
+#include "support/engine_scope.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"
@@ -117,6 +118,7 @@ void compareObjects(std::vector<Object> actual, std::vector<Object> expected) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    const EngineScope scope;
     FuzzedData data(bytes, size);
     const SegSettings settings = settingsFrom(data);
     TensorMap outputs = outputsFrom(data, settings);
