@@ -39,8 +39,8 @@ void checkTerminal(const std::string& text) {
     for (std::size_t i = 0; i < shown.size(); ++i) {
         const auto code = static_cast<unsigned char>(shown[i]);
         require(code >= 0x20 && code != 0x7F, "a terminal is told something");
-        const bool isControl =
-            code == 0xC2 && i + 1 < shown.size() && shown[i + 1] >= '\x80' && shown[i + 1] < '\xA0';
+        const auto next = i + 1 < shown.size() ? static_cast<unsigned char>(shown[i + 1]) : 0;
+        const bool isControl = code == 0xC2 && next >= 0x80 && next < 0xA0;
         require(!isControl, "a terminal is told something in two bytes");
     }
     require(app::padRight(shown, 20).size() >= shown.size(), "padding");

@@ -64,6 +64,7 @@ engine::TensorMap buffersFor(FuzzedData& data, const std::vector<engine::TensorD
     for (const engine::TensorDescription& tensor : tensors) {
         const std::size_t elements = std::min<std::size_t>(tensor.elementCount(), 4096);
         engine::AIBuff& buffer = buffers[data.byte() < 224 ? tensor.name : data.text(8)];
+        buffer = engine::AIBuff();
         buffer.data->resize(elements * (data.flag() ? 4 : 1) + (data.byte() < 224 ? 0 : data.byte()));
         if (data.byte() >= 240) {
             buffer.data = nullptr;
