@@ -21,13 +21,16 @@ using ai_orvo::model::AIBuff;
 using ai_orvo::model::Object;
 using reference::SegCandidates;
 
+/// Low enough that the candidates of a small object, side by side, leave one.
+constexpr float kNmsThreshold = 0.45F;
+
 YAML::Node configuration(bool isQuantized) {
     YAML::Node node;
     node["model_path"] = "network";
     node["framework"] = "ONNX";
     node["class_num"] = kClasses;
     node["conf_thres"] = 0.25F;
-    node["nms_thres"] = 0.65F;
+    node["nms_thres"] = kNmsThreshold;
     node["input_size"] = std::vector<int>{kInput, kInput};
     node["is_quantized"] = isQuantized;
     return node;
@@ -42,6 +45,7 @@ struct SegCase {
         settings.letterbox = model.letterboxInfo;
         settings.isQuantized = isQuantized;
         settings.classNum = kClasses;
+        settings.nmsThreshold = kNmsThreshold;
     }
 
     AIBuff& output(std::size_t head, std::size_t part) {
