@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace brellix::bench {
 namespace {
@@ -170,6 +171,18 @@ TensorMap cutOutputs(int candidates, Placement placement) {
         outputs[kNames[head]] = quantized(heads[head], false);
     }
     return outputs;
+}
+
+YAML::Node segmentationConfig(bool isQuantized, const std::string& framework) {
+    YAML::Node node;
+    node["model_path"] = "network";
+    node["framework"] = framework;
+    node["class_num"] = kClasses;
+    node["conf_thres"] = 0.25F;
+    node["nms_thres"] = kSegmentationNms;
+    node["input_size"] = std::vector<int>{kInput, kInput};
+    node["is_quantized"] = isQuantized;
+    return node;
 }
 
 TensorMap segmentationOutputs(int objects, int repeats, bool isQuantized) {

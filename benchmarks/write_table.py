@@ -54,12 +54,16 @@ def ratio(a: float, b: float) -> str:
     return f"{a / b:.2f}" if a / b < 10 else f"{a / b:.0f}"
 
 
+def microseconds(time: float) -> str:
+    return f"{time:.2f}" if time < 10 else f"{time:.1f}" if time < 100 else f"{time:.0f}"
+
+
 def row(case: str, kinds: dict[str, dict]) -> str:
     times = {kind: kinds[kind]["cpu_time"] for kind in KINDS if kind in kinds}
     ours = times["ours"]
-    columns = [case, f"{ours:.1f}", f"{times['floor']:.1f}", ratio(ours, times["floor"]),
-               f"{times['reference']:.1f}", ratio(times["reference"], ours)]
-    columns.append(f"{times['other']:.1f} ({ratio(times['other'], ours)})" if "other" in times else "")
+    columns = [case, microseconds(ours), microseconds(times["floor"]), ratio(ours, times["floor"]),
+               microseconds(times["reference"]), ratio(times["reference"], ours)]
+    columns.append(f"{microseconds(times['other'])} ({ratio(times['other'], ours)})" if "other" in times else "")
     columns.append(f"{kinds['ours']['allocations']:.0f}, {kinds['ours']['allocated_bytes'] / 1024:.0f} KiB")
     return "| " + " | ".join(columns) + " |"
 
@@ -67,13 +71,10 @@ def row(case: str, kinds: dict[str, dict]) -> str:
 def markdown(table: dict, context: dict) -> str:
     lines = [HEAD, f"Measured on {processor()}, {platform.machine()}, {context['num_cpus']} cores, "
                    f"{context['date'][:10]}.", ""]
-    last = None
-    for (stage, case), kinds in table.items():
-        if stage != last:
-            lines += ["", f"## {stage}", "", "| | ours | floor | x floor | reference | x faster | other (x faster) "
-                                             "| allocations |", "|---|---|---|---|---|---|---|---|"]
-            last = stage
-        lines.append(row(case, kinds))
+    for stage in dict.fromkeys(stage for stage, _ in table):
+        lines += ["", f"## {stage}", "", "| | ours | floor | x floor | reference | x faster | other (x faster) "
+                                         "| allocations |", "|---|---|---|---|---|---|---|---|"]
+        lines += [row(case, kinds) for (of_stage, case), kinds in table.items() if of_stage == stage]
     return "\n".join(lines) + "\n"
 
 

@@ -2,18 +2,14 @@
 
 #include "brellix/quantization.h"
 #include "common/numeric.h"
-#include "common/tensors.h"
 #include "common/zeroed_image.h"
 #include "yolov8_seg/mask_logits.h"
 #include "yolov8_seg/resized_window.h"
 
-#include <opencv2/core/hal/intrin.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 namespace ai_orvo::model {
@@ -98,36 +94,6 @@ void requireRegion(const cv::Mat& prototypes, const cv::Size& plane, const Plane
     CV_Assert(layout.image.width > 0 && layout.image.height > 0);
 }
 
-/// A matrix of one prototype a row, of which the first `count` elements are still to be written; those that
-/// the tensor does not hold are 0.
-cv::Mat prototypeMatrix(const YOLOv8Seg& model, std::size_t available, std::size_t& count) {
-    const int area = std::max(wrappingProduct(model.protoHeight, model.protoWidth), 0);
-    cv::Mat matrix(std::max(model.maskCoefCount, 0), area, CV_32F);
-    count = std::min(available, matrix.total());
-    if (count < matrix.total()) {
-        matrix.setTo(0.0F);
-    }
-    return matrix;
-}
-
-/// out[i] = bytes[i] - zeroPoint, exactly.
-void subtractZeroPoint(const std::int8_t* bytes, std::size_t count, int zeroPoint, float* out) {
-    std::size_t i = 0;
-#if CV_SIMD128
-    // Beyond this the difference would not fit 32 bits, or not be a float.
-    constexpr int kExactLimit = 1 << 23;
-    if (zeroPoint >= -kExactLimit && zeroPoint <= kExactLimit) {
-        const cv::v_int32x4 zero = cv::v_setall_s32(zeroPoint);
-        for (; i + 4 <= count; i += 4) {
-            cv::v_store(out + i, cv::v_cvt_f32(cv::v_load_expand_q(bytes + i) - zero));
-        }
-    }
-#endif
-    for (; i < count; ++i) {
-        out[i] = static_cast<float>(std::int64_t{bytes[i]} - zeroPoint);
-    }
-}
-
 }  // namespace
 
 void assembleMasks(const YOLOv8Seg& model, const cv::Mat& coefficients, const cv::Mat& prototypes,
@@ -143,22 +109,6 @@ void assembleMasks(const YOLOv8Seg& model, const cv::Mat& coefficients, const cv
     for (int k = 0; k < coefficients.rows; ++k) {
         Object& object = objects[static_cast<std::size_t>(k)];
         object.mask = masks.maskOf(coefficients.ptr<float>(k), roundToInt(object.rect));
-    }
-}
-
-void YOLOv8Seg::decodeMask_fp32(AIBuff& proto, cv::Mat& out) {
-    std::size_t count = 0;
-    out = prototypeMatrix(*this, FloatView(proto).size(), count);
-    if (count != 0) {
-        std::memcpy(out.data, proto.data->data(), count * sizeof(float));
-    }
-}
-
-void YOLOv8Seg::decodeMask_i8(AIBuff& proto, cv::Mat& out) {
-    std::size_t count = 0;
-    out = prototypeMatrix(*this, ByteView(proto).size(), count);
-    if (count != 0) {
-        subtractZeroPoint(proto.data->data(), count, proto.zp, out.ptr<float>());
     }
 }
 
