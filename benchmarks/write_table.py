@@ -27,6 +27,12 @@ with the reference's before it was timed. Times are CPU time in microseconds, th
 | draw_objects, draw_objects_masks | one copy of the picture and one reading of the masks |
 | detect over a null engine | the floor of its tensor, and one write of the output buffers, which every frame hands over cleared |
 
+Floors are read and written in caches that are warm from the round before, so that one below a microsecond shows the
+processor's load instructions rather than memory. Candidates of the cut decoder lie around objects as trained networks have
+them; a candidate alone costs 80 scattered class bytes and an object, which no reading of objectness pays for. Page faults
+depend on the machine more than all else: under a hypervisor, and next to other work, the references and OpenCV's calls, which
+allocate whole pictures, have taken three times as long as below, ours little longer.
+
 `other`: `cv::resize`, `cv::copyMakeBorder` and `cv::dnn::blobFromImage`, as applications write it.
 Allocations are those of a frame in the steady state; large masks come as pages from the kernel and are not among them.
 """
