@@ -18,7 +18,7 @@ from pathlib import Path
 
 PROGRAM = os.environ["BRELLIX_PROGRAM"]
 ROOT = Path(__file__).resolve().parents[2]
-UNIT = (ROOT / "examples" / "brellix-detect.service").read_text()
+UNIT = (ROOT / "apps" / "brellix" / "brellix-detect.service").read_text()
 SHAPES = ROOT / "models" / "shapes"
 
 
