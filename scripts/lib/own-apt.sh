@@ -11,6 +11,7 @@ own_apt_setup() {
     own_apt_folder=$1
     own_apt_arch=$2
     mkdir -p "$own_apt_folder/state/lists/partial" "$own_apt_folder/cache/archives/partial"
+    : >"$own_apt_folder/state/status" # a file: apt puts its locks beside it
     local keyring=/usr/share/keyrings/debian-archive-keyring.gpg uri suite
     [ -f "$keyring" ] || {
         echo "$keyring is missing; scripts/install-packages debian-archive-keyring installs it" >&2
@@ -25,11 +26,15 @@ own_apt_setup() {
     }
 }
 
-# apt-get for the packages of the prepared folder. The status file is empty: to it, nothing is installed.
+# apt-get for the packages of the prepared folder. The status file is empty: to it, nothing is installed. It shows its
+# progress on a terminal only.
 own_apt() {
+    local quiet=2
+    [ ! -t 1 ] || quiet=0
     # The folder is this user's alone, so apt's own download user could not write there.
-    apt-get -q=2 -o APT::Architecture="$own_apt_arch" -o APT::Architectures="$own_apt_arch" \
+    apt-get -q="$quiet" -o APT::Architecture="$own_apt_arch" -o APT::Architectures="$own_apt_arch" \
         -o APT::Sandbox::User="$(id -un)" -o Acquire::Languages=none -o Acquire::Retries=3 \
         -o Dir::Etc::SourceList="$own_apt_folder/debian.sources" -o Dir::Etc::SourceParts=/dev/null \
-        -o Dir::State="$own_apt_folder/state" -o Dir::State::status=/dev/null -o Dir::Cache="$own_apt_folder/cache" "$@"
+        -o Dir::State="$own_apt_folder/state" -o Dir::State::status="$own_apt_folder/state/status" \
+        -o Dir::Cache="$own_apt_folder/cache" "$@"
 }
