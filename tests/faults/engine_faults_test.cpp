@@ -292,5 +292,22 @@ TEST(EngineThatRefusesItsNetwork, LeavesDetectorsThatFindNothingAndReportIt) {
     }
 }
 
+TEST(EngineThatFails, LeavesTheCutDetectorWithCellsOfOneHalfAndReportsIt) {
+    YOLOv5Cutoff cut("cut", "RKNN", {96, 96}, 0.25F, 0.45F, kCannedClasses);
+    const ScopedEngineFault broken([](TensorMap&, TensorMap& outputs) {
+        for (auto& [name, tensor] : outputs) {
+            std::fill(tensor.data->begin(), tensor.data->end(), std::int8_t{0});
+            tensor.scale = 0.0F;
+            tensor.zp = 0;
+        }
+        return 9;
+    });
+    std::vector<Object> objects;
+    cut.detect(noisePicture(200, 150), objects);
+    ASSERT_FALSE(objects.empty());
+    EXPECT_EQ(objects.front().prob, 0.25F);
+    EXPECT_EQ(last_run_report().inference_status, 9);
+}
+
 }  // namespace
 }  // namespace brellix::testing
