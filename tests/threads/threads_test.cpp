@@ -1,6 +1,7 @@
 // Separate models on separate threads, all at once: each gives what it gives alone.
 
 #include "brellix/drawing.h"
+#include "support/canned_engine.h"
 #include "support/canned_scenes.h"
 #include "support/images.h"
 #include "support/object_digest.h"
@@ -109,6 +110,36 @@ TEST(SeparateModels, MayWanderFromThreadToThread) {
             const std::size_t kind = (thread + frame) % models.size();
             EXPECT_EQ(digestOf(detected(*models[kind], frame)), expected[kind][frame % pictures().size()]);
         });
+    }
+}
+
+std::uint64_t sumOf(const TensorMap& tensors) {
+    std::uint64_t sum = 0;
+    for (const auto& [name, tensor] : tensors) {
+        for (const std::int8_t byte : *tensor.data) {
+            sum = sum * 31 + static_cast<std::uint8_t>(byte);
+        }
+    }
+    return sum;
+}
+
+TEST(SeparateModels, MayHaveTensorsThatOtherThreadsReadAndRelease) {
+    // What an engine hands on is not written again before the last reader has let go of it.
+    const auto model = cannedModels()[1].make();
+    std::vector<std::future<std::uint64_t>> sums;
+    const ScopedEngineFault handsOn([&sums](TensorMap&, TensorMap& outputs) {
+        sums.push_back(std::async(std::launch::async, [kept = outputs]() mutable {
+            const TensorMap tensors = std::move(kept);
+            return sumOf(tensors);
+        }));
+        return 0;
+    });
+    for (std::size_t frame = 0; frame < 100; ++frame) {
+        detected(*model, frame);
+    }
+    const std::uint64_t first = sums.front().get();
+    for (std::size_t frame = 1; frame < sums.size(); ++frame) {
+        EXPECT_EQ(sums[frame].get(), first) << frame;
     }
 }
 
