@@ -95,6 +95,10 @@ cv::Mat zeroedImage(const cv::Size& size, const cv::Range& writtenLines) {
     cv::Mat image;
     image.allocator = &pageAllocator();
     image.create(size, CV_8U);
+    // Where an allocator has nothing to give, OpenCV takes its own instead, whose memory holds anything.
+    if (image.u->currAllocator != &pageAllocator()) {
+        image.setTo(0);
+    }
     // What is made of this matrix later, by `create` in place, is an ordinary one.
     image.allocator = nullptr;
     takePages(image, writtenLines);
