@@ -27,7 +27,7 @@ BRELLIX_API void read_class_name(std::string path, std::vector<std::string>& nam
 /// Entries whose key or value is no scalar and negative indices are skipped; the first key that is no
 /// integer ends the reading. Nothing of yaml-cpp is thrown: a missing map leaves `names` as it was.
 ///
-/// \param config root map of the document; one that other threads read is only read here, too.
+/// \param config root map of the document; yaml-cpp's nodes are for one thread at a time, even for reading.
 /// \param names  receives the labels, indexed by class.
 BRELLIX_API void read_class_name(const YAML::Node& config, std::vector<std::string>& names);
 
