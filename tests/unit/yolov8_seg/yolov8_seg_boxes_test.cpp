@@ -63,7 +63,6 @@ TEST(ComputeDfl, ABinCountBeyondAllMemoryIsOutOfRange) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "a sanitizer needs more address space than the limit leaves";
 #endif
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
     const auto withLittleMemory = [] {
         const rlimit limit{kLittleMemory, kLittleMemory};
         ::setrlimit(RLIMIT_AS, &limit);
