@@ -2,11 +2,23 @@
 
 #include <opencv2/core/hal/intrin.hpp>
 
+#include <cstring>
+
 namespace ai_orvo::model {
 namespace {
 
 #if CV_SIMD128
 constexpr std::size_t kLanes = 4;
+
+/// Four bytes of each of four pixels. OpenCV's own look-up reads them as ints, which pixels are not aligned
+/// for.
+cv::v_uint32x4 pixelLanes(const uchar* pixels, std::size_t step) {
+    std::array<unsigned int, kLanes> lanes;
+    for (std::size_t i = 0; i < kLanes; ++i) {
+        std::memcpy(&lanes[i], pixels + i * step, sizeof(lanes[i]));
+    }
+    return {lanes[0], lanes[1], lanes[2], lanes[3]};
+}
 
 /// The lowest byte of each lane as a value from 0 to 1.
 cv::v_float32x4 unitValues(const cv::v_uint32x4& lanes) {
@@ -23,10 +35,8 @@ void splitToUnitPlanes(const uchar* pixels, std::size_t step, std::size_t count,
 #if CV_SIMD128
     // A pixel a lane: four bytes are read for three, so that the last pixel, after which there may be no
     // more, has to wait.
-    const auto stride = static_cast<int>(step);
-    const int offsets[kLanes] = {0, stride, 2 * stride, 3 * stride};
     for (; x + kLanes < count; x += kLanes) {
-        const cv::v_uint32x4 lanes = cv::v_reinterpret_as_u32(cv::v_lut_quads(pixels + x * step, offsets));
+        const cv::v_uint32x4 lanes = pixelLanes(pixels + x * step, step);
         cv::v_store(planes[0] + x, unitValues(lanes));
         cv::v_store(planes[1] + x, unitValues(lanes >> 8));
         cv::v_store(planes[2] + x, unitValues(lanes >> 16));
