@@ -46,7 +46,7 @@ BRELLIX_API void draw_objects(const cv::Mat& image, cv::Mat& res, const std::vec
 /// \param class_names names by label.
 /// \param colors      colours of boxes and labels by label, three values 0 to 255 each.
 /// \param mask_colors colours by label modulo 20, three values 0 to 255 each.
-/// \throws std::out_of_range as `draw_objects`, and for a label whose remainder is outside `mask_colors`;
+/// \throws std::out_of_range as `draw_objects`, and for a mask whose label's remainder is outside `mask_colors`;
 ///         cv::Exception for a mask that is not as large as the image. `res` is then left as it was.
 BRELLIX_API void draw_objects_masks(const cv::Mat& image, cv::Mat& res, const std::vector<Object>& objs,
                                     const std::vector<std::string>& class_names,

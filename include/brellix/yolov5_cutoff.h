@@ -54,7 +54,8 @@ class BRELLIX_API YOLOv5Cutoff : public CvModel {
     void postprocess(TensorMap& outputs, std::vector<Object>& objects) override;
 
     /// Decodes one head and appends its objects, in the order anchor, row, column.
-    /// \param output  the head's tensor; one that is too short gives nothing.
+    /// \param output  the head's tensor; one that is too short gives nothing, and so does a `class_num` above
+    ///                `channels_per_anchor` - 5.
     /// \param head    0, 1 or 2; anything else gives nothing.
     /// \param objects appended to, before suppression.
     /// \return how many cells and anchors passed the objectness test, not how many objects were appended.
