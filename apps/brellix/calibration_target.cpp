@@ -32,7 +32,7 @@ void requireFree(const std::string& path, bool replace) {
 /// Better said before all pictures are through the network than afterwards.
 void requireWritableFolder(const std::string& path) {
     const std::string folder = fs::path(path).parent_path().string();
-    if (access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0) {
+    if (eaccess(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0) {
         throw failedAtWork("cannot write to " + path + ": " + std::strerror(errno));
     }
 }

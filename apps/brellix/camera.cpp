@@ -42,7 +42,7 @@ std::string cameraPath(int number) {
 
 void requireCamera(int number) {
     const std::string path = cameraPath(number);
-    if (access(path.c_str(), R_OK | W_OK) != 0) {
+    if (eaccess(path.c_str(), R_OK | W_OK) != 0) {
         throw wrongUse("camera " + std::to_string(number) + ": " + path + ": " + std::strerror(errno) + "; " +
                        camerasHere());
     }

@@ -46,7 +46,7 @@ void requireReadableFile(const std::string& path, const std::string& what) {
     if (fs::is_directory(status)) {
         throw wrongUse(what + ' ' + path + ": this is a folder, expected a file");
     }
-    if (access(path.c_str(), R_OK) != 0) {
+    if (eaccess(path.c_str(), R_OK) != 0) {
         throw wrongUse(what + ' ' + path + ": " + std::strerror(errno));
     }
 }

@@ -133,10 +133,35 @@ ExitStatus checkWritten(const std::string& path, Console& console) {
     return ExitStatus::kDone;
 }
 
-ExitStatus writeTo(const std::string& path, const ConfigTemplate& content, Console& console) {
+void writeFile(const std::string& path, const std::string& text) {
     Sink file = Sink::createFile(path);
-    file.write(configText(content));
+    file.write(text);
     file.close();
+}
+
+/// Where it cannot be written as a whole, an earlier file stays as it was, and none stays away.
+void writeWhole(const std::string& path, const std::string& text) {
+    std::error_code error;
+    const fs::file_status before = fs::symlink_status(path, error);
+    if (fs::exists(before) && !fs::is_regular_file(before)) {
+        writeFile(path, text);  // a link or a device is not to be replaced itself
+        return;
+    }
+    const std::string unfinished = path + ".unfinished";
+    try {
+        writeFile(unfinished, text);
+    } catch (const Failure&) {
+        fs::remove(unfinished, error);
+        throw;
+    }
+    fs::rename(unfinished, path, error);
+    if (error) {
+        throw failedAtWork("cannot write to " + path + ": " + error.message());
+    }
+}
+
+ExitStatus writeTo(const std::string& path, const ConfigTemplate& content, Console& console) {
+    writeWhole(path, configText(content));
     const ModelSettings& settings = content.settings;
     console.note(path + ": written for " + nameOf(settings.modelClass) + ", " +
                  std::to_string(settings.classNum) + (settings.classNum == 1 ? " class, " : " classes, ") +

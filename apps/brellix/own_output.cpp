@@ -43,8 +43,10 @@ int claimStandardOutput() {
 }  // namespace
 
 OwnOutput::OwnOutput() : sink_(claimStandardOutput(), "standard output") {
-    // A reader that goes away is an error of `write`, with a message, not the end of the process.
+    // A reader that goes away, or a file that may grow no further, is an error of `write`, with a message,
+    // not the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     // Whole lines at once keep the library's lines in order with the messages on standard error.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 }

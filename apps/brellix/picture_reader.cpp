@@ -30,7 +30,7 @@ cv::Mat decodedBy(const Decode& decode) {
 // The decoders only say that they cannot read a file; most of the reasons are plain ones.
 void refuseWhatIsNoReadableFile(const std::string& path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0) {
+    if (stat(path.c_str(), &status) != 0 || eaccess(path.c_str(), R_OK) != 0) {
         throw BrokenPicture(std::strerror(errno));
     }
     if (!S_ISREG(status.st_mode)) {

@@ -33,8 +33,10 @@ namespace brellix {
 /// The one logger of the process. It is visible everywhere, so that the library and every module that
 /// includes this header share one instance.
 ///
-/// `Instance` may be called from several threads; messages of several threads stay whole. `count_` is not
-/// protected: two threads that log at the same moment may print the same number or skip one.
+/// `Instance`, `LOG_ERROR` and `LOG_INFO` may be used from several threads: lines stay whole, each has a
+/// number of its own, but lines of different threads may come in another order than their numbers. Code that
+/// reads or writes `count_` itself while others log has to hold `count_mutex_`. `logger_`, its sinks and
+/// `level_` may be changed only while nobody logs.
 class BRELLIX_API Logger {
   public:
     /// \param name name of the spdlog logger; only the first call's counts. The library says "spdlog".
@@ -68,6 +70,9 @@ class BRELLIX_API Logger {
     unsigned count_ : 7;                      ///< number of the last counted message, 127 is followed by 0
     int level_ = spdlog::level::info;         ///< the least severe level that is logged
 
+    /// Guards `count_`; one for the process, as the instance is.
+    static inline std::mutex count_mutex_;
+
   private:
     /// \return what a "true" or "false" variable says, else `fallback` after a notice.
     static bool switchedOn(const char* variable, bool fallback) {
@@ -97,6 +102,15 @@ class BRELLIX_API Logger {
     }
 };
 
+/// Counts a message of this level if it is logged. \return the number of the last counted message.
+inline unsigned countMessage(Logger& logger, int level) {
+    const std::lock_guard<std::mutex> lock(Logger::count_mutex_);
+    if (logger.level_ <= level) {
+        logger.count_ = (logger.count_ + 1U) & 127U;
+    }
+    return logger.count_;
+}
+
 /// Numbers, labels and logs one message; the work behind the macros.
 /// \param where  the calling file, line and function.
 /// \param prefix fmt format of the message number and the level's label.
@@ -106,11 +120,7 @@ void logMessage(spdlog::source_loc where, spdlog::level::level_enum level,
                 fmt::format_string<unsigned> prefix, fmt::format_string<Args...> format, Args&&... args) {
     // Held for the whole call: another module may release the instance's own handle at exit.
     const std::shared_ptr<spdlog::logger> logger = Logger::Instance("spdlog").logger_;
-    Logger& counter = Logger::Instance("spdlog");
-    if (counter.level_ <= level) {
-        counter.count_ = (counter.count_ + 1U) & 127U;
-    }
-    std::string text = fmt::format(prefix, static_cast<unsigned>(counter.count_));
+    std::string text = fmt::format(prefix, countMessage(Logger::Instance("spdlog"), level));
     text += fmt::format(format, std::forward<Args>(args)...);
     if (logger) {
         logger->log(where, level, spdlog::string_view_t(text));

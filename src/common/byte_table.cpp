@@ -11,9 +11,11 @@ namespace {
 // Two quantised models that take turns on a thread: a table for each of their three heads.
 constexpr std::size_t kMostTables = 6;
 
-/// As bit patterns, so that NaN is found again and the two zeros are kept apart.
-bool areSame(float a, float b) {
-    return std::memcmp(&a, &b, sizeof(float)) == 0;
+/// As a bit pattern NaN is found again, and the two zeros are kept apart.
+std::uint32_t bitsOf(float value) {
+    std::uint32_t bits = 0;
+    std::memcpy(&bits, &value, sizeof(bits));
+    return bits;
 }
 
 }  // namespace
@@ -26,7 +28,7 @@ ByteTable::ByteTable(Function function, int zp, float scale) : function_(functio
 }
 
 bool ByteTable::isOf(Function function, int zp, float scale) const {
-    return function_ == function && zp_ == zp && areSame(scale_, scale);
+    return function_ == function && zp_ == zp && bitsOf(scale_) == bitsOf(scale);
 }
 
 std::shared_ptr<const ByteTable> byteTable(ByteTable::Function function, int zp, float scale) {
@@ -37,7 +39,7 @@ std::shared_ptr<const ByteTable> byteTable(ByteTable::Function function, int zp,
     if (found != kept.end()) {
         return *found;
     }
-    const auto table = std::make_shared<const ByteTable>(function, zp, scale);
+    auto table = std::make_shared<const ByteTable>(function, zp, scale);
     std::move_backward(kept.begin(), kept.end() - 1, kept.end());
     kept.front() = table;
     return table;

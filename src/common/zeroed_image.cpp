@@ -12,7 +12,7 @@ namespace ai_orvo::model {
 namespace {
 
 // Below this, asking the kernel for pages costs more than clearing bytes that are in the cache.
-constexpr std::size_t kSmallestMapping = 128 * 1024;
+constexpr std::size_t kSmallestMapping = std::size_t{128} * 1024;
 
 void* mapPages(std::size_t bytes) {
     void* const pages = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -33,10 +33,11 @@ void takePages(const cv::Mat& image, const cv::Range& lines) {
     if (start >= end || image.step[0] > 2 * page) {
         return;
     }
-    const auto first = reinterpret_cast<std::uintptr_t>(image.ptr(start)) / page * page;
-    const std::uintptr_t beyond = reinterpret_cast<std::uintptr_t>(image.ptr(end - 1)) + image.step[0];
+    const uchar* const line = image.ptr(start);
+    auto* const first = const_cast<uchar*>(line - reinterpret_cast<std::uintptr_t>(line) % page);
+    const uchar* const beyond = image.ptr(end - 1) + image.step[0];
     // A wish: a kernel that does not know it lets the pages come one by one.
-    madvise(reinterpret_cast<void*>(first), beyond - first, MADV_POPULATE_WRITE);
+    madvise(first, static_cast<std::size_t>(beyond - first), MADV_POPULATE_WRITE);
 #else
     static_cast<void>(image);
     static_cast<void>(lines);
@@ -94,6 +95,10 @@ cv::Mat zeroedImage(const cv::Size& size, const cv::Range& writtenLines) {
     cv::Mat image;
     image.allocator = &pageAllocator();
     image.create(size, CV_8U);
+    // Where an allocator has nothing to give, OpenCV takes its own instead, whose memory holds anything.
+    if (image.u->currAllocator != &pageAllocator()) {
+        image.setTo(0);
+    }
     // What is made of this matrix later, by `create` in place, is an ordinary one.
     image.allocator = nullptr;
     takePages(image, writtenLines);

@@ -26,6 +26,8 @@ void registerTensorsAndInit(YOLOv5& model) {
 /// One write, so that lines of several threads stay whole; the numbers do not follow the process's locale.
 void printLetterbox(const LetterboxInfo& info) {
     std::ostringstream line;
+    // A stream keeps a lack of memory to itself, and the line would end where the memory did.
+    line.exceptions(std::ios::badbit);
     line.imbue(std::locale::classic());
     line << "dw: " << info.dw << ", dh: " << info.dh << ", ratio: " << info.ratio << '\n';
     std::cout << line.str();

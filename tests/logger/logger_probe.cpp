@@ -22,8 +22,8 @@ void logMany(int count) {
 
 void logFromThreads() {
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([] { logMany(50); });
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([] { logMany(500); });
     }
     for (std::thread& thread : threads) {
         thread.join();

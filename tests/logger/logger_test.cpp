@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdio>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -142,15 +143,29 @@ TEST(Logger, LibraryAndApplicationShareOneInstance) {
                   "  1 [INFO] an info\n  2 [ERROR] Failed to init ai_engine, check config file\n");
 }
 
-TEST(Logger, LinesOfSeveralThreadsStayWhole) {
+TEST(Logger, LinesOfSeveralThreadsStayWholeAndHaveNumbersOfTheirOwn) {
+    constexpr int kThreads = 8;
+    constexpr int kMessages = 500;
     const std::string out = probe(kQuiet, "threads").out;
-    std::size_t lines = 0;
-    for (std::size_t start = 0; start < out.size(); start = out.find('\n', start) + 1) {
-        const std::string line = out.substr(start, out.find('\n', start) - start);
-        EXPECT_EQ(line.substr(3, 16), " [INFO] message ") << line;
-        ++lines;
+    std::array<int, 128> timesOfNumber{};
+    std::array<int, kMessages> timesOfMessage{};
+    std::istringstream lines(out);
+    for (std::string line; std::getline(lines, line);) {
+        unsigned number = 0;
+        unsigned message = 0;
+        int end = 0;
+        ASSERT_EQ(std::sscanf(line.c_str(), "%3u [INFO] message %u%n", &number, &message, &end), 2) << line;
+        ASSERT_EQ(static_cast<std::size_t>(end), line.size()) << line;
+        ++timesOfNumber.at(number);
+        ++timesOfMessage.at(message);
     }
-    EXPECT_EQ(lines, 200U);
+    for (const int times : timesOfMessage) {
+        ASSERT_EQ(times, kThreads);
+    }
+    // 31 rounds of 128 numbers, and 32 messages more that begin with the number 1.
+    for (std::size_t number = 0; number < timesOfNumber.size(); ++number) {
+        EXPECT_EQ(timesOfNumber.at(number), number >= 1 && number <= 32 ? 32 : 31) << number;
+    }
 }
 
 }  // namespace

@@ -1,0 +1,38 @@
+#pragma once
+
+/// \file
+/// Allocations that fail on demand, in the shared libraries too.
+///
+/// The test program defines the C library's functions for memory, or `operator new` alone where a sanitizer
+/// already has the former. Pages that the kernel is asked for (`mmap`) count as an allocation like others.
+
+#include <cstddef>
+
+namespace brellix::testing {
+
+/// Whether a sanitizer owns `malloc`: then only `operator new` can fail, and leaks are its own business.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
+/// How many allocations fail.
+enum class Shortage { kOneAllocation, kAllFromThere };
+
+/// Lets allocations of the calling thread fail while it lives, beginning with the `nth`, counted from 1.
+class AllocationFailure {
+  public:
+    AllocationFailure(std::size_t nth, Shortage shortage);
+    AllocationFailure(const AllocationFailure&) = delete;
+    AllocationFailure& operator=(const AllocationFailure&) = delete;
+    ~AllocationFailure();
+
+    /// Lets no further allocation fail. \return whether one has.
+    static bool end();
+};
+
+/// Blocks that are allocated and not yet released, of all threads; 0 where `kSanitized`.
+long liveBlocks();
+
+}  // namespace brellix::testing
