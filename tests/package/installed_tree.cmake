@@ -13,7 +13,7 @@ if(NOT readme MATCHES "```cpp\n([^`]+)```")
     message(FATAL_ERROR "README.md has no C++ example")
 endif()
 file(WRITE ${consumer}/main.cpp "${CMAKE_MATCH_1}")
-file(COPY_FILE ${SOURCE_DIR}/tests/package/consumer/CMakeLists.txt ${consumer}/CMakeLists.txt)
+file(COPY_FILE ${SOURCE_DIR}/tests/package/find_package/CMakeLists.txt ${consumer}/CMakeLists.txt)
 
 execute_process(
     COMMAND ${CMAKE_COMMAND} -S ${consumer} -B ${consumer}/build -G ${GENERATOR}
@@ -29,6 +29,13 @@ execute_process(
 if(NOT EXISTS ${consumer}/result.png OR NOT output MATCHES "dw: ")
     message(FATAL_ERROR "the example drew no picture; it said: ${output}")
 endif()
+
+foreach(file man/man1/brellix.1 man/man1/brellix-detect.1 bash-completion/completions/brellix
+        zsh/site-functions/_brellix fish/vendor_completions.d/brellix.fish)
+    if(NOT EXISTS ${prefix}/share/${file})
+        message(FATAL_ERROR "share/${file} is not installed")
+    endif()
+endforeach()
 
 execute_process(COMMAND ${prefix}/bin/brellix --version OUTPUT_VARIABLE version COMMAND_ERROR_IS_FATAL ANY)
 message(STATUS "installed, moved, consumed; ${version}")
