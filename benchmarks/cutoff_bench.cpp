@@ -8,6 +8,7 @@
 
 #include "brellix/yolov5_cutoff.h"
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,9 +19,12 @@ namespace {
 using ai_orvo::model::Object;
 
 struct CutCase {
-    explicit CutCase(int candidates) : outputs(cutOutputs(candidates)) {
+    CutCase(int candidates, Placement placement) : outputs(cutOutputs(candidates, placement)) {
         model.letterbox_info = letterboxOf({1920, 1080});
         settings.letterbox = model.letterbox_info;
+        for (std::size_t head = 0; head < heads.size(); ++head) {
+            heads[head] = outputs.at(reference::kCutoffHeadNames[head]).data->data();
+        }
     }
 
     std::vector<Object> ours() {
@@ -34,7 +38,7 @@ struct CutCase {
     void readObjectness() const {
         for (std::size_t head = 0; head < 3; ++head) {
             const auto grid = static_cast<std::size_t>(kInput / reference::kCutoffStrides[head]);
-            const std::int8_t* const bytes = outputs.at(reference::kCutoffHeadNames[head]).data->data();
+            const std::int8_t* const bytes = heads[head];
             for (std::size_t anchor = 0; anchor < 3; ++anchor) {
                 readOnce(bytes + (anchor * (kClasses + 5) + 4) * grid * grid, grid * grid);
             }
@@ -43,11 +47,12 @@ struct CutCase {
 
     ai_orvo::model::YOLOv5Cutoff model{"network", "RKNN", {kInput, kInput}, 0.25F, 0.65F, kClasses};
     ai_orvo::model::TensorMap outputs;
+    std::array<const std::int8_t*, 3> heads;
     reference::CutoffSettings settings;
 };
 
-Measured measure(int candidates) {
-    const auto data = std::make_shared<CutCase>(candidates);
+Measured measure(int candidates, Placement placement) {
+    const auto data = std::make_shared<CutCase>(candidates, placement);
     Measured measured;
     measured.ours = [=] { benchmark::DoNotOptimize(data->ours().data()); };
     measured.reference = [=] { benchmark::DoNotOptimize(data->reference().data()); };
@@ -59,8 +64,10 @@ Measured measure(int candidates) {
 const bool registered = [] {
     for (const int candidates : {0, 5, 20, 60, 100, 2000}) {
         addStage("cut decode and suppression", std::to_string(candidates) + " candidates", Other::kNone,
-                 [candidates] { return measure(candidates); });
+                 [candidates] { return measure(candidates, Placement::kAroundObjects); });
     }
+    addStage("cut decode and suppression", "60 scattered candidates", Other::kNone,
+             [] { return measure(60, Placement::kScattered); });
     return true;
 }();
 

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace brellix::bench {
 namespace {
@@ -87,6 +88,32 @@ struct Head {
     }
 };
 
+/// A candidate's place in the cut network's heads.
+struct AnchorCell {
+    int head;
+    int anchor;
+    int cell;
+};
+
+/// Candidates of an object: five cells of each of two lines, with all three anchors.
+constexpr int kMostCutCandidatesAnObject = 30;
+
+AnchorCell nthAround(const AnchorCell& first, int nth) {
+    return {first.head, (first.anchor + nth) % 3, first.cell + nth / 3 % 5 + nth / 15 * gridOf(first.head)};
+}
+
+void putCutCandidate(Random& random, std::vector<float>& head, const AnchorCell& at) {
+    const int cells = gridOf(at.head) * gridOf(at.head);
+    const auto set = [&](int channel, float logit) {
+        head[static_cast<std::size_t>((at.anchor * (kClasses + 5) + channel) * cells + at.cell)] = logit;
+    };
+    for (int channel = 0; channel < 4; ++channel) {
+        set(channel, random.real(-1.0F, 1.0F));
+    }
+    set(4, random.real(1.0F, 4.0F));
+    set(5 + random.integer(0, kClasses - 1), random.real(1.0F, 4.0F));
+}
+
 }  // namespace
 
 ai_orvo::model::LetterboxInfo letterboxOf(const cv::Size& picture) {
@@ -119,7 +146,7 @@ AIBuff fusedOutput(int candidates) {
     return reference::floatTensor(values);
 }
 
-TensorMap cutOutputs(int candidates) {
+TensorMap cutOutputs(int candidates, Placement placement) {
     Random random(12);
     constexpr std::array<const char*, 3> kNames = {
         "/model.24/m.0/Conv_output_0", "/model.24/m.1/Conv_output_0", "/model.24/m.2/Conv_output_0"};
@@ -129,26 +156,33 @@ TensorMap cutOutputs(int candidates) {
         heads[static_cast<std::size_t>(head)] =
             noise(random, static_cast<std::size_t>(3 * (kClasses + 5) * cells), -9.0F, -3.0F);
     }
+    AnchorCell at{};
     for (int i = 0; i < candidates; ++i) {
-        const int head = i % 3;
-        const int cells = gridOf(head) * gridOf(head);
-        const int anchor = random.integer(0, 2);
-        const int cell = random.integer(0, cells - 1);
-        const auto set = [&](int channel, float logit) {
-            heads[static_cast<std::size_t>(head)]
-                 [static_cast<std::size_t>((anchor * (kClasses + 5) + channel) * cells + cell)] = logit;
-        };
-        for (int channel = 0; channel < 4; ++channel) {
-            set(channel, random.real(-1.0F, 1.0F));
+        const int nth = placement == Placement::kScattered ? 0 : i % kMostCutCandidatesAnObject;
+        if (nth == 0) {
+            at.head = random.integer(0, 2);
+            at.anchor = random.integer(0, 2);
+            at.cell = random.integer(0, (gridOf(at.head) - 2) * gridOf(at.head));
         }
-        set(4, random.real(1.0F, 4.0F));
-        set(5 + random.integer(0, kClasses - 1), random.real(1.0F, 4.0F));
+        putCutCandidate(random, heads[static_cast<std::size_t>(at.head)], nthAround(at, nth));
     }
     TensorMap outputs;
     for (std::size_t head = 0; head < 3; ++head) {
         outputs[kNames[head]] = quantized(heads[head], false);
     }
     return outputs;
+}
+
+YAML::Node segmentationConfig(bool isQuantized, const std::string& framework) {
+    YAML::Node node;
+    node["model_path"] = "network";
+    node["framework"] = framework;
+    node["class_num"] = kClasses;
+    node["conf_thres"] = 0.25F;
+    node["nms_thres"] = kSegmentationNms;
+    node["input_size"] = std::vector<int>{kInput, kInput};
+    node["is_quantized"] = isQuantized;
+    return node;
 }
 
 TensorMap segmentationOutputs(int objects, int repeats, bool isQuantized) {

@@ -8,7 +8,9 @@
 
 #include <opencv2/core.hpp>
 
-#include <vector>
+#include <yaml-cpp/yaml.h>
+
+#include <string>
 
 namespace brellix::bench {
 
@@ -25,8 +27,17 @@ cv::Mat picture(const cv::Size& size);
 /// most.
 ai_orvo::model::AIBuff fusedOutput(int candidates);
 
-/// The three int8 heads of the cut network with as many candidates.
-ai_orvo::model::TensorMap cutOutputs(int candidates);
+/// Where candidates lie: around objects, as a trained network has them, or each by itself.
+enum class Placement { kAroundObjects, kScattered };
+
+/// The three int8 heads of the cut network with as many candidates, around 30 an object at most.
+ai_orvo::model::TensorMap cutOutputs(int candidates, Placement placement);
+
+/// Low enough that the candidates of a small object, side by side, leave one.
+constexpr float kSegmentationNms = 0.45F;
+
+/// A configuration of the segmentation network.
+YAML::Node segmentationConfig(bool isQuantized, const std::string& framework);
 
 /// The ten outputs of the segmentation network with `objects` objects and `repeats` candidates each, side by
 /// side; boxes of 1/200 to 1/4 of the input, 1/25 in the median, each of a class of its own as far as they

@@ -8,8 +8,6 @@
 
 #include "brellix/yolov8_seg.h"
 
-#include <yaml-cpp/yaml.h>
-
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,27 +19,16 @@ using ai_orvo::model::AIBuff;
 using ai_orvo::model::Object;
 using reference::SegCandidates;
 
-YAML::Node configuration(bool isQuantized) {
-    YAML::Node node;
-    node["model_path"] = "network";
-    node["framework"] = "ONNX";
-    node["class_num"] = kClasses;
-    node["conf_thres"] = 0.25F;
-    node["nms_thres"] = 0.65F;
-    node["input_size"] = std::vector<int>{kInput, kInput};
-    node["is_quantized"] = isQuantized;
-    return node;
-}
-
 struct SegCase {
     SegCase(int objects, int repeats, bool quantized, const cv::Size& picture)
         : isQuantized(quantized),
-          model(configuration(quantized)),
+          model(segmentationConfig(quantized, "ONNX")),
           outputs(segmentationOutputs(objects, repeats, quantized)) {
         model.letterboxInfo = letterboxOf(picture);
         settings.letterbox = model.letterboxInfo;
         settings.isQuantized = isQuantized;
         settings.classNum = kClasses;
+        settings.nmsThreshold = kSegmentationNms;
     }
 
     AIBuff& output(std::size_t head, std::size_t part) {

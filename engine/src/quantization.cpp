@@ -38,7 +38,7 @@ class QuadQuantizer {
     cv::v_int32x4 operator()(const float* values) const {
         const cv::v_float32x4 steps = cv::v_load(values) / scale_;
         // Only NaN differs from itself; all its bits become 0.
-        const cv::v_float32x4 finite = steps & (steps == steps);
+        const cv::v_float32x4 finite = steps & (steps == steps);  // NOLINT(misc-redundant-expression)
         return cv::v_round(cv::v_min(cv::v_max(finite, lowest_), highest_)) + zeroPoint_;
     }
 

@@ -39,9 +39,11 @@ struct Object {
 /// The order of the virtual functions and of the data members is part of the binary interface.
 class BRELLIX_API CvModel {
   public:
+    /// An engine without a network; the derived class makes it ready.
     CvModel() = default;
     CvModel(const CvModel&) = delete;
     CvModel& operator=(const CvModel&) = delete;
+    /// Models may be deleted through this class.
     virtual ~CvModel();
 
     /// Finds the objects in an image.
@@ -56,8 +58,8 @@ class BRELLIX_API CvModel {
     /// \param objects as for `detect`.
     virtual void postprocess(TensorMap& outputs, std::vector<Object>& objects) = 0;
 
-    AIEngine engine;
-    AIEngineConfig config;
+    AIEngine engine;        ///< runs the network; `Init` was called once, by the constructor
+    AIEngineConfig config;  ///< what `Init` was given; `detect` takes the outputs' sizes from it
 };
 
 }  // namespace ai_orvo::model

@@ -2,43 +2,88 @@
 
 #include <opencv2/core/hal/intrin.hpp>
 
+#include <algorithm>
+#include <array>
+
 namespace ai_orvo::model {
 namespace {
 
-/// The greater of each pair; `best` where `score` is NaN, which a plain maximum does not promise everywhere.
-void raise(const float* scores, std::size_t count, float* best) {
+/// So many planes are looked at before the best scores are stored again: one plane at a time would read and
+/// write them as often as the planes themselves.
+constexpr std::size_t kPlanes = 8;
+
+template <typename Score>
+using PlaneRows = std::array<const Score*, kPlanes>;
+
+/// `score` where it is greater than `best`. A NaN is not.
+template <typename Score>
+Score greater(Score score, Score best) {
+    return score > best ? score : best;
+}
+
+#if CV_SIMD128
+cv::v_float32x4 greater(const cv::v_float32x4& score, const cv::v_float32x4& best) {
+#if CV_SSE
+    // This processor's maximum is the second operand where one of both is NaN; others promise something else.
+    return cv::v_max(score, best);
+#else
+    return cv::v_select(score > best, score, best);
+#endif
+}
+
+/// Bytes in an order that the least common denominator of all processors, the maximum of unsigned bytes,
+/// knows.
+cv::v_uint8x16 biased(const std::int8_t* bytes) {
+    return cv::v_reinterpret_as_u8(cv::v_load(bytes)) ^ cv::v_setall_u8(0x80);
+}
+#endif
+
+/// Raises the first multiple of a vector's lanes. \return how many that were.
+std::size_t raiseVectors(const PlaneRows<float>& rows, std::size_t count, float* best) {
     std::size_t i = 0;
 #if CV_SIMD128
     for (; i + 8 <= count; i += 8) {
-        const cv::v_float32x4 score0 = cv::v_load(scores + i);
-        const cv::v_float32x4 score1 = cv::v_load(scores + i + 4);
-        const cv::v_float32x4 best0 = cv::v_load(best + i);
-        const cv::v_float32x4 best1 = cv::v_load(best + i + 4);
-        cv::v_store(best + i, cv::v_select(score0 > best0, score0, best0));
-        cv::v_store(best + i + 4, cv::v_select(score1 > best1, score1, best1));
+        cv::v_float32x4 best0 = cv::v_load(best + i);
+        cv::v_float32x4 best1 = cv::v_load(best + i + 4);
+        for (const float* row : rows) {
+            best0 = greater(cv::v_load(row + i), best0);
+            best1 = greater(cv::v_load(row + i + 4), best1);
+        }
+        cv::v_store(best + i, best0);
+        cv::v_store(best + i + 4, best1);
     }
 #endif
-    for (; i < count; ++i) {
-        best[i] = scores[i] > best[i] ? scores[i] : best[i];
-    }
+    return i;
 }
 
-void raise(const std::int8_t* scores, std::size_t count, std::int8_t* best) {
+std::size_t raiseVectors(const PlaneRows<std::int8_t>& rows, std::size_t count, std::int8_t* best) {
     std::size_t i = 0;
 #if CV_SIMD128
     for (; i + 16 <= count; i += 16) {
-        cv::v_store(best + i, cv::v_max(cv::v_load(scores + i), cv::v_load(best + i)));
+        cv::v_uint8x16 highest = biased(best + i);
+        for (const std::int8_t* row : rows) {
+            highest = cv::v_max(highest, biased(row + i));
+        }
+        cv::v_store(best + i, cv::v_reinterpret_as_s8(highest ^ cv::v_setall_u8(0x80)));
     }
 #endif
-    for (; i < count; ++i) {
-        best[i] = scores[i] > best[i] ? scores[i] : best[i];
-    }
+    return i;
 }
 
 template <typename Score>
 void raiseAll(const Score* scores, std::size_t pitch, int planes, std::size_t count, Score* best) {
-    for (int plane = 0; plane < planes; ++plane) {
-        raise(scores + static_cast<std::size_t>(plane) * pitch, count, best);
+    const auto planeCount = static_cast<std::size_t>(planes < 0 ? 0 : planes);
+    for (std::size_t plane = 0; plane < planeCount; plane += kPlanes) {
+        PlaneRows<Score> rows;
+        for (std::size_t k = 0; k < kPlanes; ++k) {
+            // Where the planes run out the last one is looked at again.
+            rows[k] = scores + (plane + k < planeCount ? plane + k : planeCount - 1) * pitch;
+        }
+        for (std::size_t i = raiseVectors(rows, count, best); i < count; ++i) {
+            for (const Score* row : rows) {
+                best[i] = greater(row[i], best[i]);
+            }
+        }
     }
 }
 
@@ -51,6 +96,24 @@ void raiseToBestScores(const float* scores, std::size_t pitch, int planes, std::
 void raiseToBestScores(const std::int8_t* scores, std::size_t pitch, int planes, std::size_t count,
                        std::int8_t* best) {
     raiseAll(scores, pitch, planes, count, best);
+}
+
+std::size_t indexOfHighest(const std::int8_t* scores, std::size_t count) {
+    std::int8_t highest = scores[0];
+    std::size_t i = 0;
+#if CV_SIMD128
+    cv::v_uint8x16 highestOfLanes = cv::v_setzero_u8();
+    for (; i + 16 <= count; i += 16) {
+        highestOfLanes = cv::v_max(highestOfLanes, biased(scores + i));
+    }
+    if (i != 0) {
+        highest = static_cast<std::int8_t>(cv::v_reduce_max(highestOfLanes) ^ 0x80U);
+    }
+#endif
+    for (; i < count; ++i) {
+        highest = greater(scores[i], highest);
+    }
+    return static_cast<std::size_t>(std::find(scores, scores + count, highest) - scores);
 }
 
 }  // namespace ai_orvo::model

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// The highest score of every cell of a head.
+/// The highest scores of the cells of a head.
 
 #include <cstddef>
 #include <cstdint>
@@ -17,5 +17,8 @@ namespace ai_orvo::model {
 void raiseToBestScores(const float* scores, std::size_t pitch, int planes, std::size_t count, float* best);
 void raiseToBestScores(const std::int8_t* scores, std::size_t pitch, int planes, std::size_t count,
                        std::int8_t* best);
+
+/// \return the lowest index of the highest of `count` scores; `count` is at least 1.
+std::size_t indexOfHighest(const std::int8_t* scores, std::size_t count);
 
 }  // namespace ai_orvo::model

@@ -12,8 +12,9 @@ namespace {
 
 using Buffer = std::shared_ptr<std::vector<std::int8_t>>;
 
-// Two segmentation models that take turns on a thread: an input and ten outputs each.
-constexpr std::size_t kMostBuffers = 22;
+// Two segmentation models that take turns on a thread: a scaled picture, an input, ten outputs and the
+// prototypes each.
+constexpr std::size_t kMostBuffers = 26;
 
 bool isFree(const Buffer& buffer) {
     if (buffer.use_count() != 1) {

@@ -93,6 +93,7 @@ void draw_objects_masks(const cv::Mat& image, cv::Mat& res, const std::vector<Ob
                         const std::vector<std::string>& class_names, const ColorTable& colors,
                         const ColorTable& mask_colors) {
     std::vector<cv::Scalar> objectColors;
+    objectColors.reserve(objs.size());
     for (const Object& object : objs) {
         objectColors.push_back(object.mask.empty() ? cv::Scalar()
                                                    : colorOf(mask_colors, object.label % kMaskColorCycle));

@@ -7,6 +7,7 @@
 #include "common/buffer_pool.h"
 #include "common/letterbox_geometry.h"
 #include "common/planes.h"
+#include "common/subsampling.h"
 
 #include <opencv2/dnn.hpp>
 
@@ -44,16 +45,33 @@ AIBuff tensorOfBytes(const cv::Mat& continuous) {
     return tensor;
 }
 
-/// The image at the size that it has in the network's input: itself, or a copy in `memory`.
-cv::Mat scaledImage(const cv::Mat& image, const cv::Size& size, AIBuff& memory) {
-    if (image.size() == size) {
-        return image;
+/// The pixels of an image at the size that it has in the network's input. Copied only where they have to be
+/// computed.
+class ScaledPixels {
+  public:
+    ScaledPixels(const cv::Mat& image, const cv::Size& size) : image_(image) {
+        if (image.size() == size) {
+            return;
+        }
+        factor_ = subsamplingFactor(image, size);
+        if (factor_ == 0) {
+            factor_ = 1;
+            memory_ = pooledTensor(3 * pixelsOf(size));
+            image_ = cv::Mat(size, CV_8UC3, memory_.data->data());
+            scaleInto(image, image_);
+        }
     }
-    memory = pooledTensor(3 * pixelsOf(size));
-    cv::Mat scaled(size, CV_8UC3, memory.data->data());
-    scaleInto(image, scaled);
-    return scaled;
-}
+
+    const uchar* line(int y) const { return subsampledLine(image_, factor_, y); }
+
+    /// Bytes from a pixel to the next.
+    std::size_t step() const { return 3 * static_cast<std::size_t>(factor_); }
+
+  private:
+    cv::Mat image_;
+    int factor_ = 1;
+    AIBuff memory_;
+};
 
 /// Fills what lies around `inside` in a plane of `size`.
 void fillAround(float* plane, const cv::Size& size, const cv::Rect& inside, float value) {
@@ -82,12 +100,11 @@ AIBuff directFloats(const cv::Mat& image, const LetterboxGeometry& geometry, Cha
     if (order == ChannelOrder::kRgb) {
         std::swap(planes[0], planes[2]);
     }
-    AIBuff memory;
-    const cv::Mat scaled = scaledImage(image, geometry.scaled, memory);
-    for (int y = 0; y < scaled.rows; ++y) {
+    const ScaledPixels pixels(image, geometry.scaled);
+    for (int y = 0; y < geometry.scaled.height; ++y) {
         const std::ptrdiff_t start =
             static_cast<std::ptrdiff_t>(geometry.top + y) * size.width + geometry.left;
-        splitToUnitPlanes(scaled.ptr(y), static_cast<std::size_t>(scaled.cols),
+        splitToUnitPlanes(pixels.line(y), pixels.step(), static_cast<std::size_t>(geometry.scaled.width),
                           {planes[0] + start, planes[1] + start, planes[2] + start});
     }
     return tensor;

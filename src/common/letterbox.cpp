@@ -72,7 +72,9 @@ LetterboxGeometry letterboxGeometry(const cv::Mat& image, const cv::Size& target
 void scaleInto(const cv::Mat& image, cv::Mat scaled) {
     if (image.size() == scaled.size()) {
         image.copyTo(scaled);
-    } else if (!subsample(image, scaled)) {
+    } else if (const int factor = subsamplingFactor(image, scaled.size()); factor != 0) {
+        subsample(image, factor, scaled);
+    } else {
         // Of the right size and type already, `scaled` is filled where it lies.
         cv::resize(image, scaled, scaled.size(), 0, 0, cv::INTER_LINEAR);
     }

@@ -107,6 +107,9 @@ void nms(std::vector<Object>& objects, float nms_thresh) {
     std::vector<Candidate> candidates = sortedCandidates(objects);
     suppress(candidates, nms_thresh);
     std::vector<Object> kept;
+    kept.reserve(static_cast<std::size_t>(
+        std::count_if(candidates.begin(), candidates.end(),
+                      [](const Candidate& candidate) { return !candidate.suppressed; })));
     for (const Candidate& candidate : candidates) {
         if (!candidate.suppressed) {
             kept.push_back(std::move(objects[candidate.index]));

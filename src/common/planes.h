@@ -19,6 +19,8 @@ inline float unitValue(int byte) {
 }
 
 /// Writes `count` pixels of three bytes as one value in each of three planes.
-void splitToUnitPlanes(const uchar* pixels, std::size_t count, const std::array<float*, 3>& planes);
+/// \param step bytes from a pixel to the next, at least 3.
+void splitToUnitPlanes(const uchar* pixels, std::size_t step, std::size_t count,
+                       const std::array<float*, 3>& planes);
 
 }  // namespace ai_orvo::model

@@ -18,9 +18,9 @@ int initEngine(alg::common::AIEngine& engine, const alg::common::AIEngineConfig&
 
 double StageClock::endStage() {
     const Clock::time_point now = Clock::now();
-    const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(now - start_).count();
+    const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(now - start_).count();
     start_ = now;
-    return static_cast<double>(nanoseconds / 1000) / 1000.0;
+    return static_cast<double>(microseconds) / 1000.0;
 }
 
 double StageClock::preprocessed() {

@@ -1,23 +1,13 @@
 #include "common/subsampling.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace ai_orvo::model {
 namespace {
 
 constexpr std::size_t kPixelBytes = 3;
-
-/// \return the odd factor, at least 3, or 0 where there is none.
-int oddFactor(const cv::Mat& image, const cv::Mat& result) {
-    if (result.empty() || image.type() != CV_8UC3 || result.type() != CV_8UC3) {
-        return 0;
-    }
-    const int factor = image.cols / result.cols;
-    const bool fits =
-        image.cols == std::int64_t{factor} * result.cols && image.rows == std::int64_t{factor} * result.rows;
-    return fits && factor >= 3 && factor % 2 == 1 ? factor : 0;
-}
 
 /// Takes `count` pixels that are `step` bytes apart.
 void takePixels(const uchar* pixels, std::size_t step, std::size_t count, uchar* taken) {
@@ -30,18 +20,21 @@ void takePixels(const uchar* pixels, std::size_t step, std::size_t count, uchar*
 
 }  // namespace
 
-bool subsample(const cv::Mat& image, cv::Mat& result) {
-    const int factor = oddFactor(image, result);
-    if (factor == 0) {
-        return false;
+int subsamplingFactor(const cv::Mat& image, const cv::Size& result) {
+    if (result.empty() || image.type() != CV_8UC3) {
+        return 0;
     }
-    const auto middle = static_cast<std::size_t>(factor / 2) * kPixelBytes;
+    const int factor = image.cols / result.width;
+    const bool fits = image.cols == std::int64_t{factor} * result.width &&
+                      image.rows == std::int64_t{factor} * result.height;
+    return fits && factor >= 3 && factor % 2 == 1 ? factor : 0;
+}
+
+void subsample(const cv::Mat& image, int factor, cv::Mat& result) {
     for (int y = 0; y < result.rows; ++y) {
-        takePixels(image.ptr(factor * y + factor / 2) + middle,
-                   static_cast<std::size_t>(factor) * kPixelBytes, static_cast<std::size_t>(result.cols),
-                   result.ptr(y));
+        takePixels(subsampledLine(image, factor, y), static_cast<std::size_t>(factor) * kPixelBytes,
+                   static_cast<std::size_t>(result.cols), result.ptr(y));
     }
-    return true;
 }
 
 }  // namespace ai_orvo::model

@@ -25,7 +25,9 @@ class ByteView {
     const std::int8_t* data() const { return bytes_; }
 
     /// The element at `index`, which must be below `size()`.
-    std::int8_t operator[](std::size_t index) const { return bytes_[index]; }
+    std::int8_t operator[](std::size_t index) const {
+        return bytes_[index];  // NOLINT(clang-analyzer-core.NullDereference): a null buffer has no such index
+    }
 
     /// The rest of the view from `index` on, which must not be beyond `size()`.
     ByteView from(std::size_t index) const { return ByteView(bytes_ + index, size_ - index); }
@@ -51,6 +53,7 @@ class FloatView {
     /// The element at `index`, which must be below `size()`.
     float operator[](std::size_t index) const {
         float value;
+        // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): a null buffer has no such index
         std::memcpy(&value, bytes_ + index * sizeof(float), sizeof(float));
         return value;
     }

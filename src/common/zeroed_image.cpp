@@ -1,7 +1,9 @@
 #include "common/zeroed_image.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -10,21 +12,7 @@ namespace ai_orvo::model {
 namespace {
 
 // Below this, asking the kernel for pages costs more than clearing bytes that are in the cache.
-constexpr std::size_t kSmallestMapping = 128 * 1024;
-constexpr std::size_t kHugePage = 2 * 1024 * 1024;
-
-std::size_t wholeHugePages(std::size_t bytes) {
-    return (bytes + kHugePage - 1) / kHugePage * kHugePage;
-}
-
-/// Whether huge pages would leave less than a quarter of themselves unused.
-bool fillsHugePages(std::size_t bytes) {
-    return bytes >= wholeHugePages(bytes) / 4 * 3;
-}
-
-std::size_t mappedBytes(std::size_t bytes) {
-    return fillsHugePages(bytes) ? wholeHugePages(bytes) : bytes;
-}
+constexpr std::size_t kSmallestMapping = std::size_t{128} * 1024;
 
 void* mapPages(std::size_t bytes) {
     void* const pages = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -34,17 +22,26 @@ void* mapPages(std::size_t bytes) {
     return pages;
 }
 
-/// Maps `bytes`, a multiple of the huge page, at an address that is one, too.
-void* mapHugePages(std::size_t bytes) {
-    auto* const first = static_cast<std::uint8_t*>(mapPages(bytes + kHugePage));
-    const std::size_t before = (kHugePage - reinterpret_cast<std::uintptr_t>(first) % kHugePage) % kHugePage;
-    if (before != 0) {
-        munmap(first, before);
+/// Takes the pages under those of the lines that the mapped image has in one call: a fault for each costs as
+/// much as clearing it.
+void takePages(const cv::Mat& image, const cv::Range& lines) {
+#ifdef MADV_POPULATE_WRITE
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const int start = std::max(lines.start, 0);
+    const int end = std::min(lines.end, image.rows);
+    // Of longer lines whole pages may stay untouched.
+    if (start >= end || image.step[0] > 2 * page) {
+        return;
     }
-    munmap(first + before + bytes, kHugePage - before);
-    // A wish: where there are none, ordinary pages serve.
-    madvise(first + before, bytes, MADV_HUGEPAGE);
-    return first + before;
+    const uchar* const line = image.ptr(start);
+    auto* const first = const_cast<uchar*>(line - reinterpret_cast<std::uintptr_t>(line) % page);
+    const uchar* const beyond = image.ptr(end - 1) + image.step[0];
+    // A wish: a kernel that does not know it lets the pages come one by one.
+    madvise(first, static_cast<std::size_t>(beyond - first), MADV_POPULATE_WRITE);
+#else
+    static_cast<void>(image);
+    static_cast<void>(lines);
+#endif
 }
 
 /// Gives matrices pages of zeros. Stateless; one serves all threads.
@@ -57,10 +54,10 @@ class PageAllocator : public cv::MatAllocator {
             step[i] = total;
             total *= static_cast<std::size_t>(sizes[i]);
         }
-        void* const pages = fillsHugePages(total) ? mapHugePages(wholeHugePages(total)) : mapPages(total);
+        void* const pages = mapPages(total);
         auto* const record = new (std::nothrow) cv::UMatData(this);
         if (record == nullptr) {
-            munmap(pages, mappedBytes(total));
+            munmap(pages, total);
             throw std::bad_alloc();
         }
         record->data = record->origdata = static_cast<uchar*>(pages);
@@ -76,7 +73,7 @@ class PageAllocator : public cv::MatAllocator {
 
     void deallocate(cv::UMatData* record) const override {
         if (record != nullptr) {
-            munmap(record->origdata, mappedBytes(record->size));
+            munmap(record->origdata, record->size);
             delete record;
         }
     }
@@ -90,7 +87,7 @@ PageAllocator& pageAllocator() {
 
 }  // namespace
 
-cv::Mat zeroedImage(const cv::Size& size) {
+cv::Mat zeroedImage(const cv::Size& size, const cv::Range& writtenLines) {
     if (size.width <= 0 || size.height <= 0 ||
         static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) < kSmallestMapping) {
         return cv::Mat::zeros(size, CV_8U);
@@ -104,6 +101,7 @@ cv::Mat zeroedImage(const cv::Size& size) {
     }
     // What is made of this matrix later, by `create` in place, is an ordinary one.
     image.allocator = nullptr;
+    takePages(image, writtenLines);
     return image;
 }
 

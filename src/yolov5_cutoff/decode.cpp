@@ -9,10 +9,11 @@
 #include <opencv2/core/hal/intrin.hpp>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <vector>
 
 namespace ai_orvo::model {
 namespace {
@@ -27,64 +28,44 @@ struct AnchorPlanes {
 
     std::int8_t raw(std::size_t channel, std::size_t cell) const { return bytes[channel * area + cell]; }
 
-    /// The class that a cell's score stands for: the lowest one that has it.
-    int labelOf(std::int8_t score, std::size_t cell) const {
-        std::size_t label = 0;
-        while (raw(kFirstClass + label, cell) != score) {
-            ++label;
-        }
-        return static_cast<int>(label);
-    }
+    const std::int8_t* objectness() const { return bytes.data() + kObjectness * area; }
 };
 
-/// The probabilities that the bytes of one tensor stand for.
-class Probabilities {
-  public:
-    explicit Probabilities(const AIBuff& tensor) : zp_(tensor.zp), scale_(tensor.scale) {}
-
-    float of(std::int8_t byte) {
-        return table_.get(
-            byte, [this](std::int8_t value) { return sigmoid(deqntAffineToF32(value, zp_, scale_)); });
-    }
-
-    /// What an objectness has to reach as a byte.
-    std::int8_t byteOf(float probability) const {
-        return static_cast<std::int8_t>(qntF32ToAffine(unsigmoid(probability), zp_, scale_));
-    }
-
-  private:
-    int zp_;
-    float scale_;
-    ByteTable table_;
-};
-
-/// Some cells side by side; their scores are looked at together, since they share cache lines.
-struct CellBlock {
-    std::size_t first;
-    std::size_t count;
-};
-
+/// The cells that are looked at together, and which of them pass: a bit each, the first cell's the lowest.
 constexpr std::size_t kBlock = 16;
+using PassingCells = std::uint32_t;
 
-/// Whether a cell of the block reaches the threshold.
-bool anyReaches(const AnchorPlanes& planes, const CellBlock& block, std::int8_t threshold) {
-    const std::int8_t* const objectness = planes.bytes.data() + kObjectness * planes.area + block.first;
+PassingCells passingCells(const std::int8_t* objectness, std::size_t count, std::int8_t threshold) {
+    PassingCells passing = 0;
 #if CV_SIMD128
-    if (block.count == kBlock) {
-        return cv::v_check_any(cv::v_load(objectness) >= cv::v_setall_s8(threshold));
+    if (count == kBlock) {
+        const cv::v_int8x16 isBelow = cv::v_setall_s8(threshold) > cv::v_load(objectness);
+        return ~static_cast<PassingCells>(cv::v_signmask(isBelow)) & 0xFFFFU;
     }
 #endif
-    return std::any_of(objectness, objectness + block.count,
-                       [threshold](std::int8_t byte) { return byte >= threshold; });
+    for (std::size_t i = 0; i < count; ++i) {
+        passing |= static_cast<PassingCells>(objectness[i] >= threshold) << i;
+    }
+    return passing;
 }
 
-/// The highest class score of each cell of the block. A network without classes is read as if it had one.
-std::array<std::int8_t, kBlock> bestScores(const AnchorPlanes& planes, const CellBlock& block, int classNum) {
-    const std::int8_t* const scores = planes.bytes.data() + kFirstClass * planes.area + block.first;
-    std::array<std::int8_t, kBlock> best;
-    std::copy_n(scores, block.count, best.begin());
-    raiseToBestScores(scores, planes.area, classNum, block.count, best.data());
-    return best;
+/// The first block from `cell` on that may hold a passing cell, or `count`. Most cells of an image show
+/// nothing, so that four blocks are dismissed at once.
+std::size_t skipEmptyBlocks(const std::int8_t* objectness, std::size_t cell, std::size_t count,
+                            std::int8_t threshold) {
+#if CV_SIMD128
+    const cv::v_int8x16 limit = cv::v_setall_s8(threshold);
+    for (; cell + 4 * kBlock <= count; cell += 4 * kBlock) {
+        const std::int8_t* const first = objectness + cell;
+        const cv::v_int8x16 low = (limit > cv::v_load(first)) & (limit > cv::v_load(first + kBlock));
+        const cv::v_int8x16 high =
+            (limit > cv::v_load(first + 2 * kBlock)) & (limit > cv::v_load(first + 3 * kBlock));
+        if (!cv::v_check_all(low & high)) {
+            break;
+        }
+    }
+#endif
+    return cell;
 }
 
 /// Twice the probability minus a half: where in and around its cell the centre lies.
@@ -96,17 +77,17 @@ float sizeFactor(float probability) {
     return (2.0F * probability) * (2.0F * probability);
 }
 
-cv::Rect_<float> sourceBox(const AnchorPlanes& planes, Probabilities& probabilities, std::size_t cell,
+cv::Rect_<float> sourceBox(const AnchorPlanes& planes, const ByteTable& probabilities, std::size_t cell,
                            const HeadLayout& layout, int anchor, const LetterboxInfo& info) {
     const auto stride = static_cast<float>(layout.stride);
     const auto gridW = static_cast<std::size_t>(layout.gridW);
     const std::size_t cellRow = cell / gridW;
     const auto column = static_cast<float>(cell % gridW);
     const auto row = static_cast<float>(cellRow);
-    const float offsetX = centreOffset(probabilities.of(planes.raw(0, cell)));
-    const float offsetY = centreOffset(probabilities.of(planes.raw(1, cell)));
-    const float factorW = sizeFactor(probabilities.of(planes.raw(2, cell)));
-    const float factorH = sizeFactor(probabilities.of(planes.raw(3, cell)));
+    const float offsetX = centreOffset(probabilities[planes.raw(0, cell)]);
+    const float offsetY = centreOffset(probabilities[planes.raw(1, cell)]);
+    const float factorW = sizeFactor(probabilities[planes.raw(2, cell)]);
+    const float factorH = sizeFactor(probabilities[planes.raw(3, cell)]);
 
     const float centreX =
         clampToBound(info.ratio * std::fma(column + offsetX, stride, -info.dw), info.src_width);
@@ -134,68 +115,66 @@ bool fits(const ByteView& bytes, const HeadLayout& layout) {
 /// Decodes one anchor of a head into `objects`.
 class AnchorDecoder {
   public:
-    AnchorDecoder(const AnchorPlanes& planes, Probabilities& probabilities, const HeadLayout& layout,
-                  int anchor, const HeadDecoding& settings)
+    AnchorDecoder(const AnchorPlanes& planes, const ByteTable& probabilities, const HeadLayout& layout,
+                  int anchor, const HeadDecoding& settings, std::vector<std::int8_t>& scores)
         : planes_(planes),
           probabilities_(probabilities),
           layout_(layout),
           anchor_(anchor),
           settings_(settings),
-          threshold_(probabilities.byteOf(settings.confThres)) {}
+          scores_(scores) {}
 
-    /// \return how many cells passed the objectness test.
-    int decode(std::vector<Object>& objects) const {
+    /// \param threshold what an objectness has to reach as a byte. \return how many cells did.
+    int decode(std::int8_t threshold, std::vector<Object>& objects) const {
+        const std::int8_t* const objectness = planes_.objectness();
         int passed = 0;
-        for (std::size_t first = 0; first < planes_.area; first += kBlock) {
-            const CellBlock block{first, std::min(kBlock, planes_.area - first)};
-            if (anyReaches(planes_, block, threshold_)) {
-                passed += decodeBlock(block, objects);
+        for (std::size_t first = skipEmptyBlocks(objectness, 0, planes_.area, threshold);
+             first < planes_.area;
+             first = skipEmptyBlocks(objectness, first + kBlock, planes_.area, threshold)) {
+            const std::size_t count = std::min(kBlock, planes_.area - first);
+            const PassingCells passing = passingCells(objectness + first, count, threshold);
+            for (std::size_t i = 0; passing >> i != 0; ++i) {
+                if ((passing >> i & 1U) != 0) {
+                    ++passed;
+                    addObject(first + i, objects);
+                }
             }
         }
         return passed;
     }
 
   private:
-    int decodeBlock(CellBlock block, std::vector<Object>& objects) const {
-        const auto passed = static_cast<int>(countPassing(block));
+    void addObject(std::size_t cell, std::vector<Object>& objects) const {
         // Without classes the last anchor has no channel where the first class would stand.
-        const std::size_t firstScore = kFirstClass * planes_.area + block.first;
-        if (firstScore >= planes_.bytes.size()) {
-            return passed;
+        if (kFirstClass * planes_.area + cell >= planes_.bytes.size()) {
+            return;
         }
-        block.count = std::min(block.count, planes_.bytes.size() - firstScore);
-        const auto best = bestScores(planes_, block, layout_.classNum);
-        for (std::size_t i = 0; i < block.count; ++i) {
-            const std::size_t cell = block.first + i;
-            if (planes_.raw(kObjectness, cell) >= threshold_) {
-                addObject(cell, best[i], objects);
-            }
-        }
-        return passed;
-    }
-
-    std::ptrdiff_t countPassing(const CellBlock& block) const {
-        const std::int8_t* const objectness = planes_.bytes.data() + kObjectness * planes_.area + block.first;
-        return std::count_if(objectness, objectness + block.count,
-                             [this](std::int8_t byte) { return byte >= threshold_; });
-    }
-
-    void addObject(std::size_t cell, std::int8_t bestScore, std::vector<Object>& objects) const {
-        const float classProbability = probabilities_.of(bestScore);
+        gatherScores(cell);
+        const std::size_t label = indexOfHighest(scores_.data(), scores_.size());
+        const float classProbability = probabilities_[scores_[label]];
         if (classProbability > settings_.confThres) {
-            const float objectness = probabilities_.of(planes_.raw(kObjectness, cell));
+            const float objectness = probabilities_[planes_.raw(kObjectness, cell)];
             objects.push_back(
                 {sourceBox(planes_, probabilities_, cell, layout_, anchor_, settings_.letterbox),
-                 planes_.labelOf(bestScore, cell), objectness * classProbability, cv::Mat()});
+                 static_cast<int>(label), objectness * classProbability, cv::Mat()});
+        }
+    }
+
+    /// The cell's scores side by side: in the tensor each lies in a plane of its own, far from the next.
+    void gatherScores(std::size_t cell) const {
+        const std::int8_t* score = planes_.bytes.data() + kFirstClass * planes_.area + cell;
+        for (std::int8_t& gathered : scores_) {
+            gathered = *score;
+            score += planes_.area;
         }
     }
 
     const AnchorPlanes& planes_;
-    Probabilities& probabilities_;
+    const ByteTable& probabilities_;
     const HeadLayout& layout_;
     int anchor_;
     const HeadDecoding& settings_;
-    std::int8_t threshold_;
+    std::vector<std::int8_t>& scores_;  ///< room for the scores of a cell
 };
 
 }  // namespace
@@ -207,13 +186,18 @@ int decodeHead(const AIBuff& output, const HeadLayout& layout, const HeadDecodin
         return 0;
     }
     const std::size_t area = static_cast<std::size_t>(layout.gridW) * static_cast<std::size_t>(layout.gridH);
-    Probabilities probabilities(output);
+    const auto threshold =
+        static_cast<std::int8_t>(qntF32ToAffine(unsigmoid(settings.confThres), output.zp, output.scale));
+    const std::shared_ptr<const ByteTable> probabilities = byteTable(sigmoid, output.zp, output.scale);
+    // A network without classes is read as if it had one.
+    std::vector<std::int8_t> scores(static_cast<std::size_t>(std::max(layout.classNum, 1)));
     int passed = 0;
     for (int anchor = 0; anchor < kCutAnchorsPerHead; ++anchor) {
         const std::size_t firstChannel =
             static_cast<std::size_t>(anchor) * static_cast<std::size_t>(layout.channelsPerAnchor);
         const AnchorPlanes planes{bytes.from(firstChannel * area), area};
-        passed += AnchorDecoder(planes, probabilities, layout, anchor, settings).decode(objects);
+        passed += AnchorDecoder(planes, *probabilities, layout, anchor, settings, scores)
+                      .decode(threshold, objects);
     }
     return passed;
 }

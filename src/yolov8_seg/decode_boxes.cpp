@@ -15,9 +15,14 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
+#include <memory>
 
 namespace ai_orvo::model {
 namespace {
+
+float exponentialOf(float value) {
+    return std::exp(value);
+}
 
 /// Float tensors: scores are logits, everything is taken as it stands.
 class FloatHead {
@@ -32,7 +37,7 @@ class FloatHead {
 
     const Score* scores() const { return score.data(); }
 
-    float exponential(std::size_t index) { return std::exp(box[index]); }
+    float exponential(std::size_t index) const { return exponentialOf(box[index]); }
 
     float probability(Score best) const { return sigmoid(best); }
 
@@ -55,20 +60,15 @@ class Int8Head {
           maskCoef(head.maskCoef),
           threshold_(
               static_cast<Score>(qntF32ToAffine(unsigmoid(probability), head.score.zp, head.score.scale))),
-          boxZp_(head.box.zp),
-          boxScale_(head.box.scale),
           scoreZp_(head.score.zp),
-          scoreScale_(head.score.scale) {}
+          scoreScale_(head.score.scale),
+          exponentials_(byteTable(exponentialOf, head.box.zp, head.box.scale)) {}
 
     Score floor() const { return threshold_; }
 
     const Score* scores() const { return score.data(); }
 
-    float exponential(std::size_t index) {
-        return exponentials_.get(box[index], [this](std::int8_t byte) {
-            return std::exp(deqntAffineToF32(byte, boxZp_, boxScale_));
-        });
-    }
+    float exponential(std::size_t index) const { return (*exponentials_)[box[index]]; }
 
     float probability(Score best) const { return sigmoid(deqntAffineToF32(best, scoreZp_, scoreScale_)); }
 
@@ -78,11 +78,9 @@ class Int8Head {
 
   private:
     Score threshold_;
-    int boxZp_;
-    float boxScale_;
     int scoreZp_;
     float scoreScale_;
-    ByteTable exponentials_;
+    std::shared_ptr<const ByteTable> exponentials_;
 };
 
 /// Whether every element that a cell of the grid may touch lies inside its tensor.
@@ -135,7 +133,7 @@ cv::Rect_<int> boxFrom(const std::array<float, 4>& distance, const SegGrid& grid
 
 /// \param exponentials room for the bins of one side.
 template <typename Head>
-std::array<float, 4> distancesOf(Head& head, const SegGrid& grid, std::size_t cell,
+std::array<float, 4> distancesOf(const Head& head, const SegGrid& grid, std::size_t cell,
                                  std::vector<float>& exponentials) {
     std::array<float, 4> distances{};
     std::size_t channel = 0;

@@ -16,7 +16,7 @@ namespace ai_orvo::model {
 /// \param coefficients one value a row of `prototypes`.
 /// \param prototypes   one plane a row, `pitch` values a line, CV_32F.
 /// \param window       inside the plane.
-/// \param logits       receives window.height lines of window.width values.
+/// \param logits       becomes window.height lines of window.width values.
 void maskLogits(const float* coefficients, const cv::Mat& prototypes, int pitch, const cv::Rect& window,
                 std::vector<float>& logits);
 

@@ -2,18 +2,14 @@
 
 #include "brellix/quantization.h"
 #include "common/numeric.h"
-#include "common/tensors.h"
 #include "common/zeroed_image.h"
 #include "yolov8_seg/mask_logits.h"
 #include "yolov8_seg/resized_window.h"
 
-#include <opencv2/core/hal/intrin.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 namespace ai_orvo::model {
@@ -26,22 +22,11 @@ cv::Rect imageRegion(const YOLOv8Seg& model) {
                                    static_cast<float>(model.protoWidth));
     const int top = truncateToInt(model.letterboxInfo.dh / static_cast<float>(model.inputSize.height) *
                                   static_cast<float>(model.protoHeight));
-    return {left, top, wrappingSum(model.protoWidth, -left, -left),
-            wrappingSum(model.protoHeight, -top, -top)};
-}
-
-/// The taps with `offset` taken off their indices.
-std::vector<BilinearTap> relativeTo(int offset, std::vector<BilinearTap> taps) {
-    for (BilinearTap& tap : taps) {
-        tap.low -= offset;
-        tap.high -= offset;
-    }
-    return taps;
-}
-
-/// The span of source values that the taps touch; taps rise.
-cv::Range spanOf(const std::vector<BilinearTap>& taps) {
-    return {taps.front().low, taps.back().high + 1};
+    // Negated in 64 bits: the lowest int has no counterpart.
+    const auto without = [](int length, std::int64_t border) {
+        return wrappingSum(length, -border, -border);
+    };
+    return {left, top, without(model.protoWidth, left), without(model.protoHeight, top)};
 }
 
 /// OpenCV averages four pixels instead of interpolating where both sides are exactly halved, and copies where
@@ -58,42 +43,47 @@ struct PlaneLayout {
     cv::Size image;   ///< size of the source image
 };
 
-/// The mask of an object, resized as a whole. For the sizes that OpenCV does not interpolate.
-void resizeWhole(const float* coefficients, const cv::Mat& prototypes, const PlaneLayout& layout,
-                 const cv::Rect& box, cv::Mat mask) {
-    std::vector<float> logits;
-    maskLogits(coefficients, prototypes, layout.pitch, layout.region, logits);
-    cv::Mat resized;
-    cv::resize(cv::Mat(layout.region.size(), CV_32F, logits.data()), resized, layout.image, 0, 0,
-               cv::INTER_LINEAR);
-    cv::compare(resized(box), static_cast<double>(unsigmoid(0.5F)), mask, cv::CMP_GT);
-}
+/// Makes the masks of a frame, one after another.
+class MaskAssembly {
+  public:
+    MaskAssembly(const cv::Mat& prototypes, const PlaneLayout& layout)
+        : prototypes_(prototypes),
+          layout_(layout),
+          isInterpolated_(isInterpolated(layout.region.size(), layout.image)),
+          resized_(layout.region.size(), layout.image) {}
 
-/// The same for all other sizes: only what lies under the box is multiplied and resized.
-void resizeUnderBox(const float* coefficients, const cv::Mat& prototypes, const PlaneLayout& layout,
-                    const cv::Rect& box, cv::Mat mask) {
-    const auto columns = columnTaps(layout.region.width, layout.image.width, box.x, box.width);
-    const auto lines = lineTaps(layout.region.height, layout.image.height, box.y, box.height);
-    const cv::Range across = spanOf(columns);
-    const cv::Range down = spanOf(lines);
-    const cv::Rect window(layout.region.x + across.start, layout.region.y + down.start, across.size(),
-                          down.size());
-    std::vector<float> logits;
-    maskLogits(coefficients, prototypes, layout.pitch, window, logits);
-    thresholdResized(logits.data(), window.width, relativeTo(across.start, columns),
-                     relativeTo(down.start, lines), unsigmoid(0.5F), mask);
-}
-
-cv::Mat maskOf(const float* coefficients, const cv::Mat& prototypes, const PlaneLayout& layout,
-               const cv::Rect& box) {
-    cv::Mat mask = zeroedImage(layout.image);
-    if (box.width == 0 || box.height == 0) {
+    cv::Mat maskOf(const float* coefficients, const cv::Rect& box) {
+        cv::Mat mask = zeroedImage(layout_.image, {box.y, wrappingSum(box.y, box.height)});
+        if (box.width != 0 && box.height != 0) {
+            isInterpolated_ ? resizeUnderBox(coefficients, box, mask(box))
+                            : resizeWhole(coefficients, box, mask(box));
+        }
         return mask;
     }
-    const auto assemble = isInterpolated(layout.region.size(), layout.image) ? resizeUnderBox : resizeWhole;
-    assemble(coefficients, prototypes, layout, box, mask(box));
-    return mask;
-}
+
+  private:
+    /// For the sizes that OpenCV does not interpolate.
+    void resizeWhole(const float* coefficients, const cv::Rect& box, cv::Mat mask) {
+        maskLogits(coefficients, prototypes_, layout_.pitch, layout_.region, logits_);
+        cv::Mat resized;
+        cv::resize(cv::Mat(layout_.region.size(), CV_32F, logits_.data()), resized, layout_.image, 0, 0,
+                   cv::INTER_LINEAR);
+        cv::compare(resized(box), static_cast<double>(unsigmoid(0.5F)), mask, cv::CMP_GT);
+    }
+
+    /// For all others: only what lies under the box is multiplied and resized.
+    void resizeUnderBox(const float* coefficients, const cv::Rect& box, const cv::Mat& mask) {
+        const cv::Rect window = resized_.choose(box) + layout_.region.tl();
+        maskLogits(coefficients, prototypes_, layout_.pitch, window, logits_);
+        resized_.threshold(logits_.data(), unsigmoid(0.5F), mask);
+    }
+
+    const cv::Mat& prototypes_;
+    const PlaneLayout& layout_;
+    bool isInterpolated_;
+    ResizedWindow resized_;
+    std::vector<float> logits_;
+};
 
 /// Raises OpenCV's own error for a part that no plane has.
 void requireRegion(const cv::Mat& prototypes, const cv::Size& plane, const PlaneLayout& layout) {
@@ -107,36 +97,6 @@ void requireRegion(const cv::Mat& prototypes, const cv::Size& plane, const Plane
     CV_Assert(layout.image.width > 0 && layout.image.height > 0);
 }
 
-/// A matrix of one prototype a row, of which the first `count` elements are still to be written; those that
-/// the tensor does not hold are 0.
-cv::Mat prototypeMatrix(const YOLOv8Seg& model, std::size_t available, std::size_t& count) {
-    const int area = std::max(wrappingProduct(model.protoHeight, model.protoWidth), 0);
-    cv::Mat matrix(std::max(model.maskCoefCount, 0), area, CV_32F);
-    count = std::min(available, matrix.total());
-    if (count < matrix.total()) {
-        matrix.setTo(0.0F);
-    }
-    return matrix;
-}
-
-/// out[i] = bytes[i] - zeroPoint, exactly.
-void subtractZeroPoint(const std::int8_t* bytes, std::size_t count, int zeroPoint, float* out) {
-    std::size_t i = 0;
-#if CV_SIMD128
-    // Beyond this the difference would not fit 32 bits, or not be a float.
-    constexpr int kExactLimit = 1 << 23;
-    if (zeroPoint >= -kExactLimit && zeroPoint <= kExactLimit) {
-        const cv::v_int32x4 zero = cv::v_setall_s32(zeroPoint);
-        for (; i + 4 <= count; i += 4) {
-            cv::v_store(out + i, cv::v_cvt_f32(cv::v_load_expand_q(bytes + i) - zero));
-        }
-    }
-#endif
-    for (; i < count; ++i) {
-        out[i] = static_cast<float>(std::int64_t{bytes[i]} - zeroPoint);
-    }
-}
-
 }  // namespace
 
 void assembleMasks(const YOLOv8Seg& model, const cv::Mat& coefficients, const cv::Mat& prototypes,
@@ -148,25 +108,10 @@ void assembleMasks(const YOLOv8Seg& model, const cv::Mat& coefficients, const cv
                          truncateToInt(model.letterboxInfo.src_height));
     const PlaneLayout layout{plane.width, imageRegion(model), image};
     requireRegion(prototypes, plane, layout);
+    MaskAssembly masks(prototypes, layout);
     for (int k = 0; k < coefficients.rows; ++k) {
         Object& object = objects[static_cast<std::size_t>(k)];
-        object.mask = maskOf(coefficients.ptr<float>(k), prototypes, layout, roundToInt(object.rect));
-    }
-}
-
-void YOLOv8Seg::decodeMask_fp32(AIBuff& proto, cv::Mat& out) {
-    std::size_t count = 0;
-    out = prototypeMatrix(*this, FloatView(proto).size(), count);
-    if (count != 0) {
-        std::memcpy(out.data, proto.data->data(), count * sizeof(float));
-    }
-}
-
-void YOLOv8Seg::decodeMask_i8(AIBuff& proto, cv::Mat& out) {
-    std::size_t count = 0;
-    out = prototypeMatrix(*this, ByteView(proto).size(), count);
-    if (count != 0) {
-        subtractZeroPoint(proto.data->data(), count, proto.zp, out.ptr<float>());
+        object.mask = masks.maskOf(coefficients.ptr<float>(k), roundToInt(object.rect));
     }
 }
 

@@ -3,6 +3,7 @@
 #include "common/index_nms.h"
 #include "yolov8_seg/decode_boxes.h"
 #include "yolov8_seg/masks.h"
+#include "yolov8_seg/prototypes.h"
 #include "yolov8_seg/tensor_tables.h"
 
 #include <algorithm>
@@ -113,20 +114,6 @@ std::vector<float> coefficientsOf(const YOLOv8Seg& model, const Candidates& cand
     return coefficients;
 }
 
-/// One prototype a row. A float tensor that holds them all is used where it lies.
-cv::Mat prototypesOf(YOLOv8Seg& model, AIBuff& proto) {
-    const std::int64_t area = std::int64_t{model.protoHeight} * model.protoWidth;
-    const bool isComplete = proto.data && area > 0 && area <= std::numeric_limits<int>::max() &&
-                            proto.data->size() / sizeof(float) / static_cast<std::size_t>(area) >=
-                                static_cast<std::size_t>(model.maskCoefCount);
-    if (!model.isQuantized && isComplete) {
-        return {model.maskCoefCount, static_cast<int>(area), CV_32F, proto.data->data()};
-    }
-    cv::Mat prototypes;
-    model.isQuantized ? model.decodeMask_i8(proto, prototypes) : model.decodeMask_fp32(proto, prototypes);
-    return prototypes;
-}
-
 }  // namespace
 
 void YOLOv8Seg::postprocess(TensorMap& outputs, std::vector<Object>& objects) {
@@ -141,7 +128,8 @@ void YOLOv8Seg::postprocess(TensorMap& outputs, std::vector<Object>& objects) {
     if (coefficients.empty()) {
         return;
     }
-    const cv::Mat prototypes = prototypesOf(*this, proto);
+    AIBuff memory;
+    const cv::Mat prototypes = prototypesOf(*this, proto, memory);
     const auto count = static_cast<int>(kept.size());
     assembleMasks(*this, cv::Mat(count, maskCoefCount, CV_32F, coefficients.data()), prototypes, objects);
 }

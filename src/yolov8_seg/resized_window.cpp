@@ -31,25 +31,16 @@ double scaleOf(int sourceLength, int length) {
     return 1.0 / (static_cast<double>(length) / sourceLength);
 }
 
-/// One line of the plane, resized.
-void resizeLine(const float* source, const std::vector<BilinearTap>& taps, float* line) {
-    for (std::size_t x = 0; x < taps.size(); ++x) {
-        const BilinearTap& tap = taps[x];
-        line[x] = tap.low == tap.high ? source[tap.low] * tap.lowWeight
-                                      : source[tap.low] * tap.lowWeight + source[tap.high] * tap.highWeight;
-    }
-}
-
-void thresholdBetween(const float* lowLine, const float* highLine, const BilinearTap& tap, float threshold,
-                      std::size_t count, uchar* mask) {
+void thresholdBetween(const float* lowLine, const float* highLine, float lowWeight, float highWeight,
+                      float limit, std::size_t count, uchar* mask) {
     std::size_t x = 0;
 #if CV_SIMD128
-    const cv::v_float32x4 low = cv::v_setall_f32(tap.lowWeight);
-    const cv::v_float32x4 high = cv::v_setall_f32(tap.highWeight);
-    const cv::v_float32x4 limit = cv::v_setall_f32(threshold);
+    const cv::v_float32x4 low = cv::v_setall_f32(lowWeight);
+    const cv::v_float32x4 high = cv::v_setall_f32(highWeight);
+    const cv::v_float32x4 limits = cv::v_setall_f32(limit);
     const auto exceeds = [&](std::size_t at) {
         return cv::v_reinterpret_as_u32(cv::v_load(lowLine + at) * low + cv::v_load(highLine + at) * high >
-                                        limit);
+                                        limits);
     };
     for (; x + 16 <= count; x += 16) {
         const cv::v_uint16x8 first = cv::v_pack(exceeds(x), exceeds(x + 4));
@@ -58,82 +49,112 @@ void thresholdBetween(const float* lowLine, const float* highLine, const Bilinea
     }
 #endif
     for (; x < count; ++x) {
-        mask[x] = lowLine[x] * tap.lowWeight + highLine[x] * tap.highWeight > threshold ? 255 : 0;
+        mask[x] = lowLine[x] * lowWeight + highLine[x] * highWeight > limit ? 255 : 0;
     }
 }
-
-/// Resized lines of the plane; the two that were used last are kept, since neighbouring results share them.
-class LineCache {
-  public:
-    LineCache(const float* plane, int pitch, const std::vector<BilinearTap>& taps)
-        : plane_(plane), pitch_(pitch), taps_(taps) {}
-
-    /// Two lines of the plane; both stay valid until the next call.
-    std::pair<const float*, const float*> get(int low, int high) {
-        // What was the higher line is often the lower one of the next result.
-        if (slots_[0].index != low && slots_[1].index == low) {
-            std::swap(slots_[0], slots_[1]);
-        }
-        fill(slots_[0], low);
-        fill(slots_[1], high);
-        return {slots_[0].line.data(), slots_[1].line.data()};
-    }
-
-  private:
-    struct Slot {
-        int index = -1;
-        std::vector<float> line;
-    };
-
-    void fill(Slot& slot, int index) {
-        if (slot.index != index) {
-            slot.line.resize(taps_.size());
-            resizeLine(plane_ + static_cast<std::ptrdiff_t>(index) * pitch_, taps_, slot.line.data());
-            slot.index = index;
-        }
-    }
-
-    const float* plane_;
-    int pitch_;
-    const std::vector<BilinearTap>& taps_;
-    Slot slots_[2];
-};
 
 }  // namespace
 
-std::vector<BilinearTap> columnTaps(int sourceLength, int length, int first, int count) {
-    const double scale = scaleOf(sourceLength, length);
-    std::vector<BilinearTap> taps;
+void ResizedWindow::ColumnTaps::clear() {
+    low.clear();
+    lowWeight.clear();
+    highWeight.clear();
+    interpolated = 0;
+}
+
+void ResizedWindow::ColumnTaps::add(int lowColumn, float weight, float nextWeight) {
+    low.push_back(lowColumn);
+    lowWeight.push_back(weight);
+    highWeight.push_back(nextWeight);
+}
+
+cv::Rect ResizedWindow::choose(const cv::Rect& box) {
+    const cv::Range across = chooseColumns(box.x, box.width);
+    const cv::Range down = chooseLines(box.y, box.height);
+    pitch_ = across.size();
+    return {across.start, down.start, across.size(), down.size()};
+}
+
+cv::Range ResizedWindow::chooseColumns(int first, int count) {
+    const double scale = scaleOf(source_.width, result_.width);
+    const int last = source_.width - 1;
+    const int start = std::clamp(positionOf(first, scale).whole, 0, last);
+    int end = start;
+    columns_.clear();
     for (int index = first; index < first + count; ++index) {
         const Position at = positionOf(index, scale);
-        if (at.whole < 0) {
-            taps.push_back({0, std::min(1, sourceLength - 1), 1.0F, 0.0F});
-        } else if (at.whole >= sourceLength - 1) {
-            taps.push_back({sourceLength - 1, sourceLength - 1, 1.0F, 0.0F});
+        const bool isBefore = at.whole < 0;
+        const int low = std::clamp(at.whole, 0, last);
+        if (low == last) {
+            columns_.add(low - start, 1.0F, 0.0F);
         } else {
-            taps.push_back({at.whole, at.whole + 1, 1.0F - at.fraction, at.fraction});
+            columns_.add(low - start, isBefore ? 1.0F : 1.0F - at.fraction, isBefore ? 0.0F : at.fraction);
+            ++columns_.interpolated;
         }
+        end = std::min(low + 1, last) + 1;
     }
-    return taps;
+    return {start, end};
 }
 
-std::vector<BilinearTap> lineTaps(int sourceLength, int length, int first, int count) {
-    const double scale = scaleOf(sourceLength, length);
-    const auto inside = [sourceLength](int line) { return std::clamp(line, 0, sourceLength - 1); };
-    std::vector<BilinearTap> taps;
+cv::Range ResizedWindow::chooseLines(int first, int count) {
+    const double scale = scaleOf(source_.height, result_.height);
+    const auto inside = [this](int line) { return std::clamp(line, 0, source_.height - 1); };
+    const int start = inside(positionOf(first, scale).whole);
+    int end = start;
+    lines_.clear();
     for (int index = first; index < first + count; ++index) {
         const Position at = positionOf(index, scale);
-        taps.push_back({inside(at.whole), inside(at.whole + 1), 1.0F - at.fraction, at.fraction});
+        const int high = inside(at.whole + 1);
+        lines_.push_back({inside(at.whole) - start, high - start, 1.0F - at.fraction, at.fraction});
+        end = high + 1;
     }
-    return taps;
+    return {start, end};
 }
 
-void thresholdResized(const float* plane, int pitch, const std::vector<BilinearTap>& columns,
-                      const std::vector<BilinearTap>& lines, float threshold, cv::Mat mask) {
-    LineCache cache(plane, pitch, columns);
-    for (std::size_t y = 0; y < lines.size(); ++y) {
-        const auto [low, high] = cache.get(lines[y].low, lines[y].high);
-        thresholdBetween(low, high, lines[y], threshold, columns.size(), mask.ptr(static_cast<int>(y)));
+void ResizedWindow::resizeLine(const float* values, int index, ResizedLine& line) const {
+    if (line.index == index) {
+        return;
+    }
+    line.index = index;
+    line.values.resize(columns_.low.size());
+    const float* const source = values + static_cast<std::ptrdiff_t>(index) * pitch_;
+    std::size_t x = 0;
+#if CV_SIMD128
+    for (; x + 4 <= columns_.interpolated; x += 4) {
+        cv::v_float32x4 low;
+        cv::v_float32x4 high;
+        cv::v_lut_deinterleave(source, cv::v_load(&columns_.low[x]), low, high);
+        cv::v_store(&line.values[x],
+                    low * cv::v_load(&columns_.lowWeight[x]) + high * cv::v_load(&columns_.highWeight[x]));
+    }
+#endif
+    for (; x < columns_.interpolated; ++x) {
+        const float* const low = source + columns_.low[x];
+        line.values[x] = low[0] * columns_.lowWeight[x] + low[1] * columns_.highWeight[x];
+    }
+    for (; x < columns_.low.size(); ++x) {
+        line.values[x] = source[columns_.low[x]] * columns_.lowWeight[x];
+    }
+}
+
+void ResizedWindow::resizeLines(const float* values, const LineTap& tap) {
+    // What was the higher line is often the lower one of the next result.
+    if (resized_[0].index != tap.low && resized_[1].index == tap.low) {
+        std::swap(resized_[0], resized_[1]);
+    }
+    resizeLine(values, tap.low, resized_[0]);
+    resizeLine(values, tap.high, resized_[1]);
+}
+
+void ResizedWindow::threshold(const float* values, float limit, cv::Mat mask) {
+    for (ResizedLine& line : resized_) {
+        line.index = -1;
+    }
+    for (std::size_t y = 0; y < lines_.size(); ++y) {
+        const LineTap& tap = lines_[y];
+        resizeLines(values, tap);
+        thresholdBetween(resized_[0].values.data(), resized_[1].values.data(), tap.lowWeight, tap.highWeight,
+                         limit, columns_.low.size(), mask.ptr(static_cast<int>(y)));
     }
 }
 

@@ -5,32 +5,68 @@
 
 #include <opencv2/core.hpp>
 
+#include <array>
+#include <cstddef>
 #include <vector>
 
 namespace ai_orvo::model {
 
-/// How OpenCV's bilinear resize makes one coordinate of the result from two of the source:
-/// source[low] * lowWeight + source[high] * highWeight.
-struct BilinearTap {
-    int low;
-    int high;  ///< equal to `low` where the source ends; then only `low` counts along a line
-    float lowWeight;
-    float highWeight;
+/// Makes boxes of resized planes, one after another, and keeps its memory meanwhile.
+class ResizedWindow {
+  public:
+    /// \param source the planes' size.
+    /// \param result the size that they are resized to; OpenCV has to interpolate between the two.
+    ResizedWindow(const cv::Size& source, const cv::Size& result) : source_(source), result_(result) {}
+
+    /// Chooses the box of the result that is made. \param box inside the result, not empty.
+    /// \return the part of the source that it comes from.
+    cv::Rect choose(const cv::Rect& box);
+
+    /// Writes 255 where the chosen box of the resized plane exceeds `limit`, 0 elsewhere.
+    ///
+    /// \param values what `choose` asked for, line by line.
+    /// \param limit  compared strictly.
+    /// \param mask   as large as the box, CV_8U.
+    void threshold(const float* values, float limit, cv::Mat mask);
+
+  private:
+    /// Where lines of the result come from: source[low] * lowWeight + source[high] * highWeight.
+    struct LineTap {
+        int low;
+        int high;
+        float lowWeight;
+        float highWeight;
+    };
+
+    /// The same for columns, an entry each in every list: source[low] * lowWeight + source[low + 1] *
+    /// highWeight for the first `interpolated` of them, source[low] * lowWeight where the source ends.
+    struct ColumnTaps {
+        std::vector<int> low;
+        std::vector<float> lowWeight;
+        std::vector<float> highWeight;
+        std::size_t interpolated = 0;
+
+        void clear();
+        void add(int lowColumn, float weight, float nextWeight);
+    };
+
+    /// A line of the source, resized.
+    struct ResizedLine {
+        int index = -1;
+        std::vector<float> values;
+    };
+
+    cv::Range chooseColumns(int first, int count);
+    cv::Range chooseLines(int first, int count);
+    void resizeLine(const float* values, int index, ResizedLine& line) const;
+    void resizeLines(const float* values, const LineTap& tap);
+
+    cv::Size source_;
+    cv::Size result_;
+    int pitch_ = 0;  ///< values a line of the chosen part
+    ColumnTaps columns_;
+    std::vector<LineTap> lines_;
+    std::array<ResizedLine, 2> resized_;  ///< the low and the high line of the latest result
 };
-
-/// The taps of the results `first` to `first + count - 1` when `sourceLength` values become `length`.
-///
-/// Lines and columns end differently: along a line the weight of a neighbour that does not exist is dropped,
-/// across lines the last line stands in for it with its weight.
-std::vector<BilinearTap> columnTaps(int sourceLength, int length, int first, int count);
-std::vector<BilinearTap> lineTaps(int sourceLength, int length, int first, int count);
-
-/// Writes 255 where the resized plane exceeds `threshold`, 0 elsewhere.
-///
-/// \param plane     source values, `pitch` a line; the taps' indices are relative to it.
-/// \param threshold compared strictly.
-/// \param mask      one row a line tap, one column a column tap, CV_8U.
-void thresholdResized(const float* plane, int pitch, const std::vector<BilinearTap>& columns,
-                      const std::vector<BilinearTap>& lines, float threshold, cv::Mat mask);
 
 }  // namespace ai_orvo::model

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <new>
 #include <opencv2/core.hpp>
 #include <vector>
@@ -25,7 +26,10 @@ constexpr int kInternal = 10;
 
 class EngineOutOfMemory : public ::testing::TestWithParam<Shortage> {
   protected:
-    EngineOutOfMemory() : threads_(cv::getNumThreads()) { cv::setNumThreads(1); }
+    EngineOutOfMemory() : threads_(cv::getNumThreads()) {
+        cv::setNumThreads(1);
+        setenv("BRELLIX_ENGINE_BACKEND", "opencv_dnn", 1);
+    }
     ~EngineOutOfMemory() override { cv::setNumThreads(threads_); }
 
   private:

@@ -54,14 +54,14 @@ TEST(DrawingMasksProperty, PatchesOddValuesAndOtherPicturesGiveThePictureOfTheRe
     Random random(113);
     const std::vector<std::string> names(80, "patch");
     for (int i = 0; i < 60; ++i) {
-        const cv::Size size(random.integer(1, 150), random.integer(1, 90));
+        const cv::Size size{random.integer(1, 150), random.integer(1, 90)};
         const cv::Mat image = random.image(size, random.oneOf({CV_8UC3, CV_8UC3, CV_8UC1, CV_8UC4}));
         std::vector<Object> objects(3);
         for (Object& object : objects) {
             object.label = random.integer(0, 79);
             object.mask = cv::Mat::zeros(size, CV_8U);
-            const cv::Rect patch(random.integer(0, size.width - 1), random.integer(0, size.height - 1), 40,
-                                 30);
+            const cv::Rect patch{random.integer(0, size.width - 1), random.integer(0, size.height - 1), 40,
+                                 30};
             object.mask(patch & cv::Rect({0, 0}, size)).setTo(random.oneOf({1, 128, 255}));
         }
         cv::Mat result;

@@ -81,7 +81,7 @@ TEST(DrawingProperty, TheResultMayBeThePictureOrAPartOfOne) {
     for (int i = 0; i < 60; ++i) {
         cv::Mat parent = random.image({200, 160}, CV_8UC3);
         const cv::Mat parentBefore = parent.clone();
-        cv::Mat image = parent(cv::Rect(random.integer(0, 50), random.integer(0, 50), 120, 90));
+        cv::Mat image = parent(cv::Rect{random.integer(0, 50), random.integer(0, 50), 120, 90});
         const std::vector<Object> objects = randomObjects(random, image.size());
         const auto colors = randomColors(random, awkwardNames().size());
         const cv::Mat expected = reference::drawObjects(image, objects, awkwardNames(), colors);

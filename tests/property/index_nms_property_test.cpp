@@ -58,7 +58,8 @@ TEST(IndexSortProperty, TiesEndWhereThePartitionPutsThem) {
         }
         const int last = static_cast<int>(scores.size()) - 1;
         compareSorting(scores, 0, last);
-        compareSorting(scores, random.integer(0, last), random.integer(0, last));
+        const int left = random.integer(0, last);
+        compareSorting(scores, left, random.integer(0, last));
         ASSERT_FALSE(::testing::Test::HasFailure()) << "case " << i;
     }
 }
@@ -146,14 +147,14 @@ TEST(OverlapProperty, CornersGiveTheBitsOfTheReference) {
 TEST(IndexNmsProperty, RandomCandidatesGiveTheOrderOfTheReference) {
     Random random(74);
     std::ptrdiff_t suppressed = 0;
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 400; ++i) {
         const int count = random.integer(0, 80);
         std::vector<cv::Rect> boxes;
         std::vector<int> classIds;
         for (int k = 0; k < count; ++k) {
             const int reach = random.oneOf({20, 20, 20, 100000000});
-            boxes.emplace_back(random.integer(0, reach), random.integer(0, reach), random.integer(-2, 30),
-                               random.integer(0, 30));
+            boxes.push_back({random.integer(0, reach), random.integer(0, reach), random.integer(-2, 30),
+                             random.integer(0, 30)});
             classIds.push_back(random.integer(-1, 2));
         }
         std::vector<int> order = countingFrom0(boxes.size());

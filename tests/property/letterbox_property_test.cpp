@@ -55,7 +55,7 @@ TEST(LetterboxProperty, AnySizeAndTypeGivesTheBytesOfTheReference) {
     for (int i = 0; i < 300; ++i) {
         const int type = random.oneOf({CV_8UC1, CV_8UC3, CV_8UC3, CV_8UC4, CV_16UC3, CV_32FC1});
         const cv::Mat src = random.image({random.length(2000), random.length(2000)}, type);
-        const cv::Size target(random.length(1300), random.length(1300));
+        const cv::Size target{random.length(1300), random.length(1300)};
         SCOPED_TRACE(::testing::Message()
                      << "source " << src.size() << " target " << target << " type " << type);
         compared += compareWithReference(src, cv::Mat(), target) ? 1 : 0;
@@ -108,9 +108,9 @@ TEST(LetterboxProperty, ASubmatrixIsPaddedAsIfNothingLayAroundIt) {
     int unscaled = 0;
     for (int i = 0; i < 150; ++i) {
         const cv::Mat parent = random.image({200, 180}, random.oneOf({CV_8UC1, CV_8UC3, CV_8UC4}));
-        const cv::Rect part(random.integer(0, 60), random.integer(0, 60), random.integer(1, 120),
-                            random.integer(1, 120));
-        cv::Size target(random.integer(40, 150), random.integer(40, 150));
+        const cv::Rect part{random.integer(0, 60), random.integer(0, 60), random.integer(1, 120),
+                            random.integer(1, 120)};
+        cv::Size target{random.integer(40, 150), random.integer(40, 150)};
         if (random.chance(0.5)) {
             // One side fits, so nothing is scaled and only the padding could look at the surroundings.
             target = {part.width, part.height + random.integer(0, 9)};

@@ -13,7 +13,8 @@
 
 namespace brellix::testing {
 
-/// The same seed gives the same values in every run.
+/// The same seed gives the same values in every run. Compilers for different processors evaluate a call's
+/// arguments in different orders, so draw into braces, whose order is fixed, or into variables.
 class Random {
   public:
     explicit Random(std::uint32_t seed) : engine_(seed) {}

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
@@ -48,8 +49,9 @@ std::size_t headBytes(const CutoffSettings& settings, int head) {
 }
 
 AIBuff randomHead(Random& random, const CutoffSettings& settings, int head) {
-    return reference::int8Tensor(random.bytes(headBytes(settings, head)), random.integer(-60, 60),
-                                 random.real(0.01F, 0.1F));
+    const std::vector<std::int8_t> bytes = random.bytes(headBytes(settings, head));
+    const int zeroPoint = random.integer(-60, 60);
+    return reference::int8Tensor(bytes, zeroPoint, random.real(0.01F, 0.1F));
 }
 
 class Yolov5CutoffProperty : public ::testing::Test {

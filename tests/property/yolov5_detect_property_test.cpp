@@ -93,8 +93,8 @@ TEST(Yolov5DetectProperty, APartOfAPictureIsReadWithItsOwnRowsOnly) {
     Random random(32);
     for (int i = 0; i < 20; ++i) {
         const cv::Mat parent = random.image({300, 200}, CV_8UC3);
-        const cv::Rect part(random.integer(0, 100), random.integer(0, 60), random.integer(30, 200),
-                            random.integer(30, 140));
+        const cv::Rect part{random.integer(0, 100), random.integer(0, 60), random.integer(30, 200),
+                            random.integer(30, 140)};
         SCOPED_TRACE(::testing::Message() << "part " << part);
         compareWithReference(random, {64, 64}, parent(part));
     }

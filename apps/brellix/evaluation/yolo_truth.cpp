@@ -41,8 +41,11 @@ YoloDescription describe(const std::string& path) {
 /// \return the path with its last folder called "images" called "labels"; empty where there is none.
 fs::path inLabelTree(const fs::path& picture) {
     const std::vector<fs::path> parts(picture.begin(), picture.end());
+    if (parts.empty()) {
+        return {};
+    }
     const auto last = std::find(parts.rbegin() + 1, parts.rend(), fs::path("images"));
-    if (parts.empty() || last == parts.rend()) {
+    if (last == parts.rend()) {
         return {};
     }
     fs::path path;

@@ -44,7 +44,7 @@ void setShape(onnx::ValueInfoProto& value, const std::vector<std::int64_t>& shap
 /// \return the name of the value to feed.
 std::string takeFloats(onnx::GraphProto& graph, onnx::ValueInfoProto& input) {
     onnx::TypeProto::Tensor& tensor = *input.mutable_type()->mutable_tensor_type();
-    const std::string name = input.name();
+    std::string name = input.name();
     if (!isConverted(tensor.elem_type())) {
         return name;
     }

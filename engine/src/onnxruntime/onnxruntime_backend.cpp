@@ -65,6 +65,7 @@ void checkElementTypes(const EngineNetwork& network) {
 
 std::vector<std::string> namesOf(const std::vector<TensorDescription>& tensors) {
     std::vector<std::string> names;
+    names.reserve(tensors.size());
     for (const TensorDescription& tensor : tensors) {
         names.push_back(tensor.name);
     }
@@ -73,6 +74,7 @@ std::vector<std::string> namesOf(const std::vector<TensorDescription>& tensors) 
 
 std::vector<const char*> pointersTo(const std::vector<std::string>& names) {
     std::vector<const char*> pointers;
+    pointers.reserve(names.size());
     for (const std::string& name : names) {
         pointers.push_back(name.c_str());
     }
