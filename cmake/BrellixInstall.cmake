@@ -1,4 +1,5 @@
-# Headers, CMake package and pkg-config file. The libraries and the program install themselves beside their targets.
+# Headers, CMake package, pkg-config file and sample networks. The libraries and the program install themselves beside
+# their targets.
 
 include(CMakePackageConfigHelpers)
 
@@ -18,3 +19,8 @@ install(FILES ${PROJECT_BINARY_DIR}/brellix_model_zooConfig.cmake
 file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/brellix_model_zoo.pc.in ${PROJECT_BINARY_DIR}/brellix_model_zoo.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/brellix_model_zoo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+if(BRELLIX_BUILD_APPS)
+    # Beside each other as in the sources, so that their configurations hold from share/brellix as they do from there.
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/models DESTINATION ${CMAKE_INSTALL_DATADIR}/brellix)
+endif()

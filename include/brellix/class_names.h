@@ -1,7 +1,8 @@
 #pragma once
 
 /// \file
-/// Class-name lists and path tests.
+/// Class-name lists and path tests. Several threads may call these, each with a list and a document of its
+/// own: yaml-cpp's documents are not to be shared, even for reading.
 
 #include "brellix/export.h"
 

@@ -1,7 +1,8 @@
 #pragma once
 
 /// \file
-/// Drawing detections onto an image.
+/// Drawing detections onto an image. Several threads may draw at once, each into a `res` of its own; where
+/// memory runs out, `std::bad_alloc` or `cv::Exception` reaches the caller and `res` is left as it was.
 
 #include "brellix/cv_model.h"
 #include "brellix/export.h"

@@ -1,7 +1,8 @@
 #pragma once
 
 /// \file
-/// Overlap and non-maximum suppression.
+/// Overlap and non-maximum suppression. No function here keeps a state: several threads may call them, each
+/// with lists of its own.
 
 #include "brellix/cv_model.h"
 #include "brellix/export.h"

@@ -31,6 +31,9 @@ namespace ai_orvo::model {
 ///
 /// Objectness is tested as a raw byte, the class probability as a float; `Object::prob` is their product and
 /// may lie below the threshold. Boxes hold whole numbers, truncated toward zero. Prints nothing.
+///
+/// Tensors that a failed inference left at zero, scale included, stand for a probability of one half
+/// everywhere: below such a confidence threshold every cell is then an object. `last_run_report` tells.
 class BRELLIX_API YOLOv5Cutoff : public CvModel {
   public:
     /// \param model_path path of the compiled network.

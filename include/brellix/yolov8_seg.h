@@ -23,6 +23,8 @@ namespace ai_orvo::model {
 /// \param dflLen bins a side; below 1 nothing is written.
 /// \param out    receives the four distances in cells.
 /// \throws std::out_of_range where `logits` is too short.
+///
+/// Safe to call from several threads.
 BRELLIX_API void computeDfl(std::vector<float>& logits, int dflLen, float out[4]);
 
 /// YOLOv8 instance segmentation with prototype masks, float or int8: an object's mask is the sum of the
@@ -44,12 +46,13 @@ BRELLIX_API void computeDfl(std::vector<float>& logits, int dflLen, float out[4]
 /// square: with any other shape `postprocess` raises `cv::Exception` as soon as something is found, or, for a
 /// picture whose scaled height leaves much padding, gives skewed masks.
 ///
-/// Every `detect` logs three lines through `brellix::Logger`.
+/// Every `detect` logs three lines through `brellix::Logger`, which models on several threads may do at once.
 class BRELLIX_API YOLOv8Seg : public CvModel {
   public:
     /// Reads "model_path", "framework" ("TensorRT", "RKNN" or "ONNX"), "class_num", "conf_thres",
     /// "nms_thres", "input_size" and "is_quantized" (docs/configuration.md). An unknown framework and a
-    /// network that the engine refuses are reported and **end the process with status 0**.
+    /// network that the engine refuses are reported and **end the process with status 0**. Only one thread at
+    /// a time may use a document of yaml-cpp, its copies and its parts, even for reading.
     /// \throws YAML::InvalidNode (names the missing key), YAML::BadConversion, std::out_of_range.
     explicit YOLOv8Seg(const YAML::Node& document);
 

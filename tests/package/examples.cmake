@@ -12,19 +12,7 @@ execute_process(
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${CMAKE_COMMAND} --build ${build} OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 
-# run(OUTPUT COMMAND...): standard output, at the root of the repository, of a command that has to succeed.
-function(run output)
-    execute_process(COMMAND ${ARGN} WORKING_DIRECTORY ${SOURCE_DIR}
-        OUTPUT_VARIABLE said COMMAND_ERROR_IS_FATAL ANY)
-    set(${output} "${said}" PARENT_SCOPE)
-endfunction()
-
-# detected(COUNT CONFIG PICTURE): how many objects the program sees.
-function(detected count config image)
-    run(line ${PREFIX}/bin/brellix detect ${config} ${image} --json -)
-    string(JSON objects LENGTH "${line}" objects)
-    set(${count} ${objects} PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/detections.cmake)
 
 # probable(COUNT CONFIG PICTURE THRESHOLD): how many of them have a probability above it.
 function(probable count config image threshold)
@@ -41,20 +29,7 @@ function(probable count config image threshold)
     set(${count} ${above} PARENT_SCOPE)
 endfunction()
 
-function(require_count what output pattern expected)
-    string(REGEX MATCHALL "${pattern}" found "${output}")
-    list(LENGTH found count)
-    if(NOT count EQUAL expected OR expected EQUAL 0)
-        message(FATAL_ERROR "${what}: ${count} of ${expected} lines that look like ${pattern} in: ${output}")
-    endif()
-endfunction()
-
-detected(boxes ${shapes}/shapes_fused.yaml ${picture})
-run(said ${build}/detect_image ${shapes}/shapes_fused.yaml ${picture} ${WORK_DIR}/annotated.png)
-require_count(detect_image "${said}" "[a-z]+ 0\\.[0-9]+ [0-9]+ [0-9]+ [0-9]+ [0-9]+\n" ${boxes})
-if(NOT EXISTS ${WORK_DIR}/annotated.png)
-    message(FATAL_ERROR "detect_image drew no picture")
-endif()
+require_detect_image(${build}/detect_image ${shapes}/shapes_fused.yaml ${picture} ${WORK_DIR}/annotated.png)
 
 detected(masks ${shapes}/shapes_seg.yaml ${picture})
 run(said ${build}/segment_image ${shapes}/shapes_seg.yaml ${picture} ${WORK_DIR}/cutouts)

@@ -13,7 +13,7 @@ if(NOT readme MATCHES "```cpp\n([^`]+)```")
     message(FATAL_ERROR "README.md has no C++ example")
 endif()
 file(WRITE ${consumer}/main.cpp "${CMAKE_MATCH_1}")
-file(COPY_FILE ${SOURCE_DIR}/tests/package/consumer/CMakeLists.txt ${consumer}/CMakeLists.txt)
+file(COPY_FILE ${SOURCE_DIR}/tests/package/find_package/CMakeLists.txt ${consumer}/CMakeLists.txt)
 
 execute_process(
     COMMAND ${CMAKE_COMMAND} -S ${consumer} -B ${consumer}/build -G ${GENERATOR}

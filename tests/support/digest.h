@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// A short number for many bytes: FNV-1a with 64 bits.
+/// A short number for many bytes: FNV-1a over words of 64 bits, folded, since masks are large.
 
 #include "brellix/ai_engine.h"
 #include "brellix/cv_model.h"
@@ -52,7 +52,9 @@ class Digest {
         }
     }
 
-    /// \return 16 hexadecimal digits.
+    std::uint64_t value() const { return state_; }
+
+    /// \return the value in 16 hexadecimal digits.
     std::string text() const;
 
   private:

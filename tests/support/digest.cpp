@@ -1,5 +1,6 @@
-#include "identity/digest.h"
+#include "support/digest.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -9,19 +10,20 @@
 namespace brellix::testing {
 
 void Digest::addWord(std::uint64_t word) {
-    std::array<unsigned char, sizeof word> bytes{};
-    for (unsigned char& byte : bytes) {
-        byte = static_cast<unsigned char>(word & 0xffU);
-        word >>= 8U;
-    }
-    addBytes(bytes.data(), bytes.size());
+    constexpr std::uint64_t kPrime = 1099511628211U;
+    state_ = (state_ ^ word) * kPrime;
+    state_ ^= state_ >> 32U;
 }
 
 void Digest::addBytes(const void* bytes, std::size_t count) {
-    constexpr std::uint64_t kPrime = 1099511628211U;
-    const auto* byte = static_cast<const unsigned char*>(bytes);
-    for (std::size_t i = 0; i < count; ++i) {
-        state_ = (state_ ^ byte[i]) * kPrime;
+    const auto* next = static_cast<const unsigned char*>(bytes);
+    while (count != 0) {
+        std::uint64_t word = 0;
+        const std::size_t size = std::min(count, sizeof word);
+        std::memcpy(&word, next, size);
+        addWord(word);
+        next += size;
+        count -= size;
     }
 }
 
