@@ -7,6 +7,10 @@
 namespace brellix::app {
 namespace {
 
+// The first byte in UTF-8 of U+0080 to U+00BF. The first half of them are control characters, which terminals
+// obey like those below a blank.
+constexpr unsigned char kLatinLead = 0xC2;
+
 std::string blanksUpTo(std::string_view text, std::size_t width) {
     const std::size_t taken = displayWidth(text);
     return std::string(taken < width ? width - taken : 0, ' ');
@@ -15,14 +19,17 @@ std::string blanksUpTo(std::string_view text, std::size_t width) {
 }  // namespace
 
 std::string printable(std::string_view text) {
-    std::string result(text);
-    std::replace_if(
-        result.begin(), result.end(),
-        [](char c) {
-            const auto byte = static_cast<unsigned char>(c);
-            return byte < 0x20 || byte == 0x7F;
-        },
-        '?');
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const unsigned char next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0;
+        if (byte == kLatinLead && next >= 0x80 && next < 0xA0) {
+            ++i;
+            result += '?';
+        } else {
+            result += byte < 0x20 || byte == 0x7F ? '?' : text[i];
+        }
+    }
     return result;
 }
 

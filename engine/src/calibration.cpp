@@ -163,6 +163,18 @@ std::string calibrationText(const Calibration& calibration) {
     return text.c_str();
 }
 
+/// YAML holds text: other bytes would come back as another name.
+void requireTextNames(const std::string& path, const Calibration& calibration) {
+    for (const auto& entry : calibration) {
+        YAML::Emitter quoted;
+        quoted << YAML::DoubleQuoted << entry.first;
+        if (YAML::Load(quoted.c_str()).Scalar() != entry.first) {
+            refuseFile(path, "cannot hold the tensor name '" + entry.first +
+                                 "', which is not UTF-8 text: rename that output of the network");
+        }
+    }
+}
+
 }  // namespace
 
 std::string calibrationPath(const std::string& networkPath) {
@@ -190,6 +202,7 @@ Calibration readCalibration(const std::string& path) {
 }
 
 void writeCalibration(const std::string& path, const Calibration& calibration) {
+    requireTextNames(path, calibration);
     std::ofstream stream(path, std::ios::binary | std::ios::trunc);
     stream << calibrationText(calibration) << '\n';
     stream.close();

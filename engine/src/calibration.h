@@ -31,7 +31,7 @@ std::string calibrationPath(const std::string& networkPath);
 Calibration readCalibration(const std::string& path);
 
 /// Writes the file, replacing an older one. Numbers are read back exactly.
-/// \throws Refusal (`kFileUnreadable`) where the file cannot be written.
+/// \throws Refusal (`kFileUnreadable`) where the file cannot be written, and for names that are not UTF-8.
 void writeCalibration(const std::string& path, const Calibration& calibration);
 
 /// The int8 grid for the measured range.

@@ -1,11 +1,18 @@
 #include "refusal.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
 
 namespace ai_orvo::alg::common {
 namespace {
+
+/// A tensor's name may hold zero bytes. `what()` would end at the first one, and what to do would be missing.
+std::string withoutZeros(std::string sentence) {
+    std::replace(sentence.begin(), sentence.end(), '\0', ' ');
+    return sentence;
+}
 
 void writeLine(const std::string& sentence) {
     std::string line = "brellix_ai_engine: " + sentence;
@@ -20,6 +27,9 @@ void writeLine(const std::string& sentence) {
 }
 
 }  // namespace
+
+Refusal::Refusal(Status status, const std::string& sentence)
+    : std::runtime_error(withoutZeros(sentence)), status_(status) {}
 
 void sayOnStandardError(const std::string& sentence) noexcept {
     try {

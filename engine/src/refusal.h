@@ -27,7 +27,7 @@ enum class Status : int {
 /// Carries a status code and the sentence for it from where the trouble is seen to the engine's boundary.
 class Refusal : public std::runtime_error {
   public:
-    Refusal(Status status, const std::string& sentence) : std::runtime_error(sentence), status_(status) {}
+    Refusal(Status status, const std::string& sentence);
     Status status() const { return status_; }
 
   private:

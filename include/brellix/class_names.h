@@ -1,7 +1,8 @@
 #pragma once
 
 /// \file
-/// Class-name lists and path tests.
+/// Class-name lists and path tests. Several threads may call these, each with a list and a document of its
+/// own: yaml-cpp's documents are not to be shared, even for reading.
 
 #include "brellix/export.h"
 
@@ -14,6 +15,11 @@ namespace ai_orvo::model {
 
 /// Appends the lines of a text file to `names`, one label a line, unchanged: blanks, empty lines and a
 /// carriage return before the line feed stay. A file that cannot be opened appends nothing.
+///
+/// \param path  the file.
+/// \param names position i becomes the label of class i where it was empty before; it is not cleared.
+///
+/// Safe to call from several threads on lists of their own, as everything in this header is.
 BRELLIX_API void read_class_name(std::string path, std::vector<std::string>& names);
 
 /// Fills `names` from the map "class_mapping" (class index to label) of a configuration document.
@@ -21,6 +27,9 @@ BRELLIX_API void read_class_name(std::string path, std::vector<std::string>& nam
 /// The list is resized to the number of entries and grows where an index asks for it; gaps hold "NO_TYPE".
 /// Entries whose key or value is no scalar and negative indices are skipped; the first key that is no
 /// integer ends the reading. Nothing of yaml-cpp is thrown: a missing map leaves `names` as it was.
+///
+/// \param config root map of the document; yaml-cpp's nodes are for one thread at a time, even for reading.
+/// \param names  receives the labels, indexed by class.
 BRELLIX_API void read_class_name(const YAML::Node& config, std::vector<std::string>& names);
 
 /// \return whether `path` is an existing regular file (symbolic links are followed). A path that does not

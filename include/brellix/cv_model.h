@@ -29,15 +29,21 @@ struct Object {
 ///
 /// A derived class fills `config` in its constructor and calls `engine.Init(config)` last. One thread at a
 /// time may use a model object, since `detect` leaves the image's letterbox record in it for `postprocess`;
-/// separate objects are independent. Neither operation reports engine failures: an output that the engine
-/// left alone is decoded as it stands. Exceptions of OpenCV and of the standard library reach the caller.
+/// that may be another thread each time. Separate objects are independent and may be used at the same time.
+///
+/// Neither operation reports engine failures: an output that the engine left alone is decoded as it stands,
+/// so ask `last_run_report`. Exceptions of the engine, of OpenCV and of the standard library reach the caller
+/// (`std::bad_alloc` or `cv::Exception` with `StsNoMem` where memory runs out); `objects` then holds nothing
+/// to rely on, and the model can be used for the next image.
 ///
 /// The order of the virtual functions and of the data members is part of the binary interface.
 class BRELLIX_API CvModel {
   public:
+    /// An engine without a network; the derived class makes it ready.
     CvModel() = default;
     CvModel(const CvModel&) = delete;
     CvModel& operator=(const CvModel&) = delete;
+    /// Models may be deleted through this class.
     virtual ~CvModel();
 
     /// Finds the objects in an image.
@@ -52,8 +58,8 @@ class BRELLIX_API CvModel {
     /// \param objects as for `detect`.
     virtual void postprocess(TensorMap& outputs, std::vector<Object>& objects) = 0;
 
-    AIEngine engine;
-    AIEngineConfig config;
+    AIEngine engine;        ///< runs the network; `Init` was called once, by the constructor
+    AIEngineConfig config;  ///< what `Init` was given; `detect` takes the outputs' sizes from it
 };
 
 }  // namespace ai_orvo::model

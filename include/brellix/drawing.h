@@ -1,7 +1,8 @@
 #pragma once
 
 /// \file
-/// Drawing detections onto an image.
+/// Drawing detections onto an image. Several threads may draw at once, each into a `res` of its own; where
+/// memory runs out, `std::bad_alloc` or `cv::Exception` reaches the caller and `res` is left as it was.
 
 #include "brellix/cv_model.h"
 #include "brellix/export.h"
@@ -21,6 +22,9 @@ BRELLIX_API extern const std::vector<std::vector<unsigned int>> MASK_COLORS;
 
 /// Draws each object's box and, at its top-left corner, its name and probability in per cent.
 ///
+/// Boxes are rounded to whole pixels, ties to even. Safe to call from several threads on images of their own,
+/// as everything in this header is.
+///
 /// \param image       8-bit image, usually BGR.
 /// \param res         receives the drawing; may be the same matrix as `image`.
 /// \param objs        objects in pixels of `image`.
@@ -36,8 +40,14 @@ BRELLIX_API void draw_objects(const cv::Mat& image, cv::Mat& res, const std::vec
 ///
 /// The picture is brightened even where there is no mask: the weights are 0.5 for it and 0.8 for the colours.
 /// An object without a mask (a detector's) is not coloured but boxed.
+///
+/// \param image       8-bit BGR image.
+/// \param res         receives the drawing; may be the same matrix as `image`.
+/// \param objs        objects in pixels of `image`.
+/// \param class_names names by label.
+/// \param colors      colours of boxes and labels by label, three values 0 to 255 each.
 /// \param mask_colors colours by label modulo 20, three values 0 to 255 each.
-/// \throws std::out_of_range as `draw_objects`, and for a label whose remainder is outside `mask_colors`;
+/// \throws std::out_of_range as `draw_objects`, and for a mask whose label's remainder is outside `mask_colors`;
 ///         cv::Exception for a mask that is not as large as the image. `res` is then left as it was.
 BRELLIX_API void draw_objects_masks(const cv::Mat& image, cv::Mat& res, const std::vector<Object>& objs,
                                     const std::vector<std::string>& class_names,

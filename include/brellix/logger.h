@@ -7,10 +7,11 @@
 ///
 /// | variable | values | when absent or something else |
 /// |---|---|---|
-/// | SPDLOG_STDOUT | "true", "false": console | a notice on standard output, console on |
-/// | SPDLOG_SYSTEMD | "true", "false": systemd journal | a notice on standard output, journal off |
-/// | SPDLOG_LEVEL | "trace", "debug", "info", "warning", "error", "critical" | a notice on standard output,
-/// info |
+/// | SPDLOG_STDOUT | "true", "false": console | console on |
+/// | SPDLOG_SYSTEMD | "true", "false": systemd journal | journal off |
+/// | SPDLOG_LEVEL | "trace", "debug", "info", "warning", "error", "critical" | info |
+///
+/// For each one that is absent or something else a notice goes to standard output.
 
 #include "brellix/export.h"
 
@@ -45,6 +46,9 @@ class BRELLIX_API Logger {
         return instance;
     }
 
+    /// Reads the environment and opens the chosen sinks. A logger that cannot be set up has a null `logger_`;
+    /// nothing is thrown for it.
+    /// \param name name of the spdlog logger.
     explicit Logger(const std::string& name) : count_(0) {
         try {
             std::vector<spdlog::sink_ptr> sinks;
@@ -112,9 +116,13 @@ inline unsigned countMessage(Logger& logger, int level) {
 }
 
 /// Numbers, labels and logs one message; the work behind the macros.
+///
 /// \param where  the calling file, line and function.
+/// \param level  how severe it is; messages below the logger's level are neither counted nor written.
 /// \param prefix fmt format of the message number and the level's label.
 /// \param format fmt format of the body. The finished text is not formatted again: braces in it survive.
+/// \param args   what the format asks for.
+/// \throws fmt::format_error where a formatter refuses its argument.
 template <typename... Args>
 void logMessage(spdlog::source_loc where, spdlog::level::level_enum level,
                 fmt::format_string<unsigned> prefix, fmt::format_string<Args...> format, Args&&... args) {

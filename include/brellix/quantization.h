@@ -1,9 +1,12 @@
 #pragma once
 
 /// \file
-/// The logistic function, its inverse, and affine 8-bit quantisation: value = (q - zp) * scale.
+/// The logistic function, its inverse, and affine 8-bit quantisation: value = (q - zp) * scale, the scheme of
+/// "Quantization and Training of Neural Networks for Efficient Integer-Arithmetic-Only Inference" (Jacob et
+/// al., 2018) with one scale and one zero point a tensor.
 ///
-/// All of these are pure: no state, no errors, safe from several threads.
+/// All of these are pure: no state, no errors, safe from several threads. Which of them a decoder uses where
+/// is told in docs/numerics.md.
 
 #include "brellix/export.h"
 

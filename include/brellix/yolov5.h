@@ -27,7 +27,8 @@ namespace ai_orvo::model {
 /// their product and may lie below it. Boxes hold whole numbers, truncated toward zero.
 ///
 /// Every `postprocess` writes one line that begins with "dw: " to standard output, the destructor one that
-/// says "Destruct yolov5".
+/// says "Destruct yolov5". Models on several threads share `std::cout`: their lines stay whole as long as the
+/// application leaves it synchronised with stdio (`std::ios::sync_with_stdio`).
 class BRELLIX_API YOLOv5 : public CvModel {
   public:
     /// \param model_path path of the compiled network.
@@ -52,13 +53,14 @@ class BRELLIX_API YOLOv5 : public CvModel {
     void detect(const cv::Mat& image, std::vector<Object>& objects) override;
     void postprocess(TensorMap& outputs, std::vector<Object>& objects) override;
 
-    cv::Size input_size{640, 640};
+    cv::Size input_size{640, 640};  ///< width and height of the network input in pixels
+    /// How `detect` letterboxed its last image; `postprocess` maps boxes back with it.
     LetterboxInfo letterbox_info{1.0F, 0.0F, 0.0F, 0.0F, 0.0F};
-    float conf_thres = 0.25F;
-    float nms_thres = 0.65F;
-    int class_num = 80;
-    int strides[3] = {8, 16, 32};
-    int num_candidates = 0;
+    float conf_thres = 0.25F;      ///< confidence threshold, read at each `postprocess`
+    float nms_thres = 0.65F;       ///< overlap threshold of the suppression, read at each `postprocess`
+    int class_num = 80;            ///< classes that the network predicts
+    int strides[3] = {8, 16, 32};  ///< network pixels a cell of each head
+    int num_candidates = 0;        ///< rows of "output0", set by the constructor
 };
 
 }  // namespace ai_orvo::model

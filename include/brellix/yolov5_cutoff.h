@@ -31,6 +31,9 @@ namespace ai_orvo::model {
 ///
 /// Objectness is tested as a raw byte, the class probability as a float; `Object::prob` is their product and
 /// may lie below the threshold. Boxes hold whole numbers, truncated toward zero. Prints nothing.
+///
+/// Tensors that a failed inference left at zero, scale included, stand for a probability of one half
+/// everywhere: below such a confidence threshold every cell is then an object. `last_run_report` tells.
 class BRELLIX_API YOLOv5Cutoff : public CvModel {
   public:
     /// \param model_path path of the compiled network.
@@ -54,19 +57,22 @@ class BRELLIX_API YOLOv5Cutoff : public CvModel {
     void postprocess(TensorMap& outputs, std::vector<Object>& objects) override;
 
     /// Decodes one head and appends its objects, in the order anchor, row, column.
-    /// \param output  the head's tensor; one that is too short gives nothing.
+    /// \param output  the head's tensor; one that is too short gives nothing, and so does a `class_num` above
+    ///                `channels_per_anchor` - 5.
     /// \param head    0, 1 or 2; anything else gives nothing.
     /// \param objects appended to, before suppression.
     /// \return how many cells and anchors passed the objectness test, not how many objects were appended.
     int decodeBoxes(AIBuff& output, int head, std::vector<Object>& objects);
 
-    cv::Size input_size{640, 640};
+    cv::Size input_size{640, 640};  ///< width and height of the network input in pixels
+    /// How `detect` letterboxed its last image; `postprocess` maps boxes back with it.
     LetterboxInfo letterbox_info{1.0F, 0.0F, 0.0F, 0.0F, 0.0F};
-    float conf_thres = 0.25F;
-    float nms_thres = 0.65F;
-    int class_num = 80;
-    int strides[3] = {8, 16, 32};
-    int channels_per_anchor = 85;
+    float conf_thres = 0.25F;      ///< confidence threshold, read at each `postprocess`
+    float nms_thres = 0.65F;       ///< overlap threshold of the suppression, read at each `postprocess`
+    int class_num = 80;            ///< classes that the network predicts
+    int strides[3] = {8, 16, 32};  ///< network pixels a cell of each head
+    int channels_per_anchor = 85;  ///< `class_num` + 5, set by the constructor
+    /// Anchors by head, width and height in network pixels. They take part in each `postprocess`.
     int anchors[3][3][2] = {
         {{10, 13}, {16, 30}, {33, 23}}, {{30, 61}, {62, 45}, {59, 119}}, {{116, 90}, {156, 198}, {373, 326}}};
 };

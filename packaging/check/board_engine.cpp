@@ -1,4 +1,5 @@
-// Stands for a board maker's engine in scripts/check-packages: it takes every network and finds nothing on any picture.
+// Stands for a board maker's engine in scripts/check-packages: it takes every network and finds nothing on
+// any picture.
 
 #include "brellix/ai_engine.h"
 

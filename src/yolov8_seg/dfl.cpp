@@ -2,6 +2,7 @@
 
 #include "brellix/yolov8_seg.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -24,7 +25,9 @@ void computeDfl(std::vector<float>& logits, int dflLen, float out[4]) {
         return;
     }
     const auto bins = static_cast<std::size_t>(dflLen);
-    std::vector<float> exponentials(bins);
+    // No more than there are logits: reading on throws before the rest is needed, and a bin count may be any
+    // number.
+    std::vector<float> exponentials(std::min(bins, logits.size()));
     for (std::size_t side = 0; side < 4; ++side) {
         for (std::size_t bin = 0; bin < bins; ++bin) {
             exponentials[bin] = std::exp(logits.at(side * bins + bin));

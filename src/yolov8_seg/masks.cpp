@@ -22,8 +22,11 @@ cv::Rect imageRegion(const YOLOv8Seg& model) {
                                    static_cast<float>(model.protoWidth));
     const int top = truncateToInt(model.letterboxInfo.dh / static_cast<float>(model.inputSize.height) *
                                   static_cast<float>(model.protoHeight));
-    return {left, top, wrappingSum(model.protoWidth, -left, -left),
-            wrappingSum(model.protoHeight, -top, -top)};
+    // Negated in 64 bits: the lowest int has no counterpart.
+    const auto without = [](int length, std::int64_t border) {
+        return wrappingSum(length, -border, -border);
+    };
+    return {left, top, without(model.protoWidth, left), without(model.protoHeight, top)};
 }
 
 /// OpenCV averages four pixels instead of interpolating where both sides are exactly halved, and copies where

@@ -2,6 +2,8 @@
 """Runs the ```sh blocks of guides in docs/, line by line, in a folder that holds what the guides say.
 
 A line has to end with status 0, or with N where it says "# exit status N". The folder is kept from guide to guide.
+Paths of the installed sample networks become those of the repository. ```bash blocks need a machine of their own and
+are not run.
 """
 
 from __future__ import annotations
@@ -18,12 +20,14 @@ import make_exports
 
 ROOT = Path(__file__).resolve().parents[2]
 SHAPES = ROOT / "models" / "shapes"
+INSTALLED_MODELS = "/usr/share/brellix/models"
 PICTURES = 24
 
 
 def commands_of(guide: Path) -> list[tuple[str, int]]:
     """The lines of the guide's sh blocks with the status that each has to end with."""
-    blocks = re.findall(r"^```sh\n(.*?)^```", guide.read_text(), re.MULTILINE | re.DOTALL)
+    text = guide.read_text().replace(INSTALLED_MODELS, str(ROOT / "models"))
+    blocks = re.findall(r"^```sh\n(.*?)^```", text, re.MULTILINE | re.DOTALL)
     lines = [line for block in blocks for line in block.splitlines() if line and not line.startswith("#")]
     return [(line, int(status.group(1)) if (status := re.search(r"# exit status (\d)", line)) else 0) for line in lines]
 

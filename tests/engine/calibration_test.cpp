@@ -124,6 +124,19 @@ TEST_F(CalibrationFile, RefusesADirectoryInItsPlace) {
     }
 }
 
+TEST_F(CalibrationFile, NamesThatAreNoTextAreNotWrittenAsOthers) {
+    const std::string path = folder_.write("kept.yaml", "schema: 1\ntensors: {}\n");
+    try {
+        writeCalibration(path, {{"output\x89", {{0.0F, 1.0F}, false}}});
+        FAIL() << "written";
+    } catch (const Refusal& refusal) {
+        EXPECT_NE(std::string(refusal.what()).find("not UTF-8"), std::string::npos) << refusal.what();
+    }
+    EXPECT_TRUE(readCalibration(path).empty()) << "the older file is replaced";
+    writeCalibration(path, {{"caf\xc3\xa9", {{0.0F, 1.0F}, false}}});
+    EXPECT_EQ(readCalibration(path).count("caf\xc3\xa9"), 1U);
+}
+
 TEST_F(CalibrationFile, SaysWhereItCannotBeWritten) {
     const std::string path = folder_.path() + "/absent/file.yaml";
     try {

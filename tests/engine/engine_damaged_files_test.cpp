@@ -79,6 +79,13 @@ TEST_F(EngineDamagedFiles, FlippedBytesNeverCrash) {
     }
 }
 
+TEST_F(EngineDamagedFiles, NamesWithZeroBytesLeaveTheMessageWhole) {
+    const std::string name("i\0n", 3);
+    AIEngineConfig config = configFor(addition(1.0F, name));
+    config.input_sizes = {{"left", 12}, {"right", 12}};
+    expectRefusal(init(config), 3, {"it has 'i n' (1x3x2x2)", "correct the input size"});
+}
+
 TEST_F(EngineDamagedFiles, RandomBytesAreNoNetwork) {
     std::mt19937 generator(7);
     for (int round = 0; round < 100; ++round) {

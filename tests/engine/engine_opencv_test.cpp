@@ -45,6 +45,14 @@ TEST_F(EngineOnOpencv, RefusesQuantisationInsideTheGraph) {
     expectRefusal(init(configFor(network)), 4, {"operator QuantizeLinear", "give the float network"});
 }
 
+TEST_F(EngineOnOpencv, RefusesOldOperatorSetsWhoseOperandsItWouldNotMatch) {
+    NetworkBuilder network(1);
+    network.input("in", {4, 3, 2}).output("out", {1, 3, 2, 2});
+    network.floats("addend", {1, 3, 2, 2}, std::vector<float>(12, 1.0F));
+    network.node("Add", {"in", "addend"}, {"out"});
+    expectRefusal(init(configFor(network)), 4, {"opset 1, older than 7", "export the network with opset 12"});
+}
+
 TEST_F(EngineOnOpencv, RefusesAnUnknownOperator) {
     NetworkBuilder network;
     network.input("in", {1, 3, 2, 2}).output("out", {1, 3, 2, 2}).node("Magic", {"in"}, {"out"});

@@ -3,7 +3,7 @@
 /// \file
 /// The committed record of digests, tests/identity/digests.txt: one "NAME DIGEST" line a stage.
 
-#include "identity/digest.h"
+#include "support/digest.h"
 
 #include <gtest/gtest.h>
 

@@ -30,5 +30,12 @@ if(NOT EXISTS ${consumer}/result.png OR NOT output MATCHES "dw: ")
     message(FATAL_ERROR "the example drew no picture; it said: ${output}")
 endif()
 
+foreach(file man/man1/brellix.1 man/man1/brellix-detect.1 bash-completion/completions/brellix
+        zsh/site-functions/_brellix fish/vendor_completions.d/brellix.fish)
+    if(NOT EXISTS ${prefix}/share/${file})
+        message(FATAL_ERROR "share/${file} is not installed")
+    endif()
+endforeach()
+
 execute_process(COMMAND ${prefix}/bin/brellix --version OUTPUT_VARIABLE version COMMAND_ERROR_IS_FATAL ANY)
 message(STATUS "installed, moved, consumed; ${version}")

@@ -184,7 +184,7 @@ TEST_P(Yolov8SegObjectsProperty, PaddingThatLeavesNothingOfThePlaneThrows) {
     Random random(108);
     SegSettings settings = segSettingsFor({90, 60}, random, GetParam());
     const TensorMap outputs = randomSegOutputs(random, settings);
-    for (const float padding : {1.0e3F, -40.0F, 1.0e10F, 1.0e30F}) {
+    for (const float padding : {1.0e3F, -40.0F, 1.0e10F, 1.0e30F, -1.0e30F}) {
         YOLOv8Seg model(segConfig(settings));
         applySettings(model, settings);
         model.letterboxInfo.dw = padding;

@@ -123,7 +123,8 @@ int decodePositions(const Head& head, std::int8_t threshold, std::vector<Object>
 
 int decodeCutoffHead(const CutoffSettings& settings, const AIBuff& output, int head,
                      std::vector<Object>& objects) {
-    if (head < 0 || head > 2 || settings.channelsPerAnchor < 5) {
+    if (head < 0 || head > 2 || settings.channelsPerAnchor < 5 ||
+        settings.classNum > settings.channelsPerAnchor - 5) {
         return 0;
     }
     const int stride = kCutoffStrides[head];

@@ -26,8 +26,8 @@ extern const int kCutoffStrides[3];
 extern const std::array<const char*, 3> kCutoffHeadNames;
 
 /// Appends the objects of one head.
-/// \return how many positions passed the byte comparison of the objectness; 0 for a head outside 0..2 and for
-///         a buffer too short for 3 * channels * area.
+/// \return how many positions passed the byte comparison of the objectness; 0 for a head outside 0..2, for
+///         more classes than there are channels, and for a buffer too short for 3 * channels * area.
 int decodeCutoffHead(const CutoffSettings& settings, const ai_orvo::model::AIBuff& output, int head,
                      std::vector<ai_orvo::model::Object>& objects);
 

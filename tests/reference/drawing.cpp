@@ -71,9 +71,8 @@ cv::Mat drawObjectsMasks(const cv::Mat& image, const std::vector<Object>& object
     cv::Mat picture = image.clone();
     cv::Mat coloured = image.clone();
     for (const Object& object : objects) {
-        const cv::Scalar color = colorAt(maskColors, object.label % 20);
         if (!object.mask.empty()) {
-            coloured.setTo(color, object.mask);
+            coloured.setTo(colorAt(maskColors, object.label % 20), object.mask);
         }
     }
     cv::addWeighted(picture, 0.5, coloured, 0.8, 1.0, picture);

@@ -86,8 +86,10 @@ float inclusiveOverlap(float xmin0, float ymin0, float xmax0, float ymax0, float
 namespace {
 
 float overlap(const cv::Rect& a, const cv::Rect& b) {
+    // Formed in 32 bits, which wrap around.
     const auto end = [](int start, int length) {
-        return static_cast<float>(static_cast<std::int64_t>(start) + length);
+        return static_cast<float>(static_cast<std::int32_t>(static_cast<std::uint32_t>(start) +
+                                                            static_cast<std::uint32_t>(length)));
     };
     return inclusiveOverlap(static_cast<float>(a.x), static_cast<float>(a.y), end(a.x, a.width),
                             end(a.y, a.height), static_cast<float>(b.x), static_cast<float>(b.y),

@@ -137,6 +137,14 @@ TEST(ReferenceIndexNms, SuppressesLaterOnesOfTheClass) {
     EXPECT_EQ(order, (std::vector<int>{2, 1, -1}));
 }
 
+TEST(ReferenceIndexNms, EdgesWrapAroundIn32Bits) {
+    const int last = std::numeric_limits<int>::max();
+    const std::vector<cv::Rect> boxes = {{last - 4, 0, 9, 9}, {last - 4, 0, 9, 9}};
+    std::vector<int> order = {0, 1};
+    suppressByIndex(2, boxes, {0, 0}, order, 0, 0.0F);
+    EXPECT_EQ(order, (std::vector<int>{0, 1}));
+}
+
 /// A network input of 32 x 32 where only the one cell of head 2 holds a candidate: the whole picture.
 SegSettings tinySeg() {
     SegSettings settings;

@@ -8,6 +8,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <numeric>
 #include <set>
 #include <string>
@@ -82,6 +83,9 @@ cv::Rect imagePart(const SegSettings& settings) {
     };
     const int x = border(settings.letterbox.dw, settings.inputSize.width, settings.protoWidth);
     const int y = border(settings.letterbox.dh, settings.inputSize.height, settings.protoHeight);
+    // A record may hold anything: what is left has to be formed where it cannot overflow.
+    CV_Assert(x >= 0 && 2 * std::int64_t{x} < settings.protoWidth);
+    CV_Assert(y >= 0 && 2 * std::int64_t{y} < settings.protoHeight);
     return {x, y, settings.protoWidth - 2 * x, settings.protoHeight - 2 * y};
 }
 
@@ -125,6 +129,9 @@ void detectSeg(const SegSettings& settings, TensorMap& outputs, std::vector<Obje
         return;
     }
     const cv::Mat coefficients = appendSurvivors(settings, candidates, objects);
+    if (coefficients.empty()) {
+        return;
+    }
     const auto prototypesOf = settings.isQuantized ? prototypesFromInt8 : prototypesFromFloat;
     const cv::Mat prototypes =
         prototypesOf(proto, settings.maskCoefCount, settings.protoHeight, settings.protoWidth);

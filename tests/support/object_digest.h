@@ -10,8 +10,8 @@
 
 namespace brellix::testing {
 
-/// Folds boxes, labels and probabilities to the bit, the masks' sizes and every pixel of them. Equal objects
-/// give equal numbers; others hardly ever do.
+/// Folds every field to the bit, the masks with all their pixels (support/digest.h). Equal objects give equal
+/// numbers; others hardly ever do.
 std::uint64_t digestOf(const std::vector<ai_orvo::model::Object>& objects);
 
 /// The same of a picture's size, type and bytes.

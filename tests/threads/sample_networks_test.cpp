@@ -29,7 +29,7 @@ std::vector<std::uint64_t> digestsOf(const ShapesModel& kind, const std::vector<
 }
 
 TEST(SeparateModelsOverTheEngine, OnEightThreadsFindWhatTheyFindOnOne) {
-    const std::vector<cv::Mat> pictures = shapesPictures(12);
+    const std::vector<cv::Mat> pictures = shapesPictures(6);
     std::vector<std::vector<std::uint64_t>> expected;
     for (const ShapesModel& kind : shapesModels()) {
         expected.push_back(digestsOf(kind, pictures));

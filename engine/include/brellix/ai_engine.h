@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+/// Makes a symbol of `libbrellix_ai_engine` visible outside of it.
 #define BRELLIX_ENGINE_API __attribute__((visibility("default")))
 
 namespace ai_orvo::alg::common {
@@ -36,6 +37,7 @@ enum FrameworkCode : std::int32_t {
 /// reference count is thread-safe, the bytes are not. Code that receives an `AIBuff` treats a null `data`
 /// like an empty one.
 struct AIBuff {
+    /// The bytes, row-major in the tensor's layout, values in host byte order.
     std::shared_ptr<std::vector<std::int8_t>> data = std::make_shared<std::vector<std::int8_t>>();
     std::int32_t type = kElementFloat32;   ///< element-type code, see `ElementType`
     std::int32_t zp = 0;                   ///< zero point of an int8 tensor
@@ -52,18 +54,18 @@ using TensorMap = std::map<std::string, AIBuff>;
 /// Sizes are element counts (not bytes), shapes are in NCHW order, types are `ElementType` codes. The
 /// detectors fill `model_path`, `input_sizes` and `output_sizes` only.
 struct AIEngineConfig {
-    std::string model_path;
-    std::map<std::string, int> input_sizes;
-    std::map<std::string, int> output_sizes;
-    std::map<std::string, std::vector<std::int64_t>> input_shapes;
-    std::map<std::string, std::vector<std::int64_t>> output_shapes;
-    std::map<std::string, int> aux_inputs;   ///< the engine's own; no model fills it
-    std::map<std::string, int> aux_outputs;  ///< the engine's own; no model fills it
-    std::map<std::string, int> input_types;
-    std::map<std::string, int> output_types;
-    bool rknn_flag = false;           ///< a back-end switch; each model sets it its own way
-    int framework = kFrameworkUnset;  ///< see `FrameworkCode`
-    int engine_param = 3000;
+    std::string model_path;                                          ///< path of the compiled network
+    std::map<std::string, int> input_sizes;                          ///< elements of each input
+    std::map<std::string, int> output_sizes;                         ///< elements of each output
+    std::map<std::string, std::vector<std::int64_t>> input_shapes;   ///< NCHW; the detectors leave it empty
+    std::map<std::string, std::vector<std::int64_t>> output_shapes;  ///< NCHW; the detectors leave it empty
+    std::map<std::string, int> aux_inputs;                           ///< the engine's own; no model fills it
+    std::map<std::string, int> aux_outputs;                          ///< the engine's own; no model fills it
+    std::map<std::string, int> input_types;   ///< `ElementType` codes; the detectors leave it empty
+    std::map<std::string, int> output_types;  ///< `ElementType` codes; the detectors leave it empty
+    bool rknn_flag = false;                   ///< a back-end switch; each model sets it its own way
+    int framework = kFrameworkUnset;          ///< see `FrameworkCode`
+    int engine_param = 3000;  ///< a number for the engine; no model changes it, ours does not read it
 };
 
 /// One loaded network.

@@ -1,6 +1,7 @@
 #include "suitability.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <unordered_set>
 
 #include "../element_types.h"
@@ -151,10 +152,26 @@ std::string badGraph(const onnx::GraphProto& graph) {
     return reason.empty() ? badConstantOperand(graph) : reason;
 }
 
+/// Before this one operands of different shapes were matched by an attribute. The importer matches them as
+/// later sets do, nobody checks whether they can be, and what does not fit is written behind the end of the
+/// result.
+constexpr std::int64_t kFirstOpset = 7;
+
+std::string badOpset(std::int64_t opset) {
+    if (opset >= kFirstOpset) {
+        return {};
+    }
+    return "it is of opset " + std::to_string(opset) + ", older than " + std::to_string(kFirstOpset) +
+           ": export the network with opset 12";
+}
+
 }  // namespace
 
 std::string reasonAgainstOpencv(const EngineNetwork& network, const OpencvModel& prepared) {
     std::string reason = firstReason(network.inputs(), badInput);
+    if (reason.empty()) {
+        reason = badOpset(network.opset());
+    }
     if (reason.empty()) {
         reason = badGraph(prepared.model.graph());
     }

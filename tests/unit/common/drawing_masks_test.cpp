@@ -79,6 +79,15 @@ TEST(DrawObjectsMasks, AnObjectWithoutAMaskIsBoxedButNotColored) {
     EXPECT_TRUE(sameBytes(result, blended(image, image)));
 }
 
+TEST(DrawObjectsMasks, WithoutMasksNoColorOfAMaskIsNeeded) {
+    const cv::Mat image = noisePicture(60, 40);
+    cv::Mat result;
+    draw_objects_masks(image, result, {hidden(3, cv::Mat(), 40)}, names(4), CLASS_COLORS, {});
+    EXPECT_TRUE(sameBytes(result, blended(image, image)));
+    const Object object{{1, 1, 5, 5}, 3, 0.5F, cv::Mat(image.size(), CV_8U, cv::Scalar(255))};
+    EXPECT_THROW(draw_objects_masks(image, result, {object}, names(4), CLASS_COLORS, {}), std::out_of_range);
+}
+
 TEST(DrawObjectsMasks, AMaskOfAnotherSizeIsRefused) {
     const cv::Mat image = noisePicture(60, 40);
     cv::Mat result;

@@ -207,6 +207,13 @@ TEST(IndexNms, EntriesThatNameNoCandidateArePassedOver) {
     EXPECT_EQ(order, (Ints{-1, 99, -7, 0, -1}));
 }
 
+TEST(IndexNms, EdgesWrapAroundIn32Bits) {
+    Boxes boxes = {{kIntMax - 4, 0, 9, 9}, {kIntMax - 4, 0, 9, 9}};
+    Ints order = {0, 1};
+    nms(2, boxes, {0, 0}, order, 0, 0.0F);
+    EXPECT_EQ(order, (Ints{0, 1}));
+}
+
 TEST(IndexNms, ExtremeBoxesDoNotOverflow) {
     Boxes boxes = {
         {kIntMax, kIntMax, kIntMax, kIntMax}, {kIntMin, kIntMin, kIntMin, kIntMin}, {0, 0, kIntMax, 1}};

@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <stdexcept>
 
@@ -14,6 +17,9 @@ namespace {
 using namespace ai_orvo::model;
 using brellix::testing::floatTensor;
 using brellix::testing::makeSegModel;
+
+// Less than a list of as many floats as an int counts.
+constexpr rlim_t kLittleMemory = rlim_t{4} << 30U;
 
 TEST(ComputeDfl, OneHeavyBinIsTheDistance) {
     std::vector<float> logits(64, 0.0F);
@@ -51,6 +57,25 @@ TEST(ComputeDfl, TooFewLogitsAreOutOfRange) {
     std::vector<float> logits(7, 0.0F);
     float out[4] = {};
     EXPECT_THROW(computeDfl(logits, 2, out), std::out_of_range);
+}
+
+TEST(ComputeDfl, ABinCountBeyondAllMemoryIsOutOfRange) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer needs more address space than the limit leaves";
+#endif
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto withLittleMemory = [] {
+        const rlimit limit{kLittleMemory, kLittleMemory};
+        ::setrlimit(RLIMIT_AS, &limit);
+        std::vector<float> logits(7, 0.0F);
+        float out[4] = {};
+        try {
+            computeDfl(logits, std::numeric_limits<int>::max(), out);
+        } catch (const std::out_of_range&) {
+            std::_Exit(0);
+        }
+    };
+    EXPECT_EXIT(withLittleMemory(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(ComputeDfl, LogitsThatOverflowGiveNan) {

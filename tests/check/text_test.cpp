@@ -1,0 +1,31 @@
+#include "text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace brellix::testing {
+namespace {
+
+using app::printable;
+
+TEST(Printable, TextStaysAsItIs) {
+    EXPECT_EQ(printable("a caf\xc3\xa9, \xe2\x82\xac 5"), "a caf\xc3\xa9, \xe2\x82\xac 5");
+    EXPECT_EQ(printable("\xc2\xa0\xc2\xbf"), "\xc2\xa0\xc2\xbf");
+    EXPECT_EQ(printable(""), "");
+}
+
+TEST(Printable, ControlCharactersBecomeQuestionMarks) {
+    EXPECT_EQ(printable(std::string("a\x1b[31m\n\x7f") + '\0'), "a?[31m???");
+}
+
+TEST(Printable, ControlCharactersOfTwoBytesBecomeOneQuestionMark) {
+    EXPECT_EQ(printable("a\xc2\x9b"
+                        "31m\xc2\x80"),
+              "a?31m?");
+    EXPECT_EQ(printable("cut \xc2"), "cut \xc2");
+    EXPECT_EQ(printable("\xc2\x1b"), "\xc2?");
+}
+
+}  // namespace
+}  // namespace brellix::testing

@@ -1,0 +1,62 @@
+#!/usr/bin/env python3
+"""The example unit for systemd: its keys are systemd's, and its command does what the guide says.
+
+The program is taken from the environment variable BRELLIX_PROGRAM.
+"""
+
+from __future__ import annotations
+
+import json
+import os
+import re
+import shlex
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+PROGRAM = os.environ["BRELLIX_PROGRAM"]
+ROOT = Path(__file__).resolve().parents[2]
+UNIT = (ROOT / "apps" / "brellix" / "brellix-detect.service").read_text()
+SHAPES = ROOT / "models" / "shapes"
+
+
+def value_of(key: str) -> str:
+    found = re.search(rf"^{key}=(.*)$", UNIT, re.MULTILINE)
+    assert found, key
+    return found.group(1)
+
+
+class ExampleUnit(unittest.TestCase):
+    def test_systemd_knows_each_key(self) -> None:
+        if shutil.which("systemd-analyze") is None:
+            self.skipTest("systemd is not installed")
+        with tempfile.TemporaryDirectory() as folder:
+            unit = Path(folder, "brellix-detect.service")
+            unit.write_text(UNIT.replace("/usr/bin/brellix", PROGRAM))
+            done = subprocess.run(["systemd-analyze", "verify", "--man=no", unit], capture_output=True, text=True, check=False)
+            self.assertEqual((done.returncode, done.stdout + done.stderr), (0, ""))
+
+    def test_the_command_writes_a_line_a_frame_without_masks(self) -> None:
+        """A picture stands in for the camera."""
+        program, *arguments = shlex.split(value_of("ExecStart"))
+        self.assertEqual(program, "/usr/bin/brellix")
+        camera = arguments.index("--camera")
+        arguments[camera:camera + 2] = [str(sorted((SHAPES / "demo").iterdir())[0])]
+        arguments = [argument.replace("/etc/brellix/camera.yaml", str(SHAPES / "shapes_seg.yaml")) for argument in arguments]
+        environment = dict(os.environ, **dict(word.split("=") for word in value_of("Environment").split()))
+        done = subprocess.run([PROGRAM, *arguments], env=environment, capture_output=True, text=True, check=True)
+        self.assertEqual(done.stderr, "")
+        (line,) = done.stdout.splitlines()
+        objects = json.loads(line)["objects"]
+        self.assertGreater(len(objects), 0)
+        self.assertFalse([found for found in objects if "mask" in found])
+
+    def test_a_missing_configuration_is_the_status_that_is_not_tried_again(self) -> None:
+        done = subprocess.run([PROGRAM, "detect", "missing.yaml", "--camera", "0"], capture_output=True, check=False)
+        self.assertEqual(str(done.returncode), value_of("RestartPreventExitStatus"))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
