@@ -27,8 +27,8 @@ namespace ai_orvo::model {
 /// their product and may lie below it. Boxes hold whole numbers, truncated toward zero.
 ///
 /// Every `postprocess` writes one line that begins with "dw: " to standard output, the destructor one that
-/// says "Destruct yolov5". Models on several threads share standard output: their lines stay whole as long as the
-/// application leaves it synchronised with stdio (`std::ios::sync_with_stdio`).
+/// says "Destruct yolov5". Models on several threads share standard output: their lines stay whole as long as
+/// the application leaves it synchronised with stdio (`std::ios::sync_with_stdio`).
 class BRELLIX_API YOLOv5 : public CvModel {
   public:
     /// \param model_path path of the compiled network.
