@@ -126,4 +126,26 @@ NetworkBuilder arithmetic() {
     return network;
 }
 
+NetworkBuilder detectorLike() {
+    NetworkBuilder network;
+    network.input("in", {1, 3, 4, 4}).output("out", {1, 8, 2}).output("map", {1, 4, 2, 2});
+    network.floats("weights", {4, 3, 3, 3}, std::vector<float>(108, 0.25F)).floats("bias", {4}, {1, 2, 3, 4});
+    network.int64s("shape", {1, 8, 2}).floats("scales", {4}, {1, 1, 2, 2}).floats("roi", {0}, {});
+    network.node("Conv", {"in", "weights", "bias"}, {"features"});
+    network.integers("kernel_shape", {3, 3}).integers("strides", {2, 2}).integers("pads", {1, 1, 1, 1});
+    network.node("Sigmoid", {"features"}, {"gate"});
+    network.node("Mul", {"features", "gate"}, {"map"});
+    network.node("Resize", {"map", "roi", "scales"}, {"large"});
+    network.text("mode", "nearest")
+        .text("coordinate_transformation_mode", "asymmetric")
+        .text("nearest_mode", "floor");
+    network.node("MaxPool", {"large"}, {"pooled"})
+        .integers("kernel_shape", {2, 2})
+        .integers("strides", {2, 2});
+    network.node("Reshape", {"pooled", "shape"}, {"flat"});
+    network.node("Transpose", {"flat"}, {"turned"}).integers("perm", {0, 2, 1});
+    network.node("Transpose", {"turned"}, {"out"}).integers("perm", {0, 2, 1});
+    return network;
+}
+
 }  // namespace brellix::testing

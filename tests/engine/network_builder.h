@@ -45,4 +45,8 @@ NetworkBuilder addition(float addend, const std::string& input = "in", const std
 /// Inputs `left` and `right` (1x3x2x2), outputs `sum`, `product` and `negated` (of the sum).
 NetworkBuilder arithmetic();
 
+/// Input `in` (1x3x4x4), outputs `out` (1x8x2) and `map` (1x4x2x2): a small network of the kinds of nodes
+/// that detectors consist of.
+NetworkBuilder detectorLike();
+
 }  // namespace brellix::testing
