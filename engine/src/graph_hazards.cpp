@@ -77,15 +77,27 @@ void checkFlat(const onnx::NodeProto& node) {
 
 }  // namespace
 
+void refuseBadWindows(const onnx::GraphProto& graph) {
+    for (const onnx::NodeProto& node : graph.node()) {
+        if (hasWindow(node)) {
+            checkWindow(node);
+        }
+        for (const onnx::AttributeProto& attribute : node.attribute()) {
+            if (attribute.has_g()) {
+                refuseBadWindows(attribute.g());
+            }
+            std::for_each(attribute.graphs().begin(), attribute.graphs().end(), refuseBadWindows);
+        }
+    }
+}
+
 void refuseHazards(const onnx::ModelProto& model) {
     if (model.functions_size() > 0) {
         throw std::invalid_argument("it defines functions of its own");
     }
+    refuseBadWindows(model.graph());
     for (const onnx::NodeProto& node : model.graph().node()) {
         checkFlat(node);
-        if (hasWindow(node)) {
-            checkWindow(node);
-        }
         if (isConvolution(node)) {
             checkWeights(model.graph(), node);
         }

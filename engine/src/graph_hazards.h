@@ -12,4 +12,9 @@ namespace ai_orvo::alg::common {
 /// \throws std::invalid_argument that names the operator.
 void refuseHazards(const onnx::ModelProto& model);
 
+/// The part of it that concerns the windows of convolutions and pools: their sizes, steps and borders. Looks
+/// into nested graphs, too.
+/// \throws std::invalid_argument that names the operator.
+void refuseBadWindows(const onnx::GraphProto& graph);
+
 }  // namespace ai_orvo::alg::common
