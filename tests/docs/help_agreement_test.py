@@ -12,6 +12,7 @@ import shutil
 import subprocess
 import tempfile
 import unittest
+from functools import cache
 from pathlib import Path
 
 PROGRAM = os.environ["BRELLIX_PROGRAM"]
@@ -23,6 +24,7 @@ COMMANDS = ["init", "check", "detect", "calibrate", "eval", "compare", "bench"]
 Option = tuple[str, str, str]  # short and long name, argument; empty where there is none
 
 
+@cache
 def help_of(*command: str) -> str:
     return subprocess.run([PROGRAM, *command, "--help"], capture_output=True, text=True, check=True).stdout
 
@@ -171,6 +173,17 @@ class Guide(unittest.TestCase):
                     self.assertEqual({name for name, _ in names} - there, set(), command)
                     references += 1
         self.assertGreaterEqual(references, 5)
+
+    def test_examples_of_all_documents_use_options_that_exist(self) -> None:
+        examples = [line for path in [ROOT / "README.md", *(ROOT / "docs").glob("*.md")]
+                    for block in re.findall(r"```(?:sh|bash)\n(.*?)```", path.read_text(), re.DOTALL)
+                    for line in re.findall(rf"\bbrellix (?:{'|'.join(COMMANDS)}) [^|;&#\n]*", block)]
+        self.assertGreaterEqual(len(examples), 50)
+        known = {command: spellings(options_of_help(help_of(command))) for command in COMMANDS}
+        for example in examples:
+            with self.subTest(example):
+                used = {word for word in example.split()[2:] if re.match(r"--?[a-z]", word)}
+                self.assertEqual(used - known[example.split()[1]], set())
 
 
 def bash_completion(*words: str, folder: str | None = None) -> set[str]:

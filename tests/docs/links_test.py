@@ -92,6 +92,12 @@ class Maps(unittest.TestCase):
                 with self.subTest(source.relative_to(ROOT)):
                     self.assertRegex(named, rf"\b{source.stem}\b|{source.parent.name}/`")
 
+    def test_each_option_of_the_build_is_described(self) -> None:
+        text = (ROOT / "CMakeLists.txt").read_text()
+        options = re.findall(r"^(?:option\((BRELLIX_\w+)|set\((BRELLIX_\w+) .* CACHE )", text, re.MULTILINE)
+        described = re.findall(r"^\| `(BRELLIX_\w+)` \|", (ROOT / "docs" / "installing.md").read_text(), re.MULTILINE)
+        self.assertEqual(sorted(described), sorted(first or second for first, second in options))
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)
