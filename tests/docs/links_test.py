@@ -53,9 +53,11 @@ def broken_links(document: Path) -> list[str]:
 
 
 def missing_paths(document: Path) -> list[str]:
-    """Words set as code that begin with a folder of the root; patterns, and what stands in capitals, have to match something."""
+    """Words set as code that begin with a folder of the root. Patterns have to match something, and so have names in
+    capitals, which stand for others."""
     named = re.findall(rf"`((?:{'|'.join(ROOMS)})/[\w./*-]*)", prose(document))
-    return [path for path in named if not list(ROOT.glob(re.sub(r"\b[A-Z]+\b(?!\.)", "*", path.rstrip("/"))))]
+    patterns = {path: re.sub(r"(?<![A-Za-z])(?!README)[A-Z]+(?![A-Za-z])", "*", path.rstrip("/")) for path in named}
+    return [path for path, pattern in patterns.items() if not list(ROOT.glob(pattern))]
 
 
 class Links(unittest.TestCase):
@@ -91,6 +93,11 @@ class Maps(unittest.TestCase):
             for source in sources:
                 with self.subTest(source.relative_to(ROOT)):
                     self.assertRegex(named, rf"\b{source.stem}\b|{source.parent.name}/`")
+
+    def test_each_room_of_the_program_is_on_its_map(self) -> None:
+        named = re.findall(r"`(\w+)/`", (ROOT / "docs" / "architecture.md").read_text())
+        rooms = {path.name for path in (ROOT / "apps" / "brellix").iterdir() if path.is_dir()}
+        self.assertEqual(rooms - set(named), set())
 
     def test_each_option_of_the_build_is_described(self) -> None:
         text = (ROOT / "CMakeLists.txt").read_text()
