@@ -83,6 +83,25 @@ TEST_F(Yolov5CutoffProperty, RandomHeadsGiveTheObjectsOfTheReference) {
     EXPECT_GT(found, 2000U);
 }
 
+TEST_F(Yolov5CutoffProperty, EqualScoresGiveTheLowestClassHoweverManyThereAre) {
+    Random random(84);
+    std::size_t found = 0;
+    for (int i = 0; i < 60; ++i) {
+        CutoffSettings settings = randomSettings(random);
+        settings.confThreshold = 0.25F;
+        settings.classNum = random.oneOf({1, 2, 80, 255, 256, 257, 300});
+        settings.channelsPerAnchor = settings.classNum + random.oneOf({5, 5, 7});
+        AIBuff output = randomHead(random, settings, 0);
+        const std::int8_t step = random.oneOf<std::int8_t>({127, 50, 1});
+        for (std::int8_t& byte : *output.data) {
+            byte = static_cast<std::int8_t>(byte / step * step);
+        }
+        found += compareHead(settings, output, 0);
+        ASSERT_FALSE(HasFailure()) << "case " << i << " with " << settings.classNum << " classes";
+    }
+    EXPECT_GT(found, 2000U);
+}
+
 TEST_F(Yolov5CutoffProperty, HostileSettingsGiveTheObjectsOfTheReference) {
     Random random(82);
     std::size_t found = 0;
