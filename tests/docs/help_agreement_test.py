@@ -279,6 +279,15 @@ class OtherShells(unittest.TestCase):
                 with self.subTest(f"{offered.__name__} {command}"):
                     self.assertEqual(offered(command), expected)
 
+    def test_words_to_choose_from_are_those_of_help(self) -> None:
+        choices = {argument for command in COMMANDS for _, _, argument in options_of_help(help_of(command)) if "|" in argument}
+        self.assertGreaterEqual(len(choices), 3)
+        for name in ("_brellix", "brellix.fish"):
+            text = (APP / "completion" / name).read_text()
+            for choice in choices:
+                with self.subTest(f"{name} {choice}"):
+                    self.assertRegex(text, rf"[('\s]{choice.replace('|', ' ')}[)'\s]")
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)
