@@ -11,7 +11,6 @@
 
 #include <opencv2/core.hpp>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -25,16 +24,6 @@ using ai_orvo::model::Object;
 using ai_orvo::model::TensorMap;
 using ai_orvo::model::YOLOv8Seg;
 using reference::SegSettings;
-
-/// Takes the masks away, so that what is left can be compared field by field.
-std::vector<cv::Mat> takeMasks(std::vector<Object>& objects) {
-    std::vector<cv::Mat> masks;
-    for (Object& object : objects) {
-        masks.push_back(object.mask);
-        object.mask = cv::Mat();
-    }
-    return masks;
-}
 
 /// What one comparison saw.
 struct Seen {
@@ -55,13 +44,10 @@ Seen compareWithReference(const SegSettings& settings, const TensorMap& outputs,
     reference::detectSeg(settings, expectedOutputs, expected);
     EXPECT_EQ(actualOutputs.size(), 10U);
 
-    const std::vector<cv::Mat> actualMasks = takeMasks(actual);
-    const std::vector<cv::Mat> expectedMasks = takeMasks(expected);
-    EXPECT_TRUE(sameObjects(actual, expected));
+    EXPECT_TRUE(sameObjectsAndMasks(actual, expected));
     Seen seen{actual.size() - earlier.size(), 0};
-    for (std::size_t i = 0; i < std::min(actualMasks.size(), expectedMasks.size()); ++i) {
-        EXPECT_TRUE(sameImage(actualMasks[i], expectedMasks[i])) << "mask " << i;
-        seen.maskPixels += expectedMasks[i].empty() ? 0 : cv::countNonZero(expectedMasks[i]);
+    for (const Object& object : expected) {
+        seen.maskPixels += object.mask.empty() ? 0 : cv::countNonZero(object.mask);
     }
     return seen;
 }

@@ -42,11 +42,11 @@ void addCalibrateOptions(CLI::App& command, CalibrateOptions& options) {
 }
 
 void requireClassWithCalibration(const ModelConfig& config, Console& console) {
-    if (!takesCalibration(config.modelClass)) {
+    if (!traitsOf(config.modelClass).takesCalibration) {
         throw wrongUse(config.path + ": the model class " + nameOf(config.modelClass) +
                        " reads its outputs as float32, never as 8 bits: there is nothing to calibrate");
     }
-    if (config.modelClass == ModelClass::kYoloV8Seg && !config.isQuantized) {
+    if (traitsOf(config.modelClass).readsBackEndKeys && !config.isQuantized) {
         console.note(config.path +
                      " says is_quantized: false; the calibration works where a configuration says true");
     }

@@ -26,10 +26,6 @@ bool holdsMaskCoefficients(ModelClass modelClass, const std::string& tensor) {
     return modelClass == ModelClass::kYoloV8Seg && coefficients.count(tensor) > 0;
 }
 
-bool takesCalibration(ModelClass modelClass) {
-    return modelClass != ModelClass::kYoloV5;
-}
-
 CalibratedTensor calibratedTensor(ModelClass modelClass, const std::string& tensor, ValueRange measured) {
     CalibratedTensor entry;
     const float leastTop = holdsScores(modelClass, tensor) ? kHighestScoreLogit : 0.0F;

@@ -11,12 +11,8 @@
 
 namespace brellix::app {
 
-/// \return whether the class ever asks the engine for 8-bit outputs, for which a calibration is.
-bool takesCalibration(ModelClass modelClass);
-
 /// \return whether the output holds mask coefficients. Their decoder takes the zero point off in 8 bits,
-/// where
-///         any other than 0 wraps the largest values.
+///         where any other than 0 wraps the largest values.
 bool holdsMaskCoefficients(ModelClass modelClass, const std::string& tensor);
 
 /// \return the entry of the output `tensor` with the values `measured`. Mask coefficients become symmetric,

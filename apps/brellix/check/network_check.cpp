@@ -86,7 +86,7 @@ void addRightKeys(const CheckedConfig& checked, Findings& findings) {
     addUnlessSpokenOf("class_num", std::to_string(config.classNum));
     addUnlessSpokenOf("input_size", std::to_string(config.inputSize.width) + " x " +
                                         std::to_string(config.inputSize.height));
-    if (checked.modelClassIsKnown && config.modelClass == ModelClass::kYoloV8Seg) {
+    if (checked.modelClassIsKnown && traitsOf(config.modelClass).readsBackEndKeys) {
         addUnlessSpokenOf("framework", config.framework);
         addUnlessSpokenOf("is_quantized", config.isQuantized ? "true" : "false");
     }

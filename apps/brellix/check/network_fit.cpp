@@ -79,7 +79,7 @@ class Fit {
         const cv::Size size = *recognition_.inputSize;
         if (size.width % kCoarsestStride != 0 || size.height % kCoarsestStride != 0) {
             addNetworkInput(size, "multiples of 32, the coarsest stride");
-        } else if (config_.modelClass == ModelClass::kYoloV8Seg && size.width != size.height) {
+        } else if (traitsOf(config_.modelClass).makesMasks && size.width != size.height) {
             addNetworkInput(size, "a square, which the masks need");
         } else if (size != config_.inputSize) {
             add("input_size", placeOf(config_, "input_size"),

@@ -13,11 +13,6 @@ Finding anchorsFinding(const CheckedConfig& checked, Severity severity, const st
     return {severity, "anchors", checked.network.path, found, "", ""};
 }
 
-/// The order in which a model feeds blue, green and red to its network.
-const char* channelsOf(ModelClass modelClass) {
-    return modelClass == ModelClass::kYoloV5 ? "rgb" : "bgr";
-}
-
 }  // namespace
 
 void judgeAnchors(const CheckedConfig& checked, Findings& findings) {
@@ -47,7 +42,7 @@ void judgeAnchors(const CheckedConfig& checked, Findings& findings) {
 }
 
 void judgeChannelOrder(const CheckedConfig& checked, Findings& findings) {
-    const std::string fed = channelsOf(checked.config.modelClass);
+    const std::string fed = traitsOf(checked.config.modelClass).channelOrder;
     const auto said = checked.network.metadata.find(kChannelsKey);
     Finding finding{Severity::kNote,
                     "channels",

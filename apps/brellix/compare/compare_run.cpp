@@ -36,7 +36,7 @@ class Side {
 
     SideOfPicture describe(const PictureResult& result, char letter, const ClassList& classes) const {
         return {result,
-                {classes, config_.modelClass == ModelClass::kYoloV8Seg},
+                {classes, traitsOf(config_.modelClass).makesMasks},
                 std::string(1, letter) + ": " + std::filesystem::path(config_.path).filename().string() +
                     ", " + counted(result.objects.size(), "object")};
     }

@@ -41,7 +41,16 @@ std::string quotedByte(char c) {
     return byte < 0x20 || byte == 0x7F ? escaped(byte) : std::string(1, c);
 }
 
-std::string segmentationKeys(const ModelSettings& settings) {
+/// \return "a, b or c".
+std::string alternatives(const std::vector<std::string>& words) {
+    std::string text;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        text += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
+    }
+    return text;
+}
+
+std::string backEndKeys(const ModelSettings& settings) {
     std::string text =
         "\n# The back-end: TensorRT, RKNN or ONNX, exactly. On a PC an ONNX network runs under each of "
         "them;\n"
@@ -92,8 +101,8 @@ std::string configText(const ConfigTemplate& content) {
     std::string text =
         "# Configuration of a model, written by brellix init. brellix check FILE compares it with the "
         "network.\n"
-        "\n# The model class: yolov5, yolov5_cutoff or yolov8_seg.\nmodel: " +
-        nameOf(settings.modelClass) +
+        "\n# The model class: " +
+        alternatives(modelClassNames()) + ".\nmodel: " + nameOf(settings.modelClass) +
         "\n\n# The network. A relative path is looked for from the working directory, then from this "
         "file's folder\n# (the library itself looks from the working directory alone).\nmodel_path: " +
         yamlQuoted(content.modelPath) +
@@ -107,8 +116,8 @@ std::string configText(const ConfigTemplate& content) {
         "\n\n# Width and height of the network's input in pixels; fixed by its input. Pictures of any "
         "size are scaled\n# and padded to it.\ninput_size: [" +
         std::to_string(settings.inputSize.width) + ", " + std::to_string(settings.inputSize.height) + "]\n";
-    if (settings.modelClass == ModelClass::kYoloV8Seg) {
-        text += segmentationKeys(settings);
+    if (traitsOf(settings.modelClass).readsBackEndKeys) {
+        text += backEndKeys(settings);
     }
     return text + namesText(content);
 }

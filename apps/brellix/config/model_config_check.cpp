@@ -136,8 +136,8 @@ void readFramework(const KeyReader& keys, CheckedConfig& checked) {
     }
 }
 
-/// What the segmentation model reads or needs beyond the detectors.
-void readSegmentationKeys(const KeyReader& keys, CheckedConfig& checked) {
+/// What a model reads that asks for its back-end, and the shape that masks need.
+void readBackEndKeys(const KeyReader& keys, CheckedConfig& checked) {
     readFramework(keys, checked);
     checked.config.isQuantized = keys.read<bool>(kIsQuantizedRule);
     // Any other shape works until something is found, and raises OpenCV's error then.
@@ -187,8 +187,8 @@ CheckedConfig checkModelConfig(const ModelRequest& request) {
     locateNetwork(keys, config);
     checked.network = readNetworkFacts(config.networkPath);
     chooseClass(request, checked);
-    if (checked.config.modelClass == ModelClass::kYoloV8Seg) {
-        readSegmentationKeys(keys, checked);
+    if (traitsOf(checked.config.modelClass).readsBackEndKeys) {
+        readBackEndKeys(keys, checked);
     }
     return checked;
 }

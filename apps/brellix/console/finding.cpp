@@ -33,10 +33,4 @@ bool holds(const Findings& findings, Severity severity) {
                        [severity](const Finding& finding) { return finding.severity == severity; });
 }
 
-bool holdsErrorAbout(const Findings& findings, const std::string& what) {
-    return std::any_of(findings.begin(), findings.end(), [&what](const Finding& finding) {
-        return finding.severity == Severity::kError && finding.what == what;
-    });
-}
-
 }  // namespace brellix::app

@@ -35,7 +35,4 @@ std::string sentenceOf(const Finding& finding);
 
 bool holds(const Findings& findings, Severity severity);
 
-/// \return whether an error about `what` is among them.
-bool holdsErrorAbout(const Findings& findings, const std::string& what);
-
 }  // namespace brellix::app

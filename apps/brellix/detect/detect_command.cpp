@@ -126,7 +126,7 @@ DetectJob prepareJob(const DetectOptions& options, Console& console) {
 }
 
 Drawing drawingFor(const DetectJob& job) {
-    return {job.classes, job.config.modelClass == ModelClass::kYoloV8Seg};
+    return {job.classes, traitsOf(job.config.modelClass).makesMasks};
 }
 
 /// \param standardOutput for the table or the JSON lines

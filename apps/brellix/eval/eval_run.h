@@ -27,7 +27,7 @@ struct EvalJob {
     ClassMapping mapping;
 
     const Dataset& dataset() const { return truth.dataset; }
-    bool makesMasks() const { return config.modelClass == ModelClass::kYoloV8Seg; }
+    bool makesMasks() const { return traitsOf(config.modelClass).makesMasks; }
 };
 
 /// What the model found.

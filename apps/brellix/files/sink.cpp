@@ -87,8 +87,4 @@ void Sink::close() {
     }
 }
 
-bool Sink::isTerminal() const {
-    return isatty(descriptor_) == 1;
-}
-
 }  // namespace brellix::app

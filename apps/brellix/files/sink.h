@@ -33,8 +33,6 @@ class Sink {
     /// Closes it and throws `Failure` for an error that shows only now.
     void close();
 
-    bool isTerminal() const;
-
   private:
     int descriptor_;
     std::string name_;

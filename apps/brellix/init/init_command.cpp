@@ -104,8 +104,7 @@ void requireUtf8(const std::string& path) {
 
 ModelSettings settingsFor(const InitOptions& options, const Recognition& recognition, Console& console) {
     const ModelClass modelClass = *modelClassOf(recognition.kind);
-    const bool isSegmentation = modelClass == ModelClass::kYoloV8Seg;
-    if (!isSegmentation && (options.quantized || options.framework != "ONNX")) {
+    if (!traitsOf(modelClass).readsBackEndKeys && (options.quantized || options.framework != "ONNX")) {
         console.note("--framework and --quantized have no effect: " + nameOf(modelClass) + " reads neither");
     }
     return {modelClass, *recognition.inputSize, *recognition.classNum, options.framework, options.quantized};

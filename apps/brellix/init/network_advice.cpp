@@ -45,8 +45,7 @@ std::string outputsOf(const NetworkFacts& network) {
 std::string unknownKind(const NetworkFacts& network) {
     std::string text = network.path + ": no model decodes its " +
                        counted(network.description.outputs.size(), "output") + ": " + outputsOf(network);
-    for (const ModelClass modelClass :
-         {ModelClass::kYoloV5, ModelClass::kYoloV5Cutoff, ModelClass::kYoloV8Seg}) {
+    for (const ModelClass modelClass : modelClasses()) {
         text += "; " + lackOf(modelClass, network);
     }
     return text + "; tools/prepare_network.py takes ordinary exports of YOLOv5 and YOLOv8 segmentation";

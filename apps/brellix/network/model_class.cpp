@@ -10,14 +10,11 @@
 namespace brellix::app {
 namespace {
 
-struct NamedClass {
-    ModelClass modelClass;
-    const char* name;
-};
-
-constexpr std::array<NamedClass, 3> kModelClasses = {{{ModelClass::kYoloV5, "yolov5"},
-                                                      {ModelClass::kYoloV5Cutoff, "yolov5_cutoff"},
-                                                      {ModelClass::kYoloV8Seg, "yolov8_seg"}}};
+constexpr std::array<ModelTraits, 3> kModels = {{
+    {ModelClass::kYoloV5, "yolov5", "rgb", false, false, false},
+    {ModelClass::kYoloV5Cutoff, "yolov5_cutoff", "bgr", false, false, true},
+    {ModelClass::kYoloV8Seg, "yolov8_seg", "bgr", true, true, true},
+}};
 
 /// \return whether the names are these, in any order.
 template <class Expected>
@@ -27,25 +24,35 @@ bool areExactly(const std::set<std::string>& names, const Expected& expected) {
 
 }  // namespace
 
+const ModelTraits& traitsOf(ModelClass modelClass) {
+    return *std::find_if(kModels.begin(), kModels.end(),
+                         [&](const ModelTraits& traits) { return traits.modelClass == modelClass; });
+}
+
 std::string nameOf(ModelClass modelClass) {
-    const auto found =
-        std::find_if(kModelClasses.begin(), kModelClasses.end(),
-                     [&](const NamedClass& candidate) { return candidate.modelClass == modelClass; });
-    return found->name;
+    return traitsOf(modelClass).name;
+}
+
+std::vector<ModelClass> modelClasses() {
+    std::vector<ModelClass> classes;
+    for (const ModelTraits& traits : kModels) {
+        classes.push_back(traits.modelClass);
+    }
+    return classes;
 }
 
 std::vector<std::string> modelClassNames() {
     std::vector<std::string> names;
-    for (const NamedClass& candidate : kModelClasses) {
-        names.emplace_back(candidate.name);
+    for (const ModelTraits& traits : kModels) {
+        names.emplace_back(traits.name);
     }
     return names;
 }
 
 std::optional<ModelClass> modelClassNamed(const std::string& name) {
-    const auto found = std::find_if(kModelClasses.begin(), kModelClasses.end(),
-                                    [&](const NamedClass& candidate) { return candidate.name == name; });
-    return found == kModelClasses.end() ? std::nullopt : std::optional(found->modelClass);
+    const auto found = std::find_if(kModels.begin(), kModels.end(),
+                                    [&](const ModelTraits& traits) { return traits.name == name; });
+    return found == kModels.end() ? std::nullopt : std::optional(found->modelClass);
 }
 
 std::optional<ModelClass> modelClassWithOutputs(const std::vector<std::string>& outputs) {

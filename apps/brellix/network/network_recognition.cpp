@@ -186,9 +186,13 @@ std::optional<ModelClass> modelClassOf(NetworkKind kind) {
             return ModelClass::kYoloV5Cutoff;
         case NetworkKind::kSegmentation:
             return ModelClass::kYoloV8Seg;
-        default:
-            return std::nullopt;
+        case NetworkKind::kSegmentationExport:
+        case NetworkKind::kFusedWithMasks:
+        case NetworkKind::kBoxesWithoutObjectness:
+        case NetworkKind::kUnknown:
+            break;
     }
+    return std::nullopt;
 }
 
 }  // namespace brellix::app
