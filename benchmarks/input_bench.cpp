@@ -64,7 +64,7 @@ void threeCalls(InputCase& input) {
     const int left = (kInput - input.scaledSize.width) / 2;
     cv::copyMakeBorder(input.scaled, padded, top, kInput - input.scaledSize.height - top, left,
                        kInput - input.scaledSize.width - left, cv::BORDER_CONSTANT, cv::Scalar::all(114));
-    const cv::Mat blob = cv::dnn::blobFromImage(padded, 1.0 / 255.0, cv::Size(), cv::Scalar(), true);
+    cv::Mat blob = cv::dnn::blobFromImage(padded, 1.0 / 255.0, cv::Size(), cv::Scalar(), true);
     benchmark::DoNotOptimize(blob.data);
 }
 

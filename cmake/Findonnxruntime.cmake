@@ -1,5 +1,6 @@
 # The target onnxruntime::onnxruntime: from ONNX Runtime's own CMake package where there is one (Debian 13), else from
 # headers and library under a prefix: onnxruntime_ROOT, CMAKE_PREFIX_PATH or the system's.
+# onnxruntime_SHARES_ONNX: whether it is linked to the system's onnx library, and has none within itself.
 find_package(onnxruntime CONFIG QUIET)
 if(TARGET onnxruntime::onnxruntime)
     get_target_property(onnxruntime_INCLUDE_DIR onnxruntime::onnxruntime INTERFACE_INCLUDE_DIRECTORIES)
@@ -18,3 +19,9 @@ endif()
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(onnxruntime REQUIRED_VARS onnxruntime_LIBRARY onnxruntime_INCLUDE_DIR
     REASON_FAILURE_MESSAGE "set onnxruntime_ROOT to a folder made by scripts/get-onnxruntime")
+
+if(onnxruntime_FOUND)
+    get_target_property(onnxruntime_location onnxruntime::onnxruntime LOCATION)
+    # The libraries that it needs stand in it by their names.
+    file(STRINGS "${onnxruntime_location}" onnxruntime_SHARES_ONNX REGEX "^libonnx\\.so" LIMIT_COUNT 1)
+endif()

@@ -86,6 +86,7 @@ void finishOutputs(const EngineNetwork& network, const std::vector<BoundTensor>&
 int AIEngine::Init(const AIEngineConfig& config) {
     return statusOf([&] {
         const Environment environment = readEnvironment();
+        prepareBackends();
         onnx::ModelProto model = readNetworkFile(config.model_path);
         NetworkDescription description = describeNetwork(model, config.model_path);
         Calibration calibration = readCalibration(calibrationPath(config.model_path));

@@ -6,6 +6,9 @@
 #ifdef BRELLIX_WITH_ONNXRUNTIME
 #include "onnxruntime/onnxruntime_backend.h"
 #endif
+#ifdef BRELLIX_ONNXRUNTIME_SHARES_ONNX
+#include "onnxruntime/shared_operator_register.h"
+#endif
 
 namespace ai_orvo::alg::common {
 namespace {
@@ -57,6 +60,12 @@ std::shared_ptr<EngineBackend> makeFirstThatRuns(const Environment& environment,
 #endif
 
 }  // namespace
+
+void prepareBackends() {
+#ifdef BRELLIX_ONNXRUNTIME_SHARES_ONNX
+    settleSharedOperatorRegister();
+#endif
+}
 
 std::shared_ptr<EngineBackend> makeBackend(const Environment& environment, const BackendRequest& request) {
     if (environment.backend == "opencv_dnn") {

@@ -54,6 +54,9 @@ struct BackendRequest {
     EngineNetwork& network;  ///< a back-end that can run a network of open extents settles them here
 };
 
+/// What has to be done before the first network is read; does it once, whichever thread comes first.
+void prepareBackends();
+
 /// Chooses the back-end that the environment asks for, or the first of those compiled in that runs the
 /// network.
 /// \throws Refusal (`kBadEnvironment`, `kBackendRefusal`).

@@ -12,4 +12,15 @@ namespace ai_orvo::alg::common {
 /// \throws std::invalid_argument that names the operator.
 void refuseHazards(const onnx::ModelProto& model);
 
+/// The part of it that concerns the windows of convolutions and pools: their sizes, steps and borders. Looks
+/// into nested graphs, too.
+/// \throws std::invalid_argument that names the operator.
+void refuseBadWindows(const onnx::GraphProto& graph);
+
+/// Writes the window of each convolution that leaves it to its weights into the node. Shape inference
+/// compares an attribute's length with the input's, but walks along the input by the weights' without
+/// looking.
+/// \param graph one that `refuseHazards` has let pass.
+void stateWindows(onnx::GraphProto& graph);
+
 }  // namespace ai_orvo::alg::common

@@ -6,19 +6,29 @@ debian_archives() {
     apt-get indextargets --format '$(REPO_URI) $(RELEASE)' 'Created-By: Packages' 'Origin: Debian' 'Component: main'
 }
 
+# The archives of another release of Debian, in the same form, from where this machine gets its own.
+debian_archives_of() {
+    debian_archives | sed "s/ $(. /etc/os-release && echo "$VERSION_CODENAME")\(-\|\$\)/ $1\1/"
+}
+
+debian_keyring=/usr/share/keyrings/debian-archive-keyring.gpg
+
+# "URI SUITE" lines from standard input as lines of a sources.list.
+apt_lines() { sed "s,.*,deb [signed-by=$debian_keyring] & main,"; }
+
 # own_apt_setup FOLDER ARCH: reads "URI SUITE" lines from standard input and prepares FOLDER for own_apt.
 own_apt_setup() {
     own_apt_folder=$1
     own_apt_arch=$2
     mkdir -p "$own_apt_folder/state/lists/partial" "$own_apt_folder/cache/archives/partial"
     : >"$own_apt_folder/state/status" # a file: apt puts its locks beside it
-    local keyring=/usr/share/keyrings/debian-archive-keyring.gpg uri suite
-    [ -f "$keyring" ] || {
-        echo "$keyring is missing; scripts/install-packages debian-archive-keyring installs it" >&2
+    local uri suite
+    [ -f "$debian_keyring" ] || {
+        echo "$debian_keyring is missing; scripts/install-packages debian-archive-keyring installs it" >&2
         return 1
     }
     while read -r uri suite; do
-        printf 'Types: deb\nURIs: %s\nSuites: %s\nComponents: main\nSigned-By: %s\n\n' "$uri" "$suite" "$keyring"
+        printf 'Types: deb\nURIs: %s\nSuites: %s\nComponents: main\nSigned-By: %s\n\n' "$uri" "$suite" "$debian_keyring"
     done >"$own_apt_folder/debian.sources"
     [ -s "$own_apt_folder/debian.sources" ] || {
         echo "apt knows no Debian archive on this machine: run apt-get update first" >&2

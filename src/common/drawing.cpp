@@ -49,8 +49,13 @@ std::string labelText(const Object& object, const std::string& name) {
     return text.data();
 }
 
+/// By its corners: given a `cv::Rect`, later versions of OpenCV (4.10, not 4.6) cut it at the picture's
+/// border first, and the cut shows as a line.
 void drawBox(cv::Mat& canvas, const cv::Rect_<float>& rect, const cv::Scalar& color) {
-    cv::rectangle(canvas, drawable(roundToInt(rect)), color, kBoxThickness, cv::LINE_8);
+    const cv::Rect box = drawable(roundToInt(rect));
+    if (!box.empty()) {
+        cv::rectangle(canvas, box.tl(), box.br() - cv::Point(1, 1), color, kBoxThickness, cv::LINE_8);
+    }
 }
 
 void drawLabel(cv::Mat& canvas, const cv::Rect_<float>& rect, const std::string& text,

@@ -47,6 +47,8 @@ class FailingBackend : public EngineBackend {
 
 }  // namespace
 
+void prepareBackends() {}
+
 std::shared_ptr<EngineBackend> makeBackend(const Environment&, const BackendRequest&) {
     return std::make_shared<FailingBackend>();
 }

@@ -256,6 +256,15 @@ TEST_F(EngineOnOnnxRuntime, RefusesAnOutputWhoseShapeDependsOnThePicture) {
     EXPECT_EQ(bytesOf(outputs["out"]), std::vector<int>(4, 7));
 }
 
+/// Makes `branch` a graph inside the network's last node.
+void addBranch(NetworkBuilder& network, const std::string& name, NetworkBuilder& branch) {
+    branch.graph().set_name(name);
+    onnx::AttributeProto& attribute = *network.graph().mutable_node()->rbegin()->add_attribute();
+    attribute.set_name(name);
+    attribute.set_type(onnx::AttributeProto::GRAPH);
+    *attribute.mutable_g() = branch.graph();
+}
+
 TEST_F(EngineOnOnnxRuntime, RunsControlFlow) {
     NetworkBuilder network(13);
     network.input("in", {1, 2}).output("out", {1, 2});
@@ -267,15 +276,28 @@ TEST_F(EngineOnOnnxRuntime, RunsControlFlow) {
         NetworkBuilder inner;
         inner.output(std::string(branch) + "_out", {1, 2})
             .node(operation, {"in"}, {std::string(branch) + "_out"});
-        inner.graph().set_name(branch);
-        onnx::AttributeProto& attribute = *network.graph().mutable_node()->rbegin()->add_attribute();
-        attribute.set_name(branch);
-        attribute.set_type(onnx::AttributeProto::GRAPH);
-        *attribute.mutable_g() = inner.graph();
+        addBranch(network, branch, inner);
     }
     const AIEngineConfig config = configFor(network);
     EXPECT_EQ(floatsFrom(config, {0.5F, 0.25F}, 2), (std::vector<float>{0.5F, 0.25F}));
     EXPECT_EQ(floatsFrom(config, {0.5F, 3.0F}, 2), (std::vector<float>{-0.5F, -3.0F}));
+}
+
+TEST_F(EngineOnOnnxRuntime, RefusesAWindowThatDoesNotMoveInABranch) {
+    NetworkBuilder network(13);
+    network.input("in", {1, 1, 4, 4}).output("out", {1, 1, 2, 2});
+    network.node("ReduceMax", {"in"}, {"largest"}).integer("keepdims", 0);
+    network.floats("limit", {}, {1.0F}).node("Greater", {"largest", "limit"}, {"large"});
+    network.node("If", {"large"}, {"out"});
+    for (const auto& [branch, step] : {std::pair("then_branch", 0), std::pair("else_branch", 2)}) {
+        const std::string result = std::string(branch) + "_out";
+        NetworkBuilder inner;
+        inner.output(result, {1, 1, 2, 2}).node("MaxPool", {"in"}, {result});
+        inner.integers("kernel_shape", {2, 2}).integers("strides", {2, step});
+        addBranch(network, branch, inner);
+    }
+    expectRefusal(init(configFor(network)), 4,
+                  {"MaxPool 'node_then_branch_out'", "strides must lie in 1 .. "});
 }
 
 TEST_F(EngineOnOnnxRuntime, ReadsAnInputToItsEndBeforeAnOutputTakesItsPlace) {

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <limits>
 
 namespace brellix::reference {
 
@@ -47,10 +48,19 @@ void drawLabel(cv::Mat& picture, const cv::Rect_<float>& box, const std::string&
                 cv::Scalar(255, 255, 255), style.thickness, 8, false);
 }
 
+int lastPixel(int first, int count) {
+    const std::int64_t last = static_cast<std::int64_t>(first) + count - 1;
+    return static_cast<int>(std::min<std::int64_t>(last, std::numeric_limits<int>::max()));
+}
+
 void drawBoxes(cv::Mat& picture, const std::vector<Object>& objects,
                const std::vector<std::string>& classNames, const ColorTable& colors, const TextStyle& style) {
     for (const Object& object : objects) {
-        cv::rectangle(picture, wholePixelBox(object.rect), colorAt(colors, object.label), 2, 8);
+        const cv::Rect box = wholePixelBox(object.rect);
+        if (!box.empty()) {
+            const cv::Point last(lastPixel(box.x, box.width), lastPixel(box.y, box.height));
+            cv::rectangle(picture, box.tl(), last, colorAt(colors, object.label), 2, 8);
+        }
         const std::string& name = classNames.at(static_cast<std::size_t>(object.label));
         drawLabel(picture, object.rect, labelText(name, object.prob), style);
     }

@@ -3,17 +3,17 @@
 #include <algorithm>
 #include <climits>
 #include <functional>
+#include <stdexcept>
 #include <utility>
 
-// Without it the header calls the library while the program is still being loaded.
-#define ORT_API_MANUAL_INIT
-#include <onnxruntime_cxx_api.h>
 #include <onnxruntime_session_options_config_keys.h>
 
 #include "../element_types.h"
+#include "../graph_hazards.h"
 #include "../open_extents.h"
 #include "../refusal.h"
 #include "graph_preparation.h"
+#include "library.h"
 #include "value_dependence.h"
 
 namespace ai_orvo::alg::common {
@@ -27,19 +27,6 @@ using Shape = std::vector<std::int64_t>;
                       "): the back-end onnxruntime (ONNX Runtime " + OrtGetApiBase()->GetVersionString() +
                       ") cannot run it: " + reason);
 }
-
-/// \return false where the library is older than the header that we were compiled with.
-bool loadApi() {
-    static const bool loaded = [] {
-        const OrtApi* const api = OrtGetApiBase()->GetApi(ORT_API_VERSION);
-        Ort::InitApi(api);
-        return api != nullptr;
-    }();
-    return loaded;
-}
-
-/// What ONNX Runtime has to say comes as an exception too; its own lines would stand beside our one.
-void ORT_API_CALL dropLogLine(void*, OrtLoggingLevel, const char*, const char*, const char*, const char*) {}
 
 bool becomesFloat(std::int32_t elementType) {
     return elementType == onnx::TensorProto::FLOAT || elementType == onnx::TensorProto::FLOAT16 ||
@@ -109,7 +96,7 @@ class OnnxRuntimeBackend : public EngineBackend {
     OnnxRuntimeBackend(const EngineNetwork& network, const PreparedGraph& prepared,
                        std::vector<Shape> inputShapes, std::optional<int> threads)
         : path_(network.path()),
-          environment_(ORT_LOGGING_LEVEL_FATAL, "brellix_ai_engine", dropLogLine, nullptr),
+          environment_(makeQuietEnvironment()),
           inputNames_(prepared.inputs),
           outputNames_(prepared.outputs),
           copiesOutputs_(mayFailOnValues(prepared.model.graph(), prepared.inputs)) {
@@ -246,7 +233,7 @@ class OnnxRuntimeBackend : public EngineBackend {
     }
 
     std::string path_;
-    Ort::Env environment_;  ///< counted by the library: the last one to go ends it
+    Ort::Env environment_;
     Ort::Session session_{nullptr};
     Ort::RunOptions runOptions_;
     Ort::MemoryInfo memory_ = Ort::MemoryInfo::CreateCpu(OrtArenaAllocator, OrtMemTypeDefault);
@@ -257,16 +244,26 @@ class OnnxRuntimeBackend : public EngineBackend {
     bool copiesOutputs_;  ///< written in place otherwise
 };
 
+/// Some versions divide by a window's steps before they look at them.
+void checkWindows(const EngineNetwork& network, const onnx::ModelProto& model) {
+    try {
+        refuseBadWindows(model.graph());
+    } catch (const std::invalid_argument& error) {
+        refuse(network, std::string(error.what()) + "; export the network again");
+    }
+}
+
 }  // namespace
 
 std::shared_ptr<EngineBackend> makeOnnxRuntimeBackend(std::optional<int> threads,
                                                       const BackendRequest& request) {
     EngineNetwork& network = request.network;
-    if (!loadApi()) {
+    if (!loadOnnxRuntime()) {
         refuse(network, "that library is older than the interface " + std::to_string(ORT_API_VERSION) +
                             " that the engine was built with: give the loader a newer one");
     }
     checkElementTypes(network);
+    checkWindows(network, request.model);
     SettledInputs inputs = settleInputs(request.config, network);
     const PreparedGraph prepared = prepareGraph(request.model, namesOf(network.inputs()), inputs.shapes);
     try {

@@ -90,6 +90,17 @@ TEST(DrawObjects, LabelOfABoxAboveThePictureFollowsIt) {
     EXPECT_TRUE(sameBytes(result, drawn));
 }
 
+TEST(DrawObjects, ABoxBeyondThePictureHasNoEdgeAtItsBorder) {
+    const cv::Mat image = noisePicture(64, 48);
+    cv::Mat result;
+    draw_objects(image, result, {object({-200, 30, 500, 12}, 0, 0.5F)}, {"a"}, CLASS_COLORS);
+    const cv::Rect atTheLeft(0, 33, 3, 6);
+    EXPECT_TRUE(sameBytes(result(atTheLeft).clone(), image(atTheLeft).clone()));
+    const cv::Rect atTheRight(61, 33, 3, 6);
+    EXPECT_TRUE(sameBytes(result(atTheRight).clone(), image(atTheRight).clone()));
+    EXPECT_FALSE(sameBytes(result, image));
+}
+
 TEST(DrawObjects, ObjectsAreDrawnInOrder) {
     const cv::Mat image = noisePicture(100, 100);
     const std::vector<Object> objects = {object({10, 10, 50, 50}, 0, 0.5F),
