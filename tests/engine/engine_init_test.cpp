@@ -267,11 +267,13 @@ TEST_F(EngineInit, RefusesShapesThatDoNotFitEachOther) {
 
 TEST_F(EngineInit, RefusesConvolutionsWhoseInputHasOtherDimensionsThanTheirWeights) {
     for (const Shape& shape : {Shape{1, 1}, {1, 1, 4}, {1, 1, 4, 4, 4}}) {
-        NetworkBuilder network;
-        network.input("in", shape).outputWithoutShape("out");
-        network.floats("weights", {1, 1, 1, 1}, {1.0F});
-        network.node("Conv", {"in", "weights"}, {"out"});
-        EXPECT_EQ(init(configFor(network)).status, 4) << shape.size() << " dimensions";
+        for (const char* const kind : {"Conv", "ConvTranspose"}) {
+            NetworkBuilder network;
+            network.input("in", shape).outputWithoutShape("out");
+            network.floats("weights", {1, 1, 1, 1}, {1.0F});
+            network.node(kind, {"in", "weights"}, {"out"});
+            EXPECT_EQ(init(configFor(network)).status, 4) << kind << " of " << shape.size() << " dimensions";
+        }
     }
 }
 
