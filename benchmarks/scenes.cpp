@@ -5,6 +5,8 @@
 #include "reference/quantization.h"
 #include "reference/tensor_building.h"
 
+#include <opencv2/imgproc.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -87,6 +89,22 @@ struct Head {
         score[static_cast<std::size_t>(label) * cells + cell] = logit;
     }
 };
+
+/// 32 planes of 160 x 160. Smooth ones change over some ten pixels.
+std::vector<float> prototypeValues(Random& random, Prototypes prototypes) {
+    constexpr int kPlanes = 32;
+    constexpr int kSide = 160;
+    const int side = prototypes == Prototypes::kSmooth ? kSide / 10 : kSide;
+    std::vector<float> values;
+    for (int plane = 0; plane < kPlanes; ++plane) {
+        std::vector<float> drawn = noise(random, static_cast<std::size_t>(side * side), -1.0F, 1.0F);
+        cv::Mat enlarged;
+        cv::resize(cv::Mat(side, side, CV_32F, drawn.data()), enlarged, {kSide, kSide}, 0, 0,
+                   cv::INTER_CUBIC);
+        values.insert(values.end(), enlarged.begin<float>(), enlarged.end<float>());
+    }
+    return values;
+}
 
 /// A candidate's place in the cut network's heads.
 struct AnchorCell {
@@ -185,7 +203,7 @@ YAML::Node segmentationConfig(bool isQuantized, const std::string& framework) {
     return node;
 }
 
-TensorMap segmentationOutputs(int objects, int repeats, bool isQuantized) {
+TensorMap segmentationOutputs(int objects, int repeats, bool isQuantized, Prototypes prototypes) {
     Random random(13);
     std::vector<Head> heads;
     for (int head = 0; head < 3; ++head) {
@@ -207,7 +225,7 @@ TensorMap segmentationOutputs(int objects, int repeats, bool isQuantized) {
         outputs[name(1)] = tensorOf(heads[head].score, isQuantized);
         outputs[name(2)] = tensorOf(heads[head].coefficient, isQuantized, true);
     }
-    outputs["proto"] = tensorOf(noise(random, 32 * 160 * 160, -1.0F, 1.0F), isQuantized);
+    outputs["proto"] = tensorOf(prototypeValues(random, prototypes), isQuantized);
     return outputs;
 }
 

@@ -39,9 +39,14 @@ constexpr float kSegmentationNms = 0.45F;
 /// A configuration of the segmentation network.
 YAML::Node segmentationConfig(bool isQuantized, const std::string& framework);
 
+/// What a mask's outline is made of: smooth, as a trained network has it (a tenth of the logits under a box
+/// have neighbours of another sign), or noise, where hardly any two neighbours agree.
+enum class Prototypes { kSmooth, kNoise };
+
 /// The ten outputs of the segmentation network with `objects` objects and `repeats` candidates each, side by
 /// side; boxes of 1/200 to 1/4 of the input, 1/25 in the median, each of a class of its own as far as they
 /// go.
-ai_orvo::model::TensorMap segmentationOutputs(int objects, int repeats, bool isQuantized);
+ai_orvo::model::TensorMap segmentationOutputs(int objects, int repeats, bool isQuantized,
+                                              Prototypes prototypes = Prototypes::kSmooth);
 
 }  // namespace brellix::bench

@@ -20,10 +20,11 @@ using ai_orvo::model::Object;
 using reference::SegCandidates;
 
 struct SegCase {
-    SegCase(int objects, int repeats, bool quantized, const cv::Size& picture)
+    SegCase(int objects, int repeats, bool quantized, const cv::Size& picture,
+            Prototypes prototypes = Prototypes::kSmooth)
         : isQuantized(quantized),
           model(segmentationConfig(quantized, "ONNX")),
-          outputs(segmentationOutputs(objects, repeats, quantized)) {
+          outputs(segmentationOutputs(objects, repeats, quantized, prototypes)) {
         model.letterboxInfo = letterboxOf(picture);
         settings.letterbox = model.letterboxInfo;
         settings.isQuantized = isQuantized;
@@ -106,8 +107,9 @@ bool sameObjectsAndMasks(std::vector<Object> a, std::vector<Object> b) {
     return static_cast<bool>(testing::sameObjects(a, b));
 }
 
-Measured measurePostprocessing(int objects, bool isQuantized, const cv::Size& picture) {
-    const auto data = std::make_shared<SegCase>(objects, 3, isQuantized, picture);
+Measured measurePostprocessing(int objects, bool isQuantized, const cv::Size& picture,
+                               Prototypes prototypes = Prototypes::kSmooth) {
+    const auto data = std::make_shared<SegCase>(objects, 3, isQuantized, picture, prototypes);
     Measured measured;
     measured.ours = [=] { benchmark::DoNotOptimize(data->ours().data()); };
     measured.reference = [=] { benchmark::DoNotOptimize(data->reference().data()); };
@@ -142,6 +144,10 @@ const bool registered = [] {
                      });
         }
     }
+    addStage("segmentation post-processing", "float, 20 objects, 1920x1080, prototypes of noise",
+             Other::kNone, [] {
+                 return measurePostprocessing(20, false, {1920, 1080}, Prototypes::kNoise);
+             });
     addStage("segmentation post-processing", "float, 20 objects, 640x480", Other::kNone, [] {
         return measurePostprocessing(20, false, {640, 480});
     });

@@ -1,12 +1,12 @@
 #include "command_line.h"
 
-#include "bench_command.h"
-#include "calibrate_command.h"
-#include "check_command.h"
-#include "compare_command.h"
-#include "detect_command.h"
-#include "eval_command.h"
-#include "init_command.h"
+#include "bench/bench_command.h"
+#include "calibrate/calibrate_command.h"
+#include "check/check_command.h"
+#include "compare/compare_command.h"
+#include "detect/detect_command.h"
+#include "eval/eval_command.h"
+#include "init/init_command.h"
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>

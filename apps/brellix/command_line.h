@@ -3,9 +3,9 @@
 /// \file
 /// What the subcommands share with `main`.
 
-#include "console.h"
-#include "failure.h"
-#include "own_output.h"
+#include "console/console.h"
+#include "console/failure.h"
+#include "files/own_output.h"
 
 #include <CLI/App.hpp>
 

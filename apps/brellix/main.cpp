@@ -1,5 +1,5 @@
 #include "command_line.h"
-#include "stop_request.h"
+#include "console/stop_request.h"
 
 #include <exception>
 

@@ -1,9 +1,9 @@
 #include "run_options.h"
 
-#include "failure.h"
-#include "inputs.h"
-#include "network_check.h"
-#include "text.h"
+#include "check/network_check.h"
+#include "console/failure.h"
+#include "console/text.h"
+#include "files/inputs.h"
 
 #include <CLI/Validators.hpp>
 

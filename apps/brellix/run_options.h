@@ -3,10 +3,10 @@
 /// \file
 /// Options that several subcommands have, and what they stand for.
 
-#include "console.h"
-#include "inputs.h"
-#include "model_config_check.h"
-#include "own_output.h"
+#include "config/model_config_check.h"
+#include "console/console.h"
+#include "files/inputs.h"
+#include "files/own_output.h"
 
 #include <CLI/App.hpp>
 

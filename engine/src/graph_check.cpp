@@ -53,6 +53,7 @@ GraphVerdict judgeGraph(const onnx::ModelProto& model) {
         verdict.inferred = withKnownIrVersion(model);
         checkRules(verdict.inferred);
         refuseHazards(verdict.inferred);
+        stateWindows(*verdict.inferred.mutable_graph());
         inferFromNodes(verdict.inferred);
         verdict.inferred.set_ir_version(model.ir_version());
     } catch (const std::bad_alloc&) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -29,14 +30,23 @@ constexpr AttributeLimits kWindowLimits[] = {
     {"group", 1, kMostWindow},
 };
 
-bool isConvolution(const onnx::NodeProto& node) {
-    return node.op_type() == "Conv" || node.op_type() == "ConvTranspose";
+/// Which input of a convolution its weights are; none for other operators.
+std::optional<int> weightsInputOf(const onnx::NodeProto& node) {
+    const std::string& kind = node.op_type();
+    if (kind == "Conv" || kind == "ConvTranspose" || kind == "ConvInteger" || kind == "DeformConv") {
+        return 1;
+    }
+    if (kind == "QLinearConv") {
+        return 3;
+    }
+    return std::nullopt;
 }
 
 bool hasWindow(const onnx::NodeProto& node) {
-    static const char* const kPools[] = {"MaxPool", "AveragePool", "LpPool", "MaxUnpool", "MaxRoiPool"};
-    return isConvolution(node) || std::any_of(std::begin(kPools), std::end(kPools),
-                                              [&node](const char* pool) { return node.op_type() == pool; });
+    static const char* const kPools[] = {"MaxPool",   "AveragePool", "LpPool",
+                                         "MaxUnpool", "MaxRoiPool",  "Col2Im"};
+    return weightsInputOf(node) || std::any_of(std::begin(kPools), std::end(kPools),
+                                               [&node](const char* pool) { return node.op_type() == pool; });
 }
 
 void checkWindow(const onnx::NodeProto& node) {
@@ -57,14 +67,14 @@ void checkWindow(const onnx::NodeProto& node) {
     }
 }
 
+/// Channels out, channels in; what follows is the window.
+constexpr int kWindowAxis = 2;
+
 /// Shape inference indexes the shape of the weights without asking for its length.
-void checkWeights(const onnx::GraphProto& graph, const onnx::NodeProto& node) {
-    constexpr int kWeightsInput = 1;
-    constexpr int kLeastRank = 3;
-    const onnx::TensorProto* weights = constantOf(graph, node.input(kWeightsInput));
-    if (weights == nullptr || weights->dims_size() < kLeastRank) {
-        refuse(node, "its weights '" + node.input(kWeightsInput) +
-                         "' are no stored tensor of 3 or more dimensions");
+void checkWeights(const onnx::GraphProto& graph, const onnx::NodeProto& node, const std::string& name) {
+    const onnx::TensorProto* weights = constantOf(graph, name);
+    if (weights == nullptr || weights->dims_size() <= kWindowAxis) {
+        refuse(node, "its weights '" + name + "' are no stored tensor of 3 or more dimensions");
     }
 }
 
@@ -98,9 +108,23 @@ void refuseHazards(const onnx::ModelProto& model) {
     refuseBadWindows(model.graph());
     for (const onnx::NodeProto& node : model.graph().node()) {
         checkFlat(node);
-        if (isConvolution(node)) {
-            checkWeights(model.graph(), node);
+        if (const std::optional<int> weights = weightsInputOf(node)) {
+            checkWeights(model.graph(), node, node.input(*weights));
         }
+    }
+}
+
+void stateWindows(onnx::GraphProto& graph) {
+    for (onnx::NodeProto& node : *graph.mutable_node()) {
+        const std::optional<int> input = weightsInputOf(node);
+        if (!input || attributeOf(node, "kernel_shape") != nullptr) {
+            continue;
+        }
+        const onnx::TensorProto& weights = *constantOf(graph, node.input(*input));
+        onnx::AttributeProto& window = *node.add_attribute();
+        window.set_name("kernel_shape");
+        window.set_type(onnx::AttributeProto::INTS);
+        window.mutable_ints()->Add(weights.dims().begin() + kWindowAxis, weights.dims().end());
     }
 }
 

@@ -2,8 +2,8 @@
 // where every figure is a share. Capped: masks of 2^20 pixels in all, 64 objects evaluated.
 
 #include "evaluation/coco_truth.h"
+#include "console/failure.h"
 #include "evaluation/evaluation.h"
-#include "failure.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"

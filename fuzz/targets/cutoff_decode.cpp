@@ -2,6 +2,7 @@
 // threshold, letterbox record, input size and class count. Capped: input of 64 x 64, 24 classes.
 
 #include "property/comparison.h"
+#include "property/model_settings.h"
 #include "reference/cutoff_boxes.h"
 #include "support/engine_scope.h"
 #include "support/require.h"
@@ -49,15 +50,6 @@ std::size_t headBytes(const CutoffSettings& settings, std::size_t head) {
            within(settings.inputSize.height / stride, 8);
 }
 
-void configure(YOLOv5Cutoff& model, const CutoffSettings& settings) {
-    model.input_size = settings.inputSize;
-    model.letterbox_info = settings.letterbox;
-    model.conf_thres = settings.confThreshold;
-    model.nms_thres = settings.nmsThreshold;
-    model.class_num = settings.classNum;
-    model.channels_per_anchor = settings.channelsPerAnchor;
-}
-
 void compareHead(YOLOv5Cutoff& model, const CutoffSettings& settings, AIBuff& output, int head) {
     std::vector<Object> objects(1);
     std::vector<Object> expected(1);
@@ -73,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     FuzzedData data(bytes, size);
     const CutoffSettings settings = settingsFrom(data);
     YOLOv5Cutoff model("network", "RKNN", {64, 64}, 0.25F, 0.65F, 6);
-    configure(model, settings);
+    testing::applySettings(model, settings);
     TensorMap outputs;
     for (std::size_t head = 0; head < reference::kCutoffHeadNames.size(); ++head) {
         AIBuff output = int8Tensor(data, headBytes(settings, head));

@@ -2,6 +2,7 @@
 // count. Capped: 64 candidates of 90 values.
 
 #include "property/comparison.h"
+#include "property/model_settings.h"
 #include "reference/fused_boxes.h"
 #include "support/engine_scope.h"
 #include "support/require.h"
@@ -41,10 +42,8 @@ AIBuff outputFrom(FuzzedData& data, const reference::FusedSettings& settings) {
 }
 
 std::vector<Object> postprocess(const reference::FusedSettings& settings, const AIBuff& output) {
-    YOLOv5 model("network", "TensorRT", {64, 64}, settings.confThreshold, settings.nmsThreshold, 6);
-    model.letterbox_info = settings.letterbox;
-    model.class_num = settings.classNum;
-    model.num_candidates = settings.numCandidates;
+    YOLOv5 model("network", "TensorRT", {64, 64}, 0.25F, 0.65F, 6);
+    testing::applySettings(model, settings);
     TensorMap outputs;
     outputs["output0"] = output;
     std::vector<Object> objects(1);

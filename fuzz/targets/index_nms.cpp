@@ -2,6 +2,7 @@
 // that name no candidate, class lists that are too short. Capped: 120 scores, 80 candidates.
 
 #include "reference/index_nms.h"
+#include "property/comparison.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"
@@ -37,7 +38,7 @@ void compareSorting(FuzzedData& data) {
     }
     require(pivot == reference::sortDescending(expected, left, right, expectedIndices), "first pivot");
     require(indices == expectedIndices, "order of the indices");
-    require(sameFloats(scores.data(), expected.data(), expected.size()), "order of the scores");
+    require(testing::sameFloats(scores, expected), "order of the scores");
 }
 
 void compareOverlap(FuzzedData& data) {

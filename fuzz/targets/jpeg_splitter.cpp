@@ -1,7 +1,7 @@
 // JPEG pictures in a stream: however the bytes arrive, the same pieces come out, each one in the stream and
 // from its start to its end marker. Capped: streams of 64 KiB (scripts/fuzz).
 
-#include "jpeg_splitter.h"
+#include "sources/jpeg_splitter.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"

@@ -1,13 +1,13 @@
 // What a network's metadata and a person's paths turn into: class names as exporters print them, text as YAML
 // that gives the same text back, words of a shell.
 
-#include "class_names_metadata.h"
-#include "config_template.h"
-#include "shell_quote.h"
+#include "config/config_template.h"
+#include "console/shell_quote.h"
+#include "console/text.h"
+#include "network/class_names_metadata.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"
-#include "text.h"
 
 #include <yaml-cpp/yaml.h>
 

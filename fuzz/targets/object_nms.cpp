@@ -42,7 +42,7 @@ void compareOverlap(FuzzedData& data) {
     const cv::Rect a = box();
     const cv::Rect b = box();
     const float overlap = ai_orvo::model::iou(a, b);
-    require(sameFloat(overlap, reference::iou(a, b)), "overlap");
+    require(testing::sameFloat(overlap, reference::iou(a, b)), "overlap");
     require(overlap >= 0.0F && overlap <= 1.0F, "overlap outside of 0 to 1");
 }
 

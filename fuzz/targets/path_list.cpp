@@ -1,9 +1,9 @@
 // Paths that arrive line by line, against the plain splitting of the whole text. Nothing is opened.
 // Capped: 64 KiB, which a pipe holds (scripts/fuzz).
 
-#include "path_list.h"
-#include "input_stream.h"
-#include "picture_reader.h"
+#include "sources/path_list.h"
+#include "files/picture_reader.h"
+#include "sources/input_stream.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"

@@ -2,8 +2,8 @@
 // a model comes to be without an exception and without an end of the process. The network beside it is a
 // small one of the fused form. Capped: files of 4096 bytes (scripts/fuzz).
 
-#include "failure.h"
-#include "model_config_check.h"
+#include "config/model_config_check.h"
+#include "console/failure.h"
 #include "support/engine_scope.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"

@@ -2,6 +2,7 @@
 // points.
 
 #include "reference/quantization.h"
+#include "property/comparison.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"
@@ -17,7 +18,7 @@ namespace model = ai_orvo::model;
 
 /// Zeros of both signs stand for the same value.
 bool sameValue(float a, float b) {
-    return a == b || sameFloat(a, b);
+    return a == b || testing::sameFloat(a, b);
 }
 
 }  // namespace

@@ -3,9 +3,9 @@
 // from text.
 
 #include "evaluation/mask_measures.h"
-#include "mask_polygons.h"
+#include "masks/mask_polygons.h"
+#include "masks/run_length.h"
 #include "property/random.h"
-#include "run_length.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"

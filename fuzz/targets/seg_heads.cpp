@@ -6,8 +6,6 @@
 #include "property/comparison.h"
 #include "property/yolov8_seg_tensors.h"
 #include "reference/dfl.h"
-#include "reference/seg_boxes.h"
-#include "reference/seg_prototypes.h"
 #include "support/engine_scope.h"
 #include "support/require.h"
 #include "support/target.h"
@@ -27,17 +25,7 @@ using ai_orvo::model::AIBuff;
 using ai_orvo::model::YOLOv8Seg;
 using reference::SegCandidates;
 using reference::SegSettings;
-
-/// One head's tensors and dimensions.
-struct HeadCase {
-    AIBuff box;
-    AIBuff score;
-    AIBuff maskCoef;
-    int gridH;
-    int gridW;
-    int stride;
-    int dflLen;
-};
+using testing::SegHeadCase;
 
 AIBuff tensorFrom(FuzzedData& data, bool isQuantized, std::size_t elements) {
     AIBuff tensor = isQuantized ? int8Tensor(data, elements) : floatTensor(data, elements, -6.0F, 3.0F);
@@ -58,8 +46,8 @@ SegSettings settingsFrom(FuzzedData& data) {
     return settings;
 }
 
-HeadCase headFrom(FuzzedData& data, const SegSettings& settings) {
-    HeadCase head{};
+SegHeadCase headFrom(FuzzedData& data, const SegSettings& settings) {
+    SegHeadCase head{};
     head.gridH = data.oddInteger(0, 8);
     head.gridW = data.oddInteger(0, 8);
     head.stride = data.oddInteger(1, 32);
@@ -74,55 +62,26 @@ HeadCase headFrom(FuzzedData& data, const SegSettings& settings) {
     return head;
 }
 
-int decode(YOLOv8Seg& model, const SegSettings& settings, HeadCase& head, SegCandidates& found) {
-    const auto decodeBoxes = settings.isQuantized ? &YOLOv8Seg::decodeBoxes_i8 : &YOLOv8Seg::decodeBoxes_fp32;
-    return (model.*decodeBoxes)(head.box, head.score, head.maskCoef, head.gridH, head.gridW, 64, 64,
-                                head.stride, head.dflLen, found.boxes, found.maskCoefs, found.scores,
-                                found.classIds, settings.confThreshold);
-}
-
-int decodeReference(const SegSettings& settings, const HeadCase& head, SegCandidates& found) {
-    const reference::SegHead view{head.box,    head.score,        head.maskCoef,
-                                  head.gridH,  head.gridW,        head.stride,
-                                  head.dflLen, settings.classNum, std::max(settings.maskCoefCount, 0)};
-    const auto decodeHead =
-        settings.isQuantized ? reference::decodeSegHeadInt8 : reference::decodeSegHeadFloat;
-    return decodeHead(view, settings.letterbox, settings.confThreshold, found);
-}
-
-void compareHead(YOLOv8Seg& model, const SegSettings& settings, HeadCase& head) {
+void compareHead(YOLOv8Seg& model, const SegSettings& settings, SegHeadCase& head) {
     SegCandidates actual;
     SegCandidates expected;
-    const int count = decode(model, settings, head, actual);
+    const int count = testing::decodeSegHead(model, settings, head, actual);
     if (settings.maskCoefCount < 0) {
         require(count == 0, "candidates with fewer than no coefficients");
         return;
     }
-    require(count == decodeReference(settings, head, expected), "count");
-    require(actual.boxes == expected.boxes && actual.classIds == expected.classIds, "boxes and classes");
-    require(actual.scores.size() == expected.scores.size() &&
-                sameFloats(actual.scores.data(), expected.scores.data(), expected.scores.size()),
-            "scores");
-    require(actual.maskCoefs.size() == expected.maskCoefs.size() &&
-                sameFloats(actual.maskCoefs.data(), expected.maskCoefs.data(), expected.maskCoefs.size()),
-            "coefficients");
+    require(count == testing::decodeSegHeadPlainly(settings, head, expected), "count");
+    require(testing::sameCandidates(actual, expected), "candidates");
 }
 
 void comparePrototypes(FuzzedData& data, YOLOv8Seg& model, const SegSettings& settings) {
     const int count = std::max(settings.maskCoefCount, 0);
     const auto elements = static_cast<std::size_t>(count * settings.protoWidth * settings.protoHeight);
     AIBuff proto = tensorFrom(data, settings.isQuantized, elements);
-    cv::Mat actual;
-    if (settings.isQuantized) {
-        model.decodeMask_i8(proto, actual);
-    } else {
-        model.decodeMask_fp32(proto, actual);
-    }
-    const auto prototypes =
-        settings.isQuantized ? reference::prototypesFromInt8 : reference::prototypesFromFloat;
-    const cv::Mat expected = prototypes(proto, count, settings.protoHeight, settings.protoWidth);
+    const cv::Mat actual = testing::prototypesOf(model, settings, proto);
+    const cv::Mat expected = testing::prototypesPlainly(settings, proto);
     require(actual.size() == expected.size() &&
-                sameFloats(actual.ptr<float>(), expected.ptr<float>(), expected.total()),
+                testing::sameFloats(actual.ptr<float>(), expected.ptr<float>(), expected.total()),
             "prototypes");
 }
 
@@ -143,7 +102,7 @@ void compareDistances(FuzzedData& data) {
         return;
     }
     reference::computeDfl(logits, bins, expected.data());
-    require(sameFloats(actual.data(), expected.data(), expected.size()), "distances");
+    require(testing::sameFloats(actual.data(), expected.data(), expected.size()), "distances");
 }
 
 }  // namespace
@@ -159,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     model.maskCoefCount = settings.maskCoefCount;
     model.protoWidth = settings.protoWidth;
     model.protoHeight = settings.protoHeight;
-    HeadCase head = headFrom(data, settings);
+    SegHeadCase head = headFrom(data, settings);
     compareHead(model, settings, head);
     comparePrototypes(data, model, settings);
     compareDistances(data);

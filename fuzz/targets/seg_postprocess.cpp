@@ -97,24 +97,6 @@ std::optional<std::vector<Object>> objectsOf(Postprocess postprocess) {
     return objects;
 }
 
-std::vector<cv::Mat> takeMasks(std::vector<Object>& objects) {
-    std::vector<cv::Mat> masks;
-    for (Object& object : objects) {
-        masks.push_back(object.mask);
-        object.mask = cv::Mat();
-    }
-    return masks;
-}
-
-void compareObjects(std::vector<Object> actual, std::vector<Object> expected) {
-    const std::vector<cv::Mat> actualMasks = takeMasks(actual);
-    const std::vector<cv::Mat> expectedMasks = takeMasks(expected);
-    require(testing::sameObjects(actual, expected), "objects");
-    for (std::size_t i = 0; i < expectedMasks.size(); ++i) {
-        require(testing::sameImage(actualMasks[i], expectedMasks[i]), "mask " + std::to_string(i));
-    }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
@@ -130,7 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         [&](std::vector<Object>& objects) { reference::detectSeg(settings, expectedOutputs, objects); });
     require(actual.has_value() == expected.has_value(), "one of the two refuses the sizes");
     if (actual) {
-        compareObjects(*actual, *expected);
+        require(testing::sameObjectsAndMasks(*actual, *expected), "objects");
     }
     return 0;
 }

@@ -3,8 +3,8 @@
 // a picture of 64 x 48.
 
 #include "evaluation/yolo_truth.h"
+#include "console/failure.h"
 #include "evaluation/ground_truth.h"
-#include "failure.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"

@@ -116,4 +116,33 @@ std::size_t indexOfHighest(const std::int8_t* scores, std::size_t count) {
     return static_cast<std::size_t>(std::find(scores, scores + count, highest) - scores);
 }
 
+CellIndices indicesOfHighest(const std::int8_t* scores, std::size_t pitch, int planes) {
+    CellIndices indices{};
+#if CV_SIMD128
+    cv::v_int8x16 highest = cv::v_load(scores);
+    cv::v_uint8x16 highestIndex = cv::v_setzero_u8();
+    for (int plane = 1; plane < planes; ++plane) {
+        scores += pitch;
+        const cv::v_int8x16 score = cv::v_load(scores);
+        const cv::v_int8x16 isHigher = score > highest;
+        highest = cv::v_select(isHigher, score, highest);
+        highestIndex = cv::v_select(cv::v_reinterpret_as_u8(isHigher),
+                                    cv::v_setall_u8(static_cast<std::uint8_t>(plane)), highestIndex);
+    }
+    cv::v_store(indices.data(), highestIndex);
+#else
+    for (std::size_t cell = 0; cell < kIndexedCells; ++cell) {
+        std::int8_t highest = scores[cell];
+        for (int plane = 1; plane < planes; ++plane) {
+            const std::int8_t score = scores[static_cast<std::size_t>(plane) * pitch + cell];
+            if (score > highest) {
+                highest = score;
+                indices[cell] = static_cast<std::uint8_t>(plane);
+            }
+        }
+    }
+#endif
+    return indices;
+}
+
 }  // namespace ai_orvo::model

@@ -3,6 +3,7 @@
 /// \file
 /// The highest scores of the cells of a head.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,5 +21,14 @@ void raiseToBestScores(const std::int8_t* scores, std::size_t pitch, int planes,
 
 /// \return the lowest index of the highest of `count` scores; `count` is at least 1.
 std::size_t indexOfHighest(const std::int8_t* scores, std::size_t count);
+
+/// An index a cell, of cells that lie side by side.
+constexpr std::size_t kIndexedCells = 16;
+constexpr int kMostIndexedPlanes = 256;
+using CellIndices = std::array<std::uint8_t, kIndexedCells>;
+
+/// \param scores plane k begins at scores[k * pitch]. \param planes 1 to kMostIndexedPlanes.
+/// \return for each cell the lowest index of the plane where its score is highest.
+CellIndices indicesOfHighest(const std::int8_t* scores, std::size_t pitch, int planes);
 
 }  // namespace ai_orvo::model

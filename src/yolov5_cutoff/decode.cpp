@@ -32,7 +32,7 @@ struct AnchorPlanes {
 };
 
 /// The cells that are looked at together, and which of them pass: a bit each, the first cell's the lowest.
-constexpr std::size_t kBlock = 16;
+constexpr std::size_t kBlock = kIndexedCells;
 using PassingCells = std::uint32_t;
 
 PassingCells passingCells(const std::int8_t* objectness, std::size_t count, std::int8_t threshold) {
@@ -133,25 +133,53 @@ class AnchorDecoder {
              first = skipEmptyBlocks(objectness, first + kBlock, planes_.area, threshold)) {
             const std::size_t count = std::min(kBlock, planes_.area - first);
             const PassingCells passing = passingCells(objectness + first, count, threshold);
-            for (std::size_t i = 0; passing >> i != 0; ++i) {
-                if ((passing >> i & 1U) != 0) {
-                    ++passed;
-                    addObject(first + i, objects);
-                }
+            if (count == kBlock && paysTogether(passing)) {
+                passed += addObjectsTogether(first, passing, objects);
+            } else {
+                passed += addObjects(first, passing, objects);
             }
         }
         return passed;
     }
 
   private:
-    void addObject(std::size_t cell, std::vector<Object>& objects) const {
-        // Without classes the last anchor has no channel where the first class would stand.
-        if (kFirstClass * planes_.area + cell >= planes_.bytes.size()) {
-            return;
+    /// An object makes several cells side by side pass, whose scores lie side by side, too.
+    bool paysTogether(PassingCells passing) const {
+        const bool areSeveral = (passing & (passing - 1)) != 0;
+        return areSeveral && layout_.classNum >= 1 && layout_.classNum <= kMostIndexedPlanes;
+    }
+
+    int addObjectsTogether(std::size_t first, PassingCells passing, std::vector<Object>& objects) const {
+        const CellIndices labels = indicesOfHighest(planes_.bytes.data() + kFirstClass * planes_.area + first,
+                                                    planes_.area, layout_.classNum);
+        return forEachCell(passing, [&](std::size_t i) { addObject(first + i, labels[i], objects); });
+    }
+
+    int addObjects(std::size_t first, PassingCells passing, std::vector<Object>& objects) const {
+        return forEachCell(passing, [&](std::size_t i) {
+            const std::size_t cell = first + i;
+            // Without classes the last anchor has no channel where the first class would stand.
+            if (kFirstClass * planes_.area + cell < planes_.bytes.size()) {
+                gatherScores(cell);
+                addObject(cell, indexOfHighest(scores_.data(), scores_.size()), objects);
+            }
+        });
+    }
+
+    template <typename Action>
+    static int forEachCell(PassingCells passing, Action action) {
+        int cells = 0;
+        for (std::size_t i = 0; passing >> i != 0; ++i) {
+            if ((passing >> i & 1U) != 0) {
+                ++cells;
+                action(i);
+            }
         }
-        gatherScores(cell);
-        const std::size_t label = indexOfHighest(scores_.data(), scores_.size());
-        const float classProbability = probabilities_[scores_[label]];
+        return cells;
+    }
+
+    void addObject(std::size_t cell, std::size_t label, std::vector<Object>& objects) const {
+        const float classProbability = probabilities_[planes_.raw(kFirstClass + label, cell)];
         if (classProbability > settings_.confThres) {
             const float objectness = probabilities_[planes_.raw(kObjectness, cell)];
             objects.push_back(

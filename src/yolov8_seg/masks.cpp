@@ -1,6 +1,5 @@
 #include "yolov8_seg/masks.h"
 
-#include "brellix/quantization.h"
 #include "common/numeric.h"
 #include "common/zeroed_image.h"
 #include "yolov8_seg/mask_logits.h"
@@ -68,14 +67,15 @@ class MaskAssembly {
         cv::Mat resized;
         cv::resize(cv::Mat(layout_.region.size(), CV_32F, logits_.data()), resized, layout_.image, 0, 0,
                    cv::INTER_LINEAR);
-        cv::compare(resized(box), static_cast<double>(unsigmoid(0.5F)), mask, cv::CMP_GT);
+        cv::compare(resized(box), 0.0, mask, cv::CMP_GT);
     }
 
     /// For all others: only what lies under the box is multiplied and resized.
     void resizeUnderBox(const float* coefficients, const cv::Rect& box, const cv::Mat& mask) {
         const cv::Rect window = resized_.choose(box) + layout_.region.tl();
         maskLogits(coefficients, prototypes_, layout_.pitch, window, logits_);
-        resized_.threshold(logits_.data(), unsigmoid(0.5F), mask);
+        // A probability of one half is a logit of 0.
+        resized_.markPositive(logits_.data(), mask);
     }
 
     const cv::Mat& prototypes_;

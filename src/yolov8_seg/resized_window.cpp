@@ -1,6 +1,11 @@
 // The arithmetic is that of OpenCV's float resize: the position in double precision narrowed to single, the
 // line first, then the column, every product rounded before the sum. Written out here it is the same on every
 // processor, and only the pixels of an object's box are made.
+//
+// Of those, only the ones are interpolated whose neighbours in the source differ in sign. Weights lie between
+// 0 and 1, so that between values of which none is positive no product and no sum is positive, and NaN never
+// is; between positive finite values that are far enough from 0 not to vanish in a product every sum is
+// positive.
 
 #include "yolov8_seg/resized_window.h"
 
@@ -9,10 +14,17 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <utility>
 
 namespace ai_orvo::model {
 namespace {
+
+/// Columns of the result that are decided at once.
+constexpr std::size_t kBlock = 16;
+
+/// Looking at the signs pays where it spares at least so many lines.
+constexpr int kSmallestBand = 4;
 
 /// Where a coordinate of the result lies in the source: a whole number and what is left over.
 struct Position {
@@ -31,26 +43,47 @@ double scaleOf(int sourceLength, int length) {
     return 1.0 / (static_cast<double>(length) / sourceLength);
 }
 
-void thresholdBetween(const float* lowLine, const float* highLine, float lowWeight, float highWeight,
-                      float limit, std::size_t count, uchar* mask) {
-    std::size_t x = 0;
+/// Two resized lines, and how a line of the result is mixed of them.
+struct LinePair {
+    const float* low;
+    const float* high;
+    float lowWeight;
+    float highWeight;
+};
+
+void markPositiveBetween(const LinePair& lines, std::size_t begin, std::size_t end, uchar* mask) {
+    std::size_t x = begin;
 #if CV_SIMD128
-    const cv::v_float32x4 low = cv::v_setall_f32(lowWeight);
-    const cv::v_float32x4 high = cv::v_setall_f32(highWeight);
-    const cv::v_float32x4 limits = cv::v_setall_f32(limit);
-    const auto exceeds = [&](std::size_t at) {
-        return cv::v_reinterpret_as_u32(cv::v_load(lowLine + at) * low + cv::v_load(highLine + at) * high >
-                                        limits);
+    const cv::v_float32x4 lowWeight = cv::v_setall_f32(lines.lowWeight);
+    const cv::v_float32x4 highWeight = cv::v_setall_f32(lines.highWeight);
+    const cv::v_float32x4 zero = cv::v_setzero_f32();
+    const auto isPositive = [&](std::size_t at) {
+        return cv::v_reinterpret_as_u32(
+            cv::v_load(lines.low + at) * lowWeight + cv::v_load(lines.high + at) * highWeight > zero);
     };
-    for (; x + 16 <= count; x += 16) {
-        const cv::v_uint16x8 first = cv::v_pack(exceeds(x), exceeds(x + 4));
-        const cv::v_uint16x8 second = cv::v_pack(exceeds(x + 8), exceeds(x + 12));
+    for (; x + kBlock <= end; x += kBlock) {
+        const cv::v_uint16x8 first = cv::v_pack(isPositive(x), isPositive(x + 4));
+        const cv::v_uint16x8 second = cv::v_pack(isPositive(x + 8), isPositive(x + 12));
         cv::v_store(mask + x, cv::v_pack(first, second));
     }
 #endif
-    for (; x < count; ++x) {
-        mask[x] = lowLine[x] * lowWeight + highLine[x] * highWeight > limit ? 255 : 0;
+    for (; x < end; ++x) {
+        mask[x] = lines.low[x] * lines.lowWeight + lines.high[x] * lines.highWeight > 0.0F ? 255 : 0;
     }
+}
+
+// What is known of a column of the source in two lines.
+constexpr unsigned char kNeverPositive = 1;
+constexpr unsigned char kAlwaysPositive = 2;
+
+unsigned char signOf(float low, float high) {
+    // Far above what two products with weights of a half can push below the smallest float.
+    constexpr float kSmallest = 1e-20F;
+    constexpr float kLargest = std::numeric_limits<float>::max();
+    const bool isPositive = low >= kSmallest && low <= kLargest && high >= kSmallest && high <= kLargest;
+    const bool isSomewherePositive = low > 0.0F || high > 0.0F;
+    return static_cast<unsigned char>((isPositive ? kAlwaysPositive : 0) |
+                                      (isSomewherePositive ? 0 : kNeverPositive));
 }
 
 }  // namespace
@@ -146,15 +179,80 @@ void ResizedWindow::resizeLines(const float* values, const LineTap& tap) {
     resizeLine(values, tap.high, resized_[1]);
 }
 
-void ResizedWindow::threshold(const float* values, float limit, cv::Mat mask) {
+void ResizedWindow::findSigns(const float* values, const LineTap& tap) {
+    const float* const low = values + static_cast<std::ptrdiff_t>(tap.low) * pitch_;
+    const float* const high = values + static_cast<std::ptrdiff_t>(tap.high) * pitch_;
+    signs_.resize(static_cast<std::size_t>(pitch_));
+    for (std::size_t column = 0; column < signs_.size(); ++column) {
+        signs_[column] = signOf(low[column], high[column]);
+    }
+}
+
+void ResizedWindow::addRun(const Run& run) {
+    if (!runs_.empty() && runs_.back().end == run.begin && runs_.back().isPositive == run.isPositive) {
+        runs_.back().end = run.end;
+    } else {
+        runs_.push_back(run);
+    }
+}
+
+void ResizedWindow::findRuns(const float* values, const Band& band) {
+    runs_.clear();
+    const std::size_t count = columns_.low.size();
+    if (band.size() < kSmallestBand) {
+        runs_.push_back({0, count, false});
+        return;
+    }
+    findSigns(values, lines_[static_cast<std::size_t>(band.start)]);
+    const auto last = signs_.size() - 1;
+    for (std::size_t x = 0; x < count; x += kBlock) {
+        const std::size_t end = std::min(x + kBlock, count);
+        const auto from = static_cast<std::size_t>(columns_.low[x]);
+        const std::size_t to = std::min(static_cast<std::size_t>(columns_.low[end - 1]) + 1, last);
+        unsigned char common = kNeverPositive | kAlwaysPositive;
+        for (std::size_t column = from; column <= to; ++column) {
+            common &= signs_[column];
+        }
+        if ((common & kNeverPositive) == 0) {
+            addRun({x, end, (common & kAlwaysPositive) != 0});
+        }
+    }
+}
+
+void ResizedWindow::markBand(const Band& band, cv::Mat& mask) const {
+    for (int y = band.start; y < band.end; ++y) {
+        const LineTap& tap = lines_[static_cast<std::size_t>(y)];
+        const LinePair lines{resized_[0].values.data(), resized_[1].values.data(), tap.lowWeight,
+                             tap.highWeight};
+        uchar* const line = mask.ptr(y);
+        for (const Run& run : runs_) {
+            if (run.isPositive) {
+                std::fill(line + run.begin, line + run.end, uchar{255});
+            } else {
+                markPositiveBetween(lines, run.begin, run.end, line);
+            }
+        }
+    }
+}
+
+void ResizedWindow::markPositive(const float* values, cv::Mat mask) {
     for (ResizedLine& line : resized_) {
         line.index = -1;
     }
-    for (std::size_t y = 0; y < lines_.size(); ++y) {
-        const LineTap& tap = lines_[y];
-        resizeLines(values, tap);
-        thresholdBetween(resized_[0].values.data(), resized_[1].values.data(), tap.lowWeight, tap.highWeight,
-                         limit, columns_.low.size(), mask.ptr(static_cast<int>(y)));
+    const int count = static_cast<int>(lines_.size());
+    for (Band band(0, 0); band.start < count; band.start = band.end) {
+        const LineTap& tap = lines_[static_cast<std::size_t>(band.start)];
+        const auto isOfBand = [&](const LineTap& other) {
+            return other.low == tap.low && other.high == tap.high;
+        };
+        while (band.end < count && isOfBand(lines_[static_cast<std::size_t>(band.end)])) {
+            ++band.end;
+        }
+        findRuns(values, band);
+        if (std::any_of(runs_.begin(), runs_.end(), [](const Run& run) { return !run.isPositive; })) {
+            resizeLines(values, tap);
+        }
+        markBand(band, mask);
     }
 }
 

@@ -22,12 +22,11 @@ class ResizedWindow {
     /// \return the part of the source that it comes from.
     cv::Rect choose(const cv::Rect& box);
 
-    /// Writes 255 where the chosen box of the resized plane exceeds `limit`, 0 elsewhere.
+    /// Writes 255 where the chosen box of the resized plane is positive.
     ///
     /// \param values what `choose` asked for, line by line.
-    /// \param limit  compared strictly.
-    /// \param mask   as large as the box, CV_8U.
-    void threshold(const float* values, float limit, cv::Mat mask);
+    /// \param mask   as large as the box, CV_8U, zero.
+    void markPositive(const float* values, cv::Mat mask);
 
   private:
     /// Where lines of the result come from: source[low] * lowWeight + source[high] * highWeight.
@@ -56,10 +55,24 @@ class ResizedWindow {
         std::vector<float> values;
     };
 
+    /// Neighbouring lines of the result that come from the same two lines of the source.
+    using Band = cv::Range;
+
+    /// Columns of the result, side by side, of which the same is known.
+    struct Run {
+        std::size_t begin;
+        std::size_t end;
+        bool isPositive;  ///< everywhere in the band; otherwise unknown
+    };
+
     cv::Range chooseColumns(int first, int count);
     cv::Range chooseLines(int first, int count);
     void resizeLine(const float* values, int index, ResizedLine& line) const;
     void resizeLines(const float* values, const LineTap& tap);
+    void findRuns(const float* values, const Band& band);
+    void findSigns(const float* values, const LineTap& tap);
+    void addRun(const Run& run);
+    void markBand(const Band& band, cv::Mat& mask) const;
 
     cv::Size source_;
     cv::Size result_;
@@ -67,6 +80,9 @@ class ResizedWindow {
     ColumnTaps columns_;
     std::vector<LineTap> lines_;
     std::array<ResizedLine, 2> resized_;  ///< the low and the high line of the latest result
+    std::vector<unsigned char>
+        signs_;              ///< what a band's two lines have in common, a column of the source each
+    std::vector<Run> runs_;  ///< of a band; what lies in none of them is nowhere positive
 };
 
 }  // namespace ai_orvo::model

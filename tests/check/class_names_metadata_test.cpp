@@ -1,4 +1,4 @@
-#include "class_names_metadata.h"
+#include "network/class_names_metadata.h"
 
 #include <gtest/gtest.h>
 

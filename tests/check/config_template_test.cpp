@@ -1,4 +1,4 @@
-#include "config_template.h"
+#include "config/config_template.h"
 
 #include <gtest/gtest.h>
 #include <yaml-cpp/yaml.h>

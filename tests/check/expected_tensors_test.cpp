@@ -1,5 +1,5 @@
-#include "expected_tensors.h"
-#include "network_anchors.h"
+#include "network/expected_tensors.h"
+#include "network/network_anchors.h"
 
 #include "support/fake_engine.h"
 #include "support/temporary_folder.h"

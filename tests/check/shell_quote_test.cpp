@@ -1,4 +1,4 @@
-#include "shell_quote.h"
+#include "console/shell_quote.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "text.h"
+#include "console/text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What `--help` says, the man pages say, and the shells complete: the same options with the same arguments.
+"""What `--help` says, the man pages and the guide say, and the shells complete: the same options with the same arguments.
 
 The program is taken from the environment variable BRELLIX_PROGRAM.
 """
@@ -12,15 +12,19 @@ import shutil
 import subprocess
 import tempfile
 import unittest
+from functools import cache
 from pathlib import Path
 
 PROGRAM = os.environ["BRELLIX_PROGRAM"]
-APP = Path(__file__).resolve().parents[2] / "apps" / "brellix"
+ROOT = Path(__file__).resolve().parents[2]
+APP = ROOT / "apps" / "brellix"
+GUIDE = (ROOT / "docs" / "command-line.md").read_text()
 COMMANDS = ["init", "check", "detect", "calibrate", "eval", "compare", "bench"]
 
 Option = tuple[str, str, str]  # short and long name, argument; empty where there is none
 
 
+@cache
 def help_of(*command: str) -> str:
     return subprocess.run([PROGRAM, *command, "--help"], capture_output=True, text=True, check=True).stdout
 
@@ -110,6 +114,76 @@ class ManPages(unittest.TestCase):
         for path in sorted((APP / "man").iterdir()):
             done = subprocess.run(["groff", "-man", "-ww", "-Tutf8", "-z", path], capture_output=True, text=True, check=True)
             self.assertEqual(done.stderr, "", path.name)
+
+
+def guide_section(command: str) -> tuple[str, str]:
+    """The words behind the command in its heading, and the section itself."""
+    found = re.search(rf"^## `brellix {command} ([^`]*)`\n(.*?)(?=^## |\Z)", GUIDE, re.MULTILINE | re.DOTALL)
+    assert found, command
+    return found.group(1), found.group(2)
+
+
+def guide_rows(command: str) -> list[tuple[list[tuple[str, str]], str]]:
+    """The rows of the command's table: names with their arguments, and what they do. `--` alone is no option."""
+    table = re.search(r"^\| option \| what it does \|\n\|[-|]*\|\n((?:\|.*\n)*)", guide_section(command)[1], re.MULTILINE)
+    assert table, command
+    rows = [[cell.strip() for cell in line.strip("|").split(" | ", 1)] for line in table.group(1).splitlines()]
+    return [([(name, argument) for name, argument in re.findall(r"`(-[\w-]*)(?: (\S+))?`", names) if name != "--"], what)
+            for names, what in rows]
+
+
+class Guide(unittest.TestCase):
+    def test_commands_and_their_words_are_those_of_help(self) -> None:
+        (overview,) = re.findall(r"^```\n(brellix init .*?)^```", GUIDE, re.MULTILINE | re.DOTALL)
+        listed = dict(re.findall(r"^brellix (\w+) (.*?)  ", overview, re.MULTILINE))
+        self.assertEqual(list(listed), COMMANDS)
+        for command in COMMANDS:
+            with self.subTest(command):
+                self.assertEqual(listed[command].split(), synopsis_of_help(command))
+                self.assertEqual(guide_section(command)[0].split(), synopsis_of_help(command))
+
+    def test_each_option_of_help_has_a_row_and_each_row_an_option(self) -> None:
+        for command in COMMANDS:
+            with self.subTest(command):
+                options = [option for option in options_of_help(help_of(command)) if option[1] != "--help"]
+                named = {name for names, _ in guide_rows(command) for name, _ in names}
+                self.assertEqual(named - spellings(options), set(), "no options of the command")
+                self.assertEqual([long for short, long, _ in options if not {short, long} & named], [], "not in the table")
+
+    def test_arguments_are_those_of_help(self) -> None:
+        """A row says the argument behind the long name, and where it is one of several words, all of them."""
+        for command in COMMANDS:
+            arguments = {long: argument for _, long, argument in options_of_help(help_of(command))}
+            for names, what in guide_rows(command):
+                for name, said in [entry for entry in names if entry[0] in arguments and not what.startswith("as for")]:
+                    with self.subTest(f"{command} {name}"):
+                        words = arguments[name].split("|")
+                        if len(words) > 1:
+                            self.assertTrue(said)
+                            self.assertEqual([word for word in words if f"`{word}`" not in what], [])
+                        else:
+                            self.assertEqual(said, arguments[name])
+
+    def test_what_is_as_for_another_command_stands_there(self) -> None:
+        references = 0
+        for command in COMMANDS:
+            for names, what in guide_rows(command):
+                if other := re.match(r"as for `(\w+)`", what):
+                    there = {name for row, _ in guide_rows(other.group(1)) for name, _ in row}
+                    self.assertEqual({name for name, _ in names} - there, set(), command)
+                    references += 1
+        self.assertGreaterEqual(references, 5)
+
+    def test_examples_of_all_documents_use_options_that_exist(self) -> None:
+        examples = [line for path in [ROOT / "README.md", *(ROOT / "docs").glob("*.md")]
+                    for block in re.findall(r"```(?:sh|bash)\n(.*?)```", path.read_text(), re.DOTALL)
+                    for line in re.findall(rf"\bbrellix (?:{'|'.join(COMMANDS)}) [^|;&#\n]*", block)]
+        self.assertGreaterEqual(len(examples), 50)
+        known = {command: spellings(options_of_help(help_of(command))) for command in COMMANDS}
+        for example in examples:
+            with self.subTest(example):
+                used = {word for word in example.split()[2:] if re.match(r"--?[a-z]", word)}
+                self.assertEqual(used - known[example.split()[1]], set())
 
 
 def bash_completion(*words: str, folder: str | None = None) -> set[str]:
@@ -204,6 +278,15 @@ class OtherShells(unittest.TestCase):
             for offered in (zsh_options, fish_options):
                 with self.subTest(f"{offered.__name__} {command}"):
                     self.assertEqual(offered(command), expected)
+
+    def test_words_to_choose_from_are_those_of_help(self) -> None:
+        choices = {argument for command in COMMANDS for _, _, argument in options_of_help(help_of(command)) if "|" in argument}
+        self.assertGreaterEqual(len(choices), 3)
+        for name in ("_brellix", "brellix.fish"):
+            text = (APP / "completion" / name).read_text()
+            for choice in choices:
+                with self.subTest(f"{name} {choice}"):
+                    self.assertRegex(text, rf"[('\s]{choice.replace('|', ' ')}[)'\s]")
 
 
 if __name__ == "__main__":

@@ -265,6 +265,29 @@ TEST_F(EngineInit, RefusesShapesThatDoNotFitEachOther) {
     EXPECT_EQ(init(configFor(network)).status, 4);
 }
 
+TEST_F(EngineInit, RefusesConvolutionsWhoseInputHasOtherDimensionsThanTheirWeights) {
+    for (const Shape& shape : {Shape{1, 1}, {1, 1, 4}, {1, 1, 4, 4, 4}}) {
+        NetworkBuilder network;
+        network.input("in", shape).outputWithoutShape("out");
+        network.floats("weights", {1, 1, 1, 1}, {1.0F});
+        network.node("Conv", {"in", "weights"}, {"out"});
+        EXPECT_EQ(init(configFor(network)).status, 4) << shape.size() << " dimensions";
+    }
+}
+
+TEST_F(EngineInit, RefusesQuantizedConvolutionsThatDoNotMove) {
+    NetworkBuilder network;
+    network.input("in", {1, 1, 4, 4}).outputWithoutShape("out");
+    network.floats("one", {}, {1.0F}).byte("zero", onnx::TensorProto::UINT8, 0);
+    onnx::TensorProto& weights =
+        *network.byte("weights", onnx::TensorProto::UINT8, 1).graph().mutable_initializer(2);
+    weights.mutable_dims()->Resize(4, 1);
+    network.node("QuantizeLinear", {"in", "one", "zero"}, {"bytes"});
+    network.node("ConvInteger", {"bytes", "weights"}, {"sums"}).integers("strides", {0, 1});
+    network.node("Cast", {"sums"}, {"out"}).integer("to", onnx::TensorProto::FLOAT);
+    EXPECT_EQ(init(configFor(network)).status, 4);
+}
+
 TEST_F(EngineInit, LeavesTheInstanceAsItWasWhenItFails) {
     expectSilentSuccess(init(configFor(addition(1.0F))));
     AIEngineConfig absent;

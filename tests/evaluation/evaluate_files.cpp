@@ -1,11 +1,11 @@
 // Evaluates the detections of one file against the ground truth of another, as `brellix eval` does with what
 // a model finds: evaluate_files TRUTH.json DETECTIONS.json writes {"box": ..., "mask": ...}.
 
+#include "console/failure.h"
 #include "evaluation/coco_truth.h"
 #include "evaluation/evaluation.h"
 #include "evaluation/evaluation_json.h"
-#include "failure.h"
-#include "run_length.h"
+#include "masks/run_length.h"
 
 #include <cstdint>
 #include <exception>

@@ -3,7 +3,7 @@
 /// \file
 /// Expecting refusals.
 
-#include "failure.h"
+#include "console/failure.h"
 
 #include <gtest/gtest.h>
 

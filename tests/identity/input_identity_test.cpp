@@ -77,6 +77,18 @@ void detectAll(CvModel& model, Digest& digest) {
     addInputs(digest);
 }
 
+/// What a detector and a segmentation model hand over for each network size.
+template <typename Detector>
+void addTensors(Digest& ofDetector, Digest& ofSegmentation, const char* framework, bool isQuantized) {
+    FakeEngine::reset();
+    for (const cv::Size& input : inputSizes()) {
+        Detector detector("network", "RKNN", input, 0.5F, 0.5F, 4);
+        detectAll(detector, ofDetector);
+        YOLOv8Seg segmentation(segConfig(input, framework, isQuantized));
+        detectAll(segmentation, ofSegmentation);
+    }
+}
+
 TEST(InputIdentity, SamplePicturesAreDecodedAlike) {
     Digest digest;
     for (const cv::Mat& picture : samplePictures()) {
@@ -113,29 +125,17 @@ TEST(InputIdentity, LetterboxOfOtherTypes) {
 }
 
 TEST(InputIdentity, FloatTensors) {
-    FakeEngine::reset();
     Digest rgb;
     Digest bgr;
-    for (const cv::Size& input : inputSizes()) {
-        YOLOv5 detector("network", "RKNN", input, 0.5F, 0.5F, 4);
-        detectAll(detector, rgb);
-        YOLOv8Seg segmentation(segConfig(input, "ONNX", false));
-        detectAll(segmentation, bgr);
-    }
+    addTensors<YOLOv5>(rgb, bgr, "ONNX", false);
     EXPECT_TRUE(Record::instance().agrees("input.tensor_float_rgb", rgb));
     EXPECT_TRUE(Record::instance().agrees("input.tensor_float_bgr", bgr));
 }
 
 TEST(InputIdentity, ByteTensors) {
-    FakeEngine::reset();
     Digest cut;
     Digest seg;
-    for (const cv::Size& input : inputSizes()) {
-        YOLOv5Cutoff detector("network", "RKNN", input, 0.5F, 0.5F, 4);
-        detectAll(detector, cut);
-        YOLOv8Seg segmentation(segConfig(input, "RKNN", true));
-        detectAll(segmentation, seg);
-    }
+    addTensors<YOLOv5Cutoff>(cut, seg, "RKNN", true);
     EXPECT_TRUE(Record::instance().agrees("input.tensor_bytes", cut));
     EXPECT_TRUE(Record::instance().agrees("input.tensor_bytes_segmentation", seg));
 }

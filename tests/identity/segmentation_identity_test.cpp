@@ -53,6 +53,14 @@ class SegmentationIdentity : public ::testing::TestWithParam<bool> {
         return model;
     }
 
+    /// One of a small input, for a small picture.
+    static std::unique_ptr<YOLOv8Seg> smallModel(Seeded& seeded) {
+        const int side = seeded.oneOf({32, 64, 96});
+        const int width = seeded.integer(12, 150);
+        const int height = seeded.integer(12, 150);
+        return modelFor(side, {width, height}, seeded);
+    }
+
     static AIBuff tensor(Seeded& seeded, int elements, float low, float high) {
         const auto count = static_cast<std::size_t>(elements);
         if (!GetParam()) {
@@ -107,10 +115,7 @@ TEST_P(SegmentationIdentity, CandidatesAndPrototypes) {
     Digest prototypes;
     int found = 0;
     for (int i = 0; i < 60; ++i) {
-        const int side = seeded.oneOf({32, 64, 96});
-        const int width = seeded.integer(12, 150);
-        const int height = seeded.integer(12, 150);
-        const std::unique_ptr<YOLOv8Seg> owner = modelFor(side, {width, height}, seeded);
+        const std::unique_ptr<YOLOv8Seg> owner = smallModel(seeded);
         YOLOv8Seg& model = *owner;
         TensorMap outputs = outputsFor(model, seeded);
         for (int head = 0; head < kHeads; ++head) {
@@ -147,10 +152,7 @@ TEST_P(SegmentationIdentity, ObjectsAndMasks) {
     Digest digest;
     Seen seen;
     for (int i = 0; i < 80; ++i) {
-        const int side = seeded.oneOf({32, 64, 96});
-        const int width = seeded.integer(12, 150);
-        const int height = seeded.integer(12, 150);
-        const std::unique_ptr<YOLOv8Seg> owner = modelFor(side, {width, height}, seeded);
+        const std::unique_ptr<YOLOv8Seg> owner = smallModel(seeded);
         YOLOv8Seg& model = *owner;
         TensorMap outputs = outputsFor(model, seeded);
         addObjects(digest, model, outputs, seen);

@@ -5,8 +5,8 @@
 #include "support/temporary_folder.h"
 
 #include "brellix/class_names.h"
-#include "json_lines.h"
-#include "table.h"
+#include "detect/json_lines.h"
+#include "detect/table.h"
 
 #include <gtest/gtest.h>
 #include <yaml-cpp/yaml.h>

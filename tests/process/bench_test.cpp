@@ -1,4 +1,4 @@
-#include "stage_times.h"
+#include "run/stage_times.h"
 
 #include "detect_fixture.h"
 

@@ -1,4 +1,4 @@
-#include "construction_guard.h"
+#include "config/construction_guard.h"
 
 #include <gtest/gtest.h>
 

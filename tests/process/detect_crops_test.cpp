@@ -1,4 +1,4 @@
-#include "crop_box.h"
+#include "detect/crop_box.h"
 #include "detect_fixture.h"
 
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "detect_fixture.h"
 
-#include "standard_input.h"
+#include "sources/standard_input.h"
 
 #include <opencv2/videoio.hpp>
 

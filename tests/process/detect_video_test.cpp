@@ -1,7 +1,7 @@
 #include "detect_fixture.h"
 
-#include "annotated_video.h"
-#include "video_file.h"
+#include "detect/annotated_video.h"
+#include "sources/video_file.h"
 
 #include <opencv2/videoio.hpp>
 

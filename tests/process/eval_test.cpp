@@ -1,6 +1,6 @@
 #include "model_fixture.h"
 
-#include "run_length.h"
+#include "masks/run_length.h"
 
 namespace brellix::testing {
 namespace {

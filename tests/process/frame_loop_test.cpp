@@ -1,9 +1,9 @@
-#include "frame_loop.h"
+#include "sources/frame_loop.h"
 
-#include "failure.h"
-#include "picture_reader.h"
-#include "source_queue.h"
-#include "stop_request.h"
+#include "console/failure.h"
+#include "console/stop_request.h"
+#include "files/picture_reader.h"
+#include "sources/source_queue.h"
 
 #include <gtest/gtest.h>
 

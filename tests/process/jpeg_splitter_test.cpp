@@ -1,4 +1,4 @@
-#include "jpeg_splitter.h"
+#include "sources/jpeg_splitter.h"
 
 #include "detect_fixture.h"
 

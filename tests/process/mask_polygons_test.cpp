@@ -1,4 +1,4 @@
-#include "mask_polygons.h"
+#include "masks/mask_polygons.h"
 
 #include "model_fixture.h"
 

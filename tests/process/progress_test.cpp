@@ -1,4 +1,4 @@
-#include "progress.h"
+#include "sources/progress.h"
 #include "detect_fixture.h"
 
 #include <fcntl.h>

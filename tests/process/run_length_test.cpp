@@ -1,4 +1,4 @@
-#include "run_length.h"
+#include "masks/run_length.h"
 
 #include "coco_mask.h"
 

@@ -1,4 +1,4 @@
-#include "source_names.h"
+#include "sources/source_names.h"
 
 #include <gtest/gtest.h>
 

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace brellix::testing {
 
@@ -19,13 +20,6 @@ using ::testing::AssertionResult;
 using ::testing::AssertionSuccess;
 
 namespace {
-
-bool sameBits(float a, float b) {
-    if (std::isnan(a) || std::isnan(b)) {
-        return std::isnan(a) && std::isnan(b);
-    }
-    return std::memcmp(&a, &b, sizeof(a)) == 0;
-}
 
 bool lessProbable(const Object& a, const Object& b) {
     return std::isnan(a.prob) ? !std::isnan(b.prob) : a.prob < b.prob;
@@ -46,6 +40,15 @@ std::string described(const Object& object) {
     std::ostringstream text;
     text << object.rect << " label " << object.label << " prob " << object.prob;
     return text.str();
+}
+
+/// Takes the masks away, so that what is left can be compared field by field.
+std::vector<cv::Mat> takeMasks(std::vector<Object>& objects) {
+    std::vector<cv::Mat> masks;
+    for (Object& object : objects) {
+        masks.push_back(std::exchange(object.mask, cv::Mat()));
+    }
+    return masks;
 }
 
 /// Takes the kept ones out of the candidates. \return the first kept one that is no candidate, or null.
@@ -80,6 +83,18 @@ AssertionResult isOrderedAndFree(const std::vector<Object>& kept, float threshol
 
 }  // namespace
 
+bool sameFloat(float a, float b) {
+    return (std::isnan(a) && std::isnan(b)) || std::memcmp(&a, &b, sizeof(a)) == 0;
+}
+
+bool sameFloats(const float* actual, const float* expected, std::size_t count) {
+    return std::equal(actual, actual + count, expected, sameFloat);
+}
+
+bool sameFloats(const std::vector<float>& actual, const std::vector<float>& expected) {
+    return actual.size() == expected.size() && sameFloats(actual.data(), expected.data(), actual.size());
+}
+
 AssertionResult sameImage(const cv::Mat& actual, const cv::Mat& expected) {
     if (actual.size() != expected.size() || actual.type() != expected.type()) {
         return AssertionFailure() << "size " << actual.size() << " type " << actual.type() << " instead of "
@@ -95,9 +110,9 @@ AssertionResult sameImage(const cv::Mat& actual, const cv::Mat& expected) {
 }
 
 AssertionResult sameLetterbox(const LetterboxInfo& actual, const LetterboxInfo& expected) {
-    if (sameBits(actual.ratio, expected.ratio) && sameBits(actual.dw, expected.dw) &&
-        sameBits(actual.dh, expected.dh) && sameBits(actual.src_height, expected.src_height) &&
-        sameBits(actual.src_width, expected.src_width)) {
+    if (sameFloat(actual.ratio, expected.ratio) && sameFloat(actual.dw, expected.dw) &&
+        sameFloat(actual.dh, expected.dh) && sameFloat(actual.src_height, expected.src_height) &&
+        sameFloat(actual.src_width, expected.src_width)) {
         return AssertionSuccess();
     }
     return AssertionFailure() << "ratio " << actual.ratio << " dw " << actual.dw << " dh " << actual.dh
@@ -107,9 +122,9 @@ AssertionResult sameLetterbox(const LetterboxInfo& actual, const LetterboxInfo& 
 }
 
 bool sameObject(const Object& a, const Object& b) {
-    return sameBits(a.rect.x, b.rect.x) && sameBits(a.rect.y, b.rect.y) &&
-           sameBits(a.rect.width, b.rect.width) && sameBits(a.rect.height, b.rect.height) &&
-           a.label == b.label && sameBits(a.prob, b.prob) && a.mask.data == b.mask.data;
+    return sameFloat(a.rect.x, b.rect.x) && sameFloat(a.rect.y, b.rect.y) &&
+           sameFloat(a.rect.width, b.rect.width) && sameFloat(a.rect.height, b.rect.height) &&
+           a.label == b.label && sameFloat(a.prob, b.prob) && a.mask.data == b.mask.data;
 }
 
 AssertionResult sameObjects(const std::vector<Object>& actual, const std::vector<Object>& expected) {
@@ -121,6 +136,20 @@ AssertionResult sameObjects(const std::vector<Object>& actual, const std::vector
     }
     if (actual.size() != expected.size()) {
         return AssertionFailure() << actual.size() << " objects instead of " << expected.size();
+    }
+    return AssertionSuccess();
+}
+
+AssertionResult sameObjectsAndMasks(std::vector<Object> actual, std::vector<Object> expected) {
+    const std::vector<cv::Mat> actualMasks = takeMasks(actual);
+    const std::vector<cv::Mat> expectedMasks = takeMasks(expected);
+    if (AssertionResult result = sameObjects(actual, expected); !result) {
+        return result;
+    }
+    for (std::size_t i = 0; i < expectedMasks.size(); ++i) {
+        if (AssertionResult result = sameImage(actualMasks[i], expectedMasks[i]); !result) {
+            return result << " in mask " << i;
+        }
     }
     return AssertionSuccess();
 }

@@ -1,4 +1,5 @@
 #include "property/comparison.h"
+#include "property/model_settings.h"
 #include "property/random.h"
 #include "reference/cutoff_boxes.h"
 #include "reference/tensor_building.h"
@@ -56,18 +57,9 @@ AIBuff randomHead(Random& random, const CutoffSettings& settings, int head) {
 
 class Yolov5CutoffProperty : public ::testing::Test {
   protected:
-    void configure(const CutoffSettings& settings) {
-        model_.input_size = settings.inputSize;
-        model_.letterbox_info = settings.letterbox;
-        model_.conf_thres = settings.confThreshold;
-        model_.nms_thres = settings.nmsThreshold;
-        model_.class_num = settings.classNum;
-        model_.channels_per_anchor = settings.channelsPerAnchor;
-    }
-
     /// Compares one head. \return how many objects were appended.
     std::size_t compareHead(const CutoffSettings& settings, AIBuff output, int head) {
-        configure(settings);
+        applySettings(model_, settings);
         std::vector<Object> objects(1);  // stays, the head's objects come behind
         std::vector<Object> expected(1);
         const int count = model_.decodeBoxes(output, head, objects);
@@ -87,6 +79,25 @@ TEST_F(Yolov5CutoffProperty, RandomHeadsGiveTheObjectsOfTheReference) {
         const int head = random.integer(0, 2);
         found += compareHead(settings, randomHead(random, settings, head), head);
         ASSERT_FALSE(HasFailure()) << "case " << i;
+    }
+    EXPECT_GT(found, 2000U);
+}
+
+TEST_F(Yolov5CutoffProperty, EqualScoresGiveTheLowestClassHoweverManyThereAre) {
+    Random random(84);
+    std::size_t found = 0;
+    for (int i = 0; i < 60; ++i) {
+        CutoffSettings settings = randomSettings(random);
+        settings.confThreshold = 0.25F;
+        settings.classNum = random.oneOf({1, 2, 80, 255, 256, 257, 300});
+        settings.channelsPerAnchor = settings.classNum + random.oneOf({5, 5, 7});
+        AIBuff output = randomHead(random, settings, 0);
+        const std::int8_t step = random.oneOf<std::int8_t>({127, 50, 1});
+        for (std::int8_t& byte : *output.data) {
+            byte = static_cast<std::int8_t>(byte / step * step);
+        }
+        found += compareHead(settings, output, 0);
+        ASSERT_FALSE(HasFailure()) << "case " << i << " with " << settings.classNum << " classes";
     }
     EXPECT_GT(found, 2000U);
 }
@@ -139,7 +150,7 @@ TEST_F(Yolov5CutoffProperty, WithoutClassesTheFirstClassByteIsReadWhereThereIsOn
     AIBuff output = reference::int8Tensor(random.bytes(3 * 6 * 64), 0, 0.05F);  // longer than it has to be
     EXPECT_GT(compareHead(settings, output, 0), 10U);
     output.data->resize(3 * 5 * 64);
-    configure(settings);
+    applySettings(model_, settings);
     std::vector<Object> objects;
     std::vector<Object> expected;
     EXPECT_EQ(model_.decodeBoxes(output, 0, objects),
@@ -153,7 +164,7 @@ TEST_F(Yolov5CutoffProperty, ThreeHeadsGiveOneOfTheGreedyResultsSilently) {
     for (int i = 0; i < 100; ++i) {
         CutoffSettings settings = randomSettings(random);
         settings.confThreshold = 0.6F;
-        configure(settings);
+        applySettings(model_, settings);
         TensorMap outputs;
         for (int head = 0; head < 3; ++head) {
             if (random.chance(0.9)) {

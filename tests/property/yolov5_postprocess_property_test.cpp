@@ -1,4 +1,5 @@
 #include "property/comparison.h"
+#include "property/model_settings.h"
 #include "property/random.h"
 #include "reference/fused_boxes.h"
 #include "reference/tensor_building.h"
@@ -37,11 +38,7 @@ class Yolov5PostprocessProperty : public ::testing::Test {
     Yolov5PostprocessProperty() { FakeEngine::reset(); }
 
     std::vector<Object> detectWith(const FusedSettings& settings, TensorMap& outputs) {
-        model_.letterbox_info = settings.letterbox;
-        model_.conf_thres = settings.confThreshold;
-        model_.nms_thres = settings.nmsThreshold;
-        model_.class_num = settings.classNum;
-        model_.num_candidates = settings.numCandidates;
+        applySettings(model_, settings);
         std::vector<Object> objects(2);  // what lies there has to go
         const std::string line = standardOutputOf([&] { model_.postprocess(outputs, objects); });
         EXPECT_EQ(line, reference::letterboxLine(settings.letterbox));

@@ -3,8 +3,6 @@
 #include "property/yolov8_seg_tensors.h"
 #include "reference/dfl.h"
 #include "reference/seg_boxes.h"
-#include "reference/seg_prototypes.h"
-#include "reference/tensor_building.h"
 #include "support/fake_engine.h"
 
 #include "brellix/yolov8_seg.h"
@@ -12,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -27,44 +24,13 @@ using ai_orvo::model::AIBuff;
 using ai_orvo::model::TensorMap;
 using ai_orvo::model::YOLOv8Seg;
 using reference::SegCandidates;
-using reference::SegHead;
 using reference::SegSettings;
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr int kIntMin = std::numeric_limits<int>::min();
 constexpr int kIntMax = std::numeric_limits<int>::max();
 
-bool sameFloats(const float* a, const float* b, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const bool bothNan = std::isnan(a[i]) && std::isnan(b[i]);
-        if (!bothNan && std::memcmp(a + i, b + i, sizeof(float)) != 0) {
-            return false;
-        }
-    }
-    return true;
-}
-
-void expectSame(const SegCandidates& actual, const SegCandidates& expected) {
-    EXPECT_EQ(actual.boxes, expected.boxes);
-    EXPECT_EQ(actual.classIds, expected.classIds);
-    ASSERT_EQ(actual.scores.size(), expected.scores.size());
-    EXPECT_TRUE(sameFloats(actual.scores.data(), expected.scores.data(), actual.scores.size()));
-    ASSERT_EQ(actual.maskCoefs.size(), expected.maskCoefs.size());
-    EXPECT_TRUE(sameFloats(actual.maskCoefs.data(), expected.maskCoefs.data(), actual.maskCoefs.size()));
-}
-
-/// The tensors and dimensions of one head; copies of the buffers share their bytes.
-struct HeadCase {
-    AIBuff box;
-    AIBuff score;
-    AIBuff maskCoef;
-    int gridH;
-    int gridW;
-    int stride;
-    int dflLen;
-};
-
-HeadCase headCase(const SegSettings& settings, TensorMap& outputs, std::size_t head) {
+SegHeadCase headCase(const SegSettings& settings, TensorMap& outputs, std::size_t head) {
     const auto tensor = [&](std::size_t part) { return outputs["output" + std::to_string(3 * head + part)]; };
     return {tensor(0),
             tensor(1),
@@ -76,21 +42,12 @@ HeadCase headCase(const SegSettings& settings, TensorMap& outputs, std::size_t h
 }
 
 /// Decodes one head with both. \return how many candidates were appended.
-int compareHead(YOLOv8Seg& model, const SegSettings& settings, HeadCase& head) {
+int compareHead(YOLOv8Seg& model, const SegSettings& settings, SegHeadCase& head) {
     SegCandidates actual;
-    const auto decode = settings.isQuantized ? &YOLOv8Seg::decodeBoxes_i8 : &YOLOv8Seg::decodeBoxes_fp32;
-    const int count = (model.*decode)(head.box, head.score, head.maskCoef, head.gridH, head.gridW,
-                                      settings.inputSize.height, settings.inputSize.width, head.stride,
-                                      head.dflLen, actual.boxes, actual.maskCoefs, actual.scores,
-                                      actual.classIds, settings.confThreshold);
-    const SegHead view{head.box,    head.score,        head.maskCoef,
-                       head.gridH,  head.gridW,        head.stride,
-                       head.dflLen, settings.classNum, settings.maskCoefCount};
     SegCandidates expected;
-    const auto decodeReference =
-        settings.isQuantized ? reference::decodeSegHeadInt8 : reference::decodeSegHeadFloat;
-    EXPECT_EQ(count, decodeReference(view, settings.letterbox, settings.confThreshold, expected));
-    expectSame(actual, expected);
+    const int count = decodeSegHead(model, settings, head, actual);
+    EXPECT_EQ(count, decodeSegHeadPlainly(settings, head, expected));
+    EXPECT_TRUE(sameCandidates(actual, expected));
     return count;
 }
 
@@ -108,7 +65,7 @@ TEST_P(Yolov8SegBoxesProperty, RandomHeadsGiveTheCandidatesOfTheReference) {
         TensorMap outputs = randomSegOutputs(random, settings);
         YOLOv8Seg model(segConfig(settings));
         applySettings(model, settings);
-        HeadCase head = headCase(settings, outputs, static_cast<std::size_t>(random.integer(0, 2)));
+        SegHeadCase head = headCase(settings, outputs, static_cast<std::size_t>(random.integer(0, 2)));
         found += compareHead(model, settings, head);
         ASSERT_FALSE(HasFailure()) << "case " << i;
     }
@@ -125,7 +82,7 @@ TEST_P(Yolov8SegBoxesProperty, HostileValuesAndSettingsGiveTheCandidatesOfTheRef
         settings.letterbox.ratio = random.oneOf({settings.letterbox.ratio, kNan, -1.0F, 1e30F});
         settings.letterbox.dw = random.oneOf({settings.letterbox.dw, kNan, -1e30F});
         settings.letterbox.src_width = random.oneOf({settings.letterbox.src_width, 0.0F, -3.0F});
-        HeadCase head = headCase(settings, outputs, static_cast<std::size_t>(random.integer(0, 2)));
+        SegHeadCase head = headCase(settings, outputs, static_cast<std::size_t>(random.integer(0, 2)));
         for (AIBuff* tensor : {&head.box, &head.score, &head.maskCoef}) {
             tensor->zp = random.oneOf({tensor->zp, tensor->zp, 1000, kIntMin, kIntMax});
             tensor->scale = random.oneOf({tensor->scale, tensor->scale, 0.0F, -0.1F, random.hostile()});
@@ -151,7 +108,7 @@ TEST_P(Yolov8SegBoxesProperty, ShortTensorsAndImpossibleDimensionsGiveNothing) {
         SegSettings settings = randomSegSettings(random, GetParam());
         settings.confThreshold = 0.0F;
         TensorMap outputs = randomSegOutputs(random, settings);
-        HeadCase head = headCase(settings, outputs, 1);
+        SegHeadCase head = headCase(settings, outputs, 1);
         YOLOv8Seg model(segConfig(settings));
         applySettings(model, settings);
         ASSERT_GT(compareHead(model, settings, head), 0);
@@ -190,16 +147,7 @@ TEST_P(Yolov8SegBoxesProperty, PrototypesGiveTheMatrixOfTheReference) {
         AIBuff& proto = outputs["proto"];
         proto.zp = random.oneOf({proto.zp, -128, 127, kIntMin, kIntMax});
         YOLOv8Seg model(segConfig(settings));
-        cv::Mat actual;
-        if (settings.isQuantized) {
-            model.decodeMask_i8(proto, actual);
-        } else {
-            model.decodeMask_fp32(proto, actual);
-        }
-        const auto prototypesOf =
-            settings.isQuantized ? reference::prototypesFromInt8 : reference::prototypesFromFloat;
-        EXPECT_TRUE(sameImage(
-            actual, prototypesOf(proto, settings.maskCoefCount, settings.protoHeight, settings.protoWidth)));
+        EXPECT_TRUE(sameImage(prototypesOf(model, settings, proto), prototypesPlainly(settings, proto)));
     }
 }
 

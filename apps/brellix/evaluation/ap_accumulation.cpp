@@ -1,4 +1,4 @@
-#include "ap_accumulation.h"
+#include "evaluation/ap_accumulation.h"
 
 #include <algorithm>
 #include <limits>

@@ -3,8 +3,8 @@
 /// \file
 /// From matched detections to precision and recall: one class over all pictures.
 
-#include "ap_definitions.h"
-#include "ap_matching.h"
+#include "evaluation/ap_definitions.h"
+#include "evaluation/ap_matching.h"
 
 #include <array>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "ap_definitions.h"
+#include "evaluation/ap_definitions.h"
 
 namespace brellix::app {
 namespace {

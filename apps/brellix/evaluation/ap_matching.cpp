@@ -1,4 +1,4 @@
-#include "ap_matching.h"
+#include "evaluation/ap_matching.h"
 
 #include <algorithm>
 

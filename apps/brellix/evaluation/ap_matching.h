@@ -3,7 +3,7 @@
 /// \file
 /// Which detections find ground truth: one class on one picture.
 
-#include "ap_definitions.h"
+#include "evaluation/ap_definitions.h"
 
 #include <array>
 #include <cstddef>

@@ -1,7 +1,7 @@
-#include "class_mapping.h"
+#include "evaluation/class_mapping.h"
 
-#include "failure.h"
-#include "text.h"
+#include "console/failure.h"
+#include "console/text.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 /// \file
 /// Which class of the network is which category of the dataset.
 
-#include "dataset.h"
+#include "evaluation/dataset.h"
 
 #include <cstddef>
 #include <map>

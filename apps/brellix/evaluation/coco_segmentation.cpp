@@ -1,7 +1,7 @@
-#include "coco_segmentation.h"
+#include "evaluation/coco_segmentation.h"
 
-#include "dataset.h"
-#include "polygon_mask.h"
+#include "evaluation/dataset.h"
+#include "evaluation/polygon_mask.h"
 
 #include <cmath>
 #include <cstddef>

@@ -3,8 +3,8 @@
 /// \file
 /// The masks of ground truth in COCO's form.
 
-#include "json_entry.h"
-#include "mask_measures.h"
+#include "evaluation/json_entry.h"
+#include "evaluation/mask_measures.h"
 
 #include <opencv2/core.hpp>
 

@@ -1,8 +1,8 @@
-#include "coco_truth.h"
+#include "evaluation/coco_truth.h"
 
-#include "coco_segmentation.h"
-#include "failure.h"
-#include "json_entry.h"
+#include "console/failure.h"
+#include "evaluation/coco_segmentation.h"
+#include "evaluation/json_entry.h"
 
 #include <algorithm>
 #include <map>

@@ -3,7 +3,7 @@
 /// \file
 /// Ground truth in COCO's form.
 
-#include "dataset.h"
+#include "evaluation/dataset.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "dataset.h"
+#include "evaluation/dataset.h"
 
 #include <algorithm>
 

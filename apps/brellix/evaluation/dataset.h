@@ -3,7 +3,7 @@
 /// \file
 /// Pictures with what is really on them.
 
-#include "mask_measures.h"
+#include "evaluation/mask_measures.h"
 
 #include <opencv2/core.hpp>
 

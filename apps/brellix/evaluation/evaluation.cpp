@@ -1,8 +1,8 @@
-#include "evaluation.h"
+#include "evaluation/evaluation.h"
 
-#include "ap_accumulation.h"
-#include "ap_matching.h"
-#include "overlap.h"
+#include "evaluation/ap_accumulation.h"
+#include "evaluation/ap_matching.h"
+#include "evaluation/overlap.h"
 
 #include <algorithm>
 #include <numeric>

@@ -3,8 +3,8 @@
 /// \file
 /// Average precision and recall of detections, as COCO defines them.
 
-#include "ap_definitions.h"
-#include "dataset.h"
+#include "evaluation/ap_definitions.h"
+#include "evaluation/dataset.h"
 
 #include <opencv2/core.hpp>
 

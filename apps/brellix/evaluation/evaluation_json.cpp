@@ -1,4 +1,4 @@
-#include "evaluation_json.h"
+#include "evaluation/evaluation_json.h"
 
 #include <cstddef>
 

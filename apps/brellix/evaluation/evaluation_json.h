@@ -3,8 +3,8 @@
 /// \file
 /// Figures for machines, described in docs/command-line.md.
 
-#include "dataset.h"
-#include "evaluation.h"
+#include "evaluation/dataset.h"
+#include "evaluation/evaluation.h"
 
 #include <nlohmann/json.hpp>
 

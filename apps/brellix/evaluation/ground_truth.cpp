@@ -1,8 +1,8 @@
-#include "ground_truth.h"
+#include "evaluation/ground_truth.h"
 
-#include "coco_truth.h"
-#include "failure.h"
-#include "yolo_truth.h"
+#include "console/failure.h"
+#include "evaluation/coco_truth.h"
+#include "evaluation/yolo_truth.h"
 
 #include <algorithm>
 #include <filesystem>

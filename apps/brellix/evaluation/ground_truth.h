@@ -3,8 +3,8 @@
 /// \file
 /// Reading ground truth, in whatever form it is.
 
-#include "dataset.h"
-#include "yolo_labels.h"
+#include "evaluation/dataset.h"
+#include "evaluation/yolo_labels.h"
 
 #include <string>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "mask_measures.h"
+#include "evaluation/mask_measures.h"
 
 #include <algorithm>
 #include <cstddef>

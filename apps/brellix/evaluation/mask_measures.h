@@ -3,7 +3,7 @@
 /// \file
 /// Measures of masks that are run lengths.
 
-#include "run_length.h"
+#include "masks/run_length.h"
 
 #include <cstdint>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "overlap.h"
+#include "evaluation/overlap.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 /// \file
 /// How far detections cover ground truth.
 
-#include "mask_measures.h"
+#include "evaluation/mask_measures.h"
 
 #include <opencv2/core.hpp>
 

@@ -1,6 +1,6 @@
-#include "polygon_mask.h"
+#include "evaluation/polygon_mask.h"
 
-#include "mask_measures.h"
+#include "evaluation/mask_measures.h"
 
 #include <algorithm>
 #include <cmath>

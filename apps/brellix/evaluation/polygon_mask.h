@@ -3,7 +3,7 @@
 /// \file
 /// Polygons as masks.
 
-#include "run_length.h"
+#include "masks/run_length.h"
 
 #include <opencv2/core.hpp>
 

@@ -1,7 +1,7 @@
-#include "yolo_description.h"
+#include "evaluation/yolo_description.h"
 
-#include "config_keys.h"
-#include "failure.h"
+#include "console/failure.h"
+#include "files/config_keys.h"
 
 #include <yaml-cpp/yaml.h>
 

@@ -3,7 +3,7 @@
 /// \file
 /// The YAML file that describes a dataset in YOLO's form.
 
-#include "dataset.h"
+#include "evaluation/dataset.h"
 
 #include <string>
 #include <vector>

@@ -1,8 +1,8 @@
-#include "yolo_labels.h"
+#include "evaluation/yolo_labels.h"
 
-#include "config_keys.h"
-#include "failure.h"
-#include "text.h"
+#include "console/failure.h"
+#include "console/text.h"
+#include "files/config_keys.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -3,7 +3,7 @@
 /// \file
 /// The lines of YOLO's label files.
 
-#include "polygon_mask.h"
+#include "evaluation/polygon_mask.h"
 
 #include <opencv2/core.hpp>
 

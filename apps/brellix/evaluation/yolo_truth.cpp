@@ -1,8 +1,8 @@
-#include "yolo_truth.h"
+#include "evaluation/yolo_truth.h"
 
-#include "failure.h"
-#include "inputs.h"
-#include "yolo_description.h"
+#include "console/failure.h"
+#include "evaluation/yolo_description.h"
+#include "files/inputs.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -3,7 +3,7 @@
 /// \file
 /// Ground truth in YOLO's form.
 
-#include "ground_truth.h"
+#include "evaluation/ground_truth.h"
 
 #include <string>
 #include <vector>

@@ -1,0 +1,114 @@
+#include "bench/bench_command.h"
+
+#include "bench/bench_report.h"
+#include "bench/bench_run.h"
+#include "config/model_factory.h"
+#include "files/picture_reader.h"
+#include "run_options.h"
+
+#include <CLI/Validators.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace brellix::app {
+namespace {
+
+// Enough for variety; at 1920 x 1080 they take 400 MB.
+constexpr std::size_t kMostPictures = 64;
+
+struct BenchOptions {
+    RunOptions run;
+    std::size_t frames = 200;
+    std::size_t warmUp = 10;
+    std::string jsonFile;  ///< "-" for standard output
+
+    bool jsonGoesToStandardOutput() const { return jsonFile == "-"; }
+};
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  brellix bench shapes.yaml photo.jpg\n"
+    "  brellix bench shapes.yaml pictures/ --frames 1000 --json times.json\n"
+    "\n"
+    "The pictures, the first 64 at most, are read first and run in turn: files are not part of the times.\n"
+    "pre is letterbox and input tensor, infer the engine, post decoding and suppression.\n"
+    "Exit status: 0 done, 2 wrong use, bad configuration or missing input, 3 a failure at work.";
+
+void addBenchOptions(CLI::App& command, BenchOptions& options) {
+    command.add_option("--frames", options.frames, "Frames to measure (default: 200)")
+        ->check(CLI::Range(std::size_t{1}, std::size_t{10'000'000}))
+        ->type_name("N");
+    command.add_option("--warm-up", options.warmUp, "Frames to run before (default: 10)")
+        ->check(CLI::Range(std::size_t{0}, std::size_t{1'000'000}))
+        ->type_name("N");
+    command.add_option("--json", options.jsonFile, "Write the figures as JSON; - is standard output")
+        ->type_name("FILE");
+}
+
+std::vector<LoadedPicture> loadPictures(const std::vector<std::string>& sources, Console& console) {
+    std::vector<LoadedPicture> pictures;
+    for (const std::string& source : sources) {
+        if (pictures.size() == kMostPictures) {
+            break;
+        }
+        try {
+            pictures.push_back({source, readPicture(source)});
+        } catch (const BrokenPicture& broken) {
+            console.error(source + ": " + broken.what());
+        }
+    }
+    if (pictures.empty()) {
+        throw failedAtWork("no picture could be used");
+    }
+    return pictures;
+}
+
+void writeResult(const BenchOptions& options, const std::string& table, const std::string& json,
+                 Sink& standardOutput) {
+    if (options.jsonGoesToStandardOutput()) {
+        standardOutput.write(json);
+        return;
+    }
+    if (!options.jsonFile.empty()) {
+        Sink file = Sink::createFile(options.jsonFile);
+        file.write(json);
+        file.close();
+    }
+    if (!options.run.verbosity.quiet) {
+        standardOutput.write(table);
+    }
+}
+
+ExitStatus bench(const BenchOptions& options, OwnOutput& output, Console& console) {
+    applyVerbosity(options.run.verbosity, output, console);
+    const ModelConfig config = loadConfig(options.run.model, console);
+    const std::vector<std::string> sources = loadInputs(options.run.input, console);
+    if (!options.jsonFile.empty() && !options.jsonGoesToStandardOutput()) {
+        refuseToOverwriteInputs("--json", options.jsonFile, config, sources);
+    }
+    const std::vector<LoadedPicture> pictures = loadPictures(sources, console);
+    const auto model = buildModel(config);
+    const BenchResult result = runBench(*model, pictures, {options.warmUp, options.frames}, console);
+    writeResult(options, benchTable(result, pictures.size()), benchJson(result, config.path, pictures.size()),
+                output.sink());
+    return ExitStatus::kDone;
+}
+
+}  // namespace
+
+Subcommand addBenchCommand(CLI::App& app) {
+    const auto options = std::make_shared<BenchOptions>();
+    CLI::App* const command = app.add_subcommand("bench", "Measure the time of each stage");
+    command->footer(kExamples);
+    addModelOptions(*command, options->run.model);
+    addThresholdOptions(*command, options->run.model);
+    addInputOptions(*command, options->run.input);
+    addBenchOptions(*command, *options);
+    addVerbosityOptions(*command, options->run.verbosity);
+    return {command,
+            [options](OwnOutput& output, Console& console) { return bench(*options, output, console); }};
+}
+
+}  // namespace brellix::app

@@ -1,0 +1,82 @@
+#include "compare/compare_run.h"
+
+#include "compare/difference_text.h"
+#include "compare/side_by_side.h"
+#include "config/model_factory.h"
+#include "console/text.h"
+#include "run/detect_picture.h"
+#include "run/finite_objects.h"
+#include "sources/picture_loop.h"
+
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+namespace brellix::app {
+namespace {
+
+/// One of the two models, with the bytes of its 8-bit outputs.
+class Side {
+  public:
+    explicit Side(const ModelConfig& config)
+        : config_(config), model_(buildModel(config, [this](const ai_orvo::model::TensorMap& outputs) {
+              latest_ = countBytes(outputs);
+          })) {}
+
+    PictureResult detect(const std::string& source, const cv::Mat& picture) {
+        PictureResult result = detectOn(picture, source, *model_);
+        requireNumbers(result.objects);
+        return result;
+    }
+
+    /// Counts the outputs of the latest picture in.
+    void keepBytes() { addCounts(latest_, bytes_); }
+
+    const ByteCounts& bytes() const { return bytes_; }
+
+    SideOfPicture describe(const PictureResult& result, char letter, const ClassList& classes) const {
+        return {result,
+                {classes, traitsOf(config_.modelClass).makesMasks},
+                std::string(1, letter) + ": " + std::filesystem::path(config_.path).filename().string() +
+                    ", " + counted(result.objects.size(), "object")};
+    }
+
+  private:
+    const ModelConfig& config_;
+    ByteCounts latest_;
+    ByteCounts bytes_;
+    std::unique_ptr<ai_orvo::model::CvModel> model_;
+};
+
+}  // namespace
+
+CompareResult runComparison(const CompareJob& job, Console& console) {
+    Side a(job.a);
+    Side b(job.b);
+    CompareResult result;
+    WorstPictures worst(job.worstCount);
+    const auto task = [&](const std::string& source, const cv::Mat& picture) {
+        const PictureResult inA = a.detect(source, picture);
+        const PictureResult inB = b.detect(source, picture);
+        a.keepBytes();
+        b.keepBytes();
+        const PictureComparison comparison = comparePicture(source, inA.objects, inB.objects, job.rules);
+        result.comparison.add(comparison);
+        worst.offer(comparison.severity(), [&] {
+            WorstPicture kept{
+                source, comparison.severity(), describeDifferences(comparison, job.classes), {}};
+            if (job.drawsWorst) {
+                kept.drawing = drawSideBySide(a.describe(inA, 'A', job.classes),
+                                              b.describe(inB, 'B', job.classes), comparison, job.classes);
+            }
+            return kept;
+        });
+    };
+    result.failed = overPictures(job.sources, job.a.inputSize, console, task);
+    result.bytesA = a.bytes();
+    result.bytesB = b.bytes();
+    result.worst = worst.pictures();
+    return result;
+}
+
+}  // namespace brellix::app

@@ -1,0 +1,61 @@
+#pragma once
+
+/// \file
+/// Results to look at: copies of the pictures and videos with the objects drawn in.
+
+#include "config/class_list.h"
+#include "console/console.h"
+#include "detect/annotated_video.h"
+#include "files/protected_files.h"
+#include "run/picture_result.h"
+#include "sources/source_names.h"
+
+#include <opencv2/core.hpp>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace brellix::app {
+
+/// How objects are drawn.
+struct Drawing {
+    const ClassList& classes;
+    bool withMasks;  ///< the objects come from a model that makes masks
+};
+
+/// \return a copy of the picture with the objects drawn in. Any label can be drawn: the colours repeat.
+cv::Mat drawAnnotated(const PictureResult& result, const Drawing& drawing);
+
+/// Writes a picture file for each picture, and one video for all frames of a video or stream; where the size
+/// of its frames changes, another one begins.
+class AnnotatedWriter : public ResultWriter {
+  public:
+    /// Creates `folder` where it does not exist. The classes and `console` outlive the writer.
+    /// Throws `Failure` where the folder cannot be had, or holds a source that a copy would overwrite.
+    /// \param sources those that are known beforehand.
+    AnnotatedWriter(const std::string& folder, const std::vector<FrameId>& sources, const Drawing& drawing,
+                    Console& console);
+
+    void write(const PictureResult& result) override;
+    void finish(const RunTotals& totals) override;
+
+  private:
+    std::string pathOf(const std::string& name) const;
+    void writePicture(const PictureResult& result, const std::string& path);
+    void writeVideoFrame(const PictureResult& result);
+    void beginVideo(const PictureResult& result);
+    void closeVideo();
+
+    std::string folder_;
+    SourceNames names_;
+    ProtectedFiles sources_;
+    Drawing drawing_;
+    Console& console_;
+    std::optional<AnnotatedVideo> video_;
+    std::string videoSource_;  ///< of the open video
+    std::size_t pictures_ = 0;
+    std::size_t videos_ = 0;
+};
+
+}  // namespace brellix::app

@@ -1,0 +1,58 @@
+#include "detect/class_filter.h"
+
+#include "console/failure.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace brellix::app {
+namespace {
+
+using ai_orvo::model::Object;
+
+std::string knownClasses(const ClassList& classes, int classNum) {
+    std::string list;
+    for (int label = 0; label < classNum; ++label) {
+        const std::string number = std::to_string(label);
+        const std::string name = classes.nameOf(label);
+        list += (list.empty() ? "" : ", ") + number + (name == number ? "" : " " + name);
+    }
+    return list;
+}
+
+std::optional<int> labelOf(const std::string& word, const ClassList& classes, int classNum) {
+    std::optional<int> byNumber;
+    for (int label = 0; label < classNum; ++label) {
+        if (classes.nameOf(label) == word) {
+            return label;
+        }
+        if (std::to_string(label) == word) {
+            byNumber = label;
+        }
+    }
+    return byNumber;
+}
+
+}  // namespace
+
+ClassFilter::ClassFilter(const std::vector<std::string>& wanted, const ClassList& classes, int classNum) {
+    for (const std::string& word : wanted) {
+        const std::optional<int> label = labelOf(word, classes, classNum);
+        if (!label) {
+            throw wrongUse("--classes: unknown class \"" + word +
+                           "\", expected names or numbers of: " + knownClasses(classes, classNum));
+        }
+        labels_.insert(*label);
+    }
+}
+
+void ClassFilter::apply(std::vector<Object>& objects) const {
+    if (labels_.empty()) {
+        return;
+    }
+    objects.erase(std::remove_if(objects.begin(), objects.end(),
+                                 [&](const Object& object) { return labels_.count(object.label) == 0; }),
+                  objects.end());
+}
+
+}  // namespace brellix::app

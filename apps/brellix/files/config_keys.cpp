@@ -1,0 +1,95 @@
+#include "files/config_keys.h"
+
+#include "console/text.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace brellix::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+YAML::Node parse(const std::string& path) {
+    try {
+        return YAML::LoadFile(path);
+    } catch (const YAML::ParserException& error) {
+        throw wrongUse(path + ':' + std::to_string(error.mark.line + 1) + ':' +
+                       std::to_string(error.mark.column + 1) + ": this is not valid YAML: " + error.msg);
+    } catch (const YAML::Exception& error) {
+        throw wrongUse(path + ": cannot be read as YAML: " + error.what());
+    }
+}
+
+}  // namespace
+
+YAML::Node loadDocument(const std::string& path, const char* example) {
+    requireReadableFile(path, "configuration");
+    YAML::Node document = parse(path);
+    if (!document.IsMap()) {
+        throw wrongUse(path + ": the file holds " + (document.IsNull() ? "nothing" : describe(document)) +
+                       ", expected lines of the form \"key: value\", the first for example \"" + example +
+                       '"');
+    }
+    return document;
+}
+
+void requireReadableFile(const std::string& path, const std::string& what) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status)) {
+        throw wrongUse(what + ' ' + path + ": " + error.message());
+    }
+    if (fs::is_directory(status)) {
+        throw wrongUse(what + ' ' + path + ": this is a folder, expected a file");
+    }
+    if (eaccess(path.c_str(), R_OK) != 0) {
+        throw wrongUse(what + ' ' + path + ": " + std::strerror(errno));
+    }
+}
+
+std::string describe(const YAML::Node& node) {
+    switch (node.Type()) {
+        case YAML::NodeType::Scalar:
+            return '"' + node.Scalar() + '"';
+        case YAML::NodeType::Sequence:
+            return "a list of " + counted(node.size(), "element");
+        case YAML::NodeType::Map:
+            return "a map";
+        default:
+            return "empty";
+    }
+}
+
+Finding KeyReader::fault(const KeyRule& rule, const std::string& found) const {
+    return {Severity::kError,
+            rule.key,
+            placeOf(rule.key),
+            found,
+            rule.expected,
+            std::string("write for example \"") + rule.example + '"',
+            true};
+}
+
+std::string KeyReader::placeOf(const char* key) const {
+    const YAML::Node node = document_[key];
+    const bool hasLine = node.IsDefined() && !node.Mark().is_null();
+    return hasLine ? path_ + ':' + std::to_string(node.Mark().line + 1) : path_;
+}
+
+void KeyReader::refuse(const KeyRule& rule, const std::string& found) const {
+    throw wrongUse(sentenceOf(fault(rule, found)));
+}
+
+YAML::Node KeyReader::find(const KeyRule& rule) const {
+    if (!has(rule)) {
+        throw wrongUse(path_ + ": the key \"" + rule.key + "\" is missing, expected " + rule.expected +
+                       "; add for example \"" + rule.example + '"');
+    }
+    return document_[rule.key];
+}
+
+}  // namespace brellix::app

@@ -1,0 +1,57 @@
+#include "files/picture_reader.h"
+
+#include <opencv2/imgcodecs.hpp>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace brellix::app {
+namespace {
+
+template <typename Decode>
+cv::Mat decodedBy(const Decode& decode) {
+    cv::Mat picture;
+    try {
+        picture = decode();
+    } catch (const cv::Exception& exception) {
+        throw BrokenPicture("cannot be decoded: " + exception.err);
+    }
+    if (picture.empty()) {
+        throw BrokenPicture("not a picture, or a damaged one, or of a format that OpenCV does not read here");
+    }
+    return picture;
+}
+
+}  // namespace
+
+// The decoders only say that they cannot read a file; most of the reasons are plain ones.
+void refuseWhatIsNoReadableFile(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || eaccess(path.c_str(), R_OK) != 0) {
+        throw BrokenPicture(std::strerror(errno));
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw BrokenPicture("not a regular file");
+    }
+    if (status.st_size == 0) {
+        throw BrokenPicture("the file is empty");
+    }
+}
+
+cv::Mat readPicture(const std::string& path) {
+    refuseWhatIsNoReadableFile(path);
+    return decodedBy([&] { return cv::imread(path, cv::IMREAD_COLOR); });
+}
+
+cv::Mat decodePicture(const std::string& bytes) {
+    return decodedBy([&] {
+        // The decoder only reads; its interface does not say so.
+        const cv::Mat data(1, static_cast<int>(bytes.size()), CV_8U, const_cast<char*>(bytes.data()));
+        return cv::imdecode(data, cv::IMREAD_COLOR);
+    });
+}
+
+}  // namespace brellix::app

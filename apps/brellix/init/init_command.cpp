@@ -1,0 +1,208 @@
+#include "init/init_command.h"
+
+#include "check/check_command.h"
+#include "config/config_template.h"
+#include "console/shell_quote.h"
+#include "console/text.h"
+#include "files/config_keys.h"
+#include "init/init_names.h"
+#include "init/network_advice.h"
+#include "run_options.h"
+
+#include <CLI/Validators.hpp>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace brellix::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct InitOptions {
+    std::string network;
+    std::string outFile;  ///< "-" for standard output; empty for the file beside the network
+    std::string namesFile;
+    std::string framework = "ONNX";
+    bool quantized = false;
+    bool force = false;
+    VerbosityOptions verbosity;
+
+    bool goesToStandardOutput() const { return outFile == "-"; }
+};
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  brellix init shapes_cut.onnx                   writes shapes_cut.yaml beside the network\n"
+    "  brellix init network.onnx --names coco.names -o mine.yaml\n"
+    "  brellix init shapes_seg.onnx --framework RKNN --quantized --force\n"
+    "  brellix init network.onnx -o -                 the configuration on standard output\n"
+    "\n"
+    "Class names come from --names, else from the network's metadata, else they are numbers.\n"
+    "Exit status: 0 written, 1 the network fits no model (nothing is written) or the written\n"
+    "configuration does not pass brellix check, 2 wrong use or bad input, 3 a failure at work.";
+
+void addInitOptions(CLI::App& command, InitOptions& options) {
+    command.add_option("NETWORK", options.network, "Network file (ONNX)")->required()->type_name("");
+    command
+        .add_option("-o,--out", options.outFile,
+                    "Write this file (default: NETWORK with .yaml); - is standard output")
+        ->type_name("FILE");
+    command.add_flag("-f,--force", options.force, "Replace a file that exists");
+    command.add_option("--names", options.namesFile, "Class names, one a line")->type_name("FILE");
+    command.add_option("--framework", options.framework, "Back-end of a segmentation model (default: ONNX)")
+        ->check(CLI::IsMember({"TensorRT", "RKNN", "ONNX"}));
+    command.add_flag("--quantized", options.quantized, "A segmentation model with 8-bit outputs");
+}
+
+NetworkFacts readNetwork(const std::string& path) {
+    requireReadableFile(path, "network");
+    NetworkFacts network = readNetworkFacts(path);
+    if (network.format != NetworkFormat::kOnnx) {
+        throw wrongUse(path + ": only ONNX networks can be recognised: " + network.reason +
+                       "; write a configuration for another one by hand, with the key \"model\"");
+    }
+    return network;
+}
+
+std::string outPath(const InitOptions& options) {
+    if (!options.outFile.empty()) {
+        return options.outFile;
+    }
+    return fs::path(options.network).replace_extension(".yaml").string();
+}
+
+void requireFree(const std::string& path, const InitOptions& options) {
+    std::error_code ignored;
+    for (const std::string& input : {options.network, options.namesFile}) {
+        if (fs::equivalent(path, input, ignored)) {
+            throw wrongUse("--out: " + path + " is one of the inputs and would be overwritten");
+        }
+    }
+    if (!options.force && fs::exists(fs::symlink_status(path, ignored))) {
+        throw wrongUse(path + " exists already; --force replaces it, --out FILE writes another one");
+    }
+}
+
+/// \return the network as seen from the folder of the configuration `out`. The folders' links are resolved,
+///         since ".." behind a link leads elsewhere.
+std::string pathFrom(const std::string& out, const std::string& network) {
+    const fs::path target = fs::absolute(network);
+    const fs::path folder = fs::weakly_canonical(fs::absolute(out).parent_path());
+    return (fs::weakly_canonical(target.parent_path()) / target.filename())
+        .lexically_relative(folder)
+        .string();
+}
+
+void requireUtf8(const std::string& path) {
+    if (!isUtf8(path)) {
+        throw wrongUse("network " + path +
+                       ": the path is not UTF-8, so a configuration cannot hold it; rename it");
+    }
+}
+
+ModelSettings settingsFor(const InitOptions& options, const Recognition& recognition, Console& console) {
+    const ModelClass modelClass = *modelClassOf(recognition.kind);
+    if (!traitsOf(modelClass).readsBackEndKeys && (options.quantized || options.framework != "ONNX")) {
+        console.note("--framework and --quantized have no effect: " + nameOf(modelClass) + " reads neither");
+    }
+    return {modelClass, *recognition.inputSize, *recognition.classNum, options.framework, options.quantized};
+}
+
+std::string sizeText(cv::Size size) {
+    return std::to_string(size.width) + " x " + std::to_string(size.height);
+}
+
+/// Says how the configuration passes the check, and what comes next.
+ExitStatus checkWritten(const std::string& path, Console& console) {
+    const CheckReport report = checkCompletely({path, "", {}, {}, true}, "");
+    for (const Finding& finding : report.findings) {
+        if (finding.severity == Severity::kError) {
+            console.error(sentenceOf(finding));
+        } else if (finding.severity == Severity::kWarning) {
+            console.warning(sentenceOf(finding));
+        }
+    }
+    if (!report.fits()) {
+        console.error(path + ": written, but it does not pass brellix check; the reasons stand above");
+        return ExitStatus::kAnswerIsNo;
+    }
+    console.note(path + ": passes brellix check; next: brellix detect " + shellQuotedPath(path) + " PICTURE");
+    return ExitStatus::kDone;
+}
+
+void writeFile(const std::string& path, const std::string& text) {
+    Sink file = Sink::createFile(path);
+    file.write(text);
+    file.close();
+}
+
+/// Where it cannot be written as a whole, an earlier file stays as it was, and none stays away.
+void writeWhole(const std::string& path, const std::string& text) {
+    std::error_code error;
+    const fs::file_status before = fs::symlink_status(path, error);
+    if (fs::exists(before) && !fs::is_regular_file(before)) {
+        writeFile(path, text);  // a link or a device is not to be replaced itself
+        return;
+    }
+    const std::string unfinished = path + ".unfinished";
+    try {
+        writeFile(unfinished, text);
+    } catch (const Failure&) {
+        fs::remove(unfinished, error);
+        throw;
+    }
+    fs::rename(unfinished, path, error);
+    if (error) {
+        throw failedAtWork("cannot write to " + path + ": " + error.message());
+    }
+}
+
+ExitStatus writeTo(const std::string& path, const ConfigTemplate& content, Console& console) {
+    writeWhole(path, configText(content));
+    const ModelSettings& settings = content.settings;
+    console.note(path + ": written for " + nameOf(settings.modelClass) + ", " +
+                 std::to_string(settings.classNum) + (settings.classNum == 1 ? " class, " : " classes, ") +
+                 sizeText(settings.inputSize));
+    return checkWritten(path, console);
+}
+
+ExitStatus init(const InitOptions& options, OwnOutput& output, Console& console) {
+    applyVerbosity(options.verbosity, output, console);
+    const NetworkFacts network = readNetwork(options.network);
+    const Recognition recognition = recognise(network);
+    const std::string reason = reasonAgainst(network, recognition);
+    if (!reason.empty()) {
+        throw Failure(ExitStatus::kAnswerIsNo, reason);
+    }
+    const std::string path = outPath(options);
+    ConfigTemplate content;
+    content.settings = settingsFor(options, recognition, console);
+    content.modelPath = options.goesToStandardOutput() ? options.network : pathFrom(path, options.network);
+    requireUtf8(content.modelPath);
+    InitialNames initial = initialNames(options.namesFile, network, content.settings.classNum, console);
+    content.names = std::move(initial.names);
+    content.namesOrigin = std::move(initial.origin);
+    if (options.goesToStandardOutput()) {
+        output.sink().write(configText(content));
+        output.sink().close();
+        return ExitStatus::kDone;
+    }
+    requireFree(path, options);
+    return writeTo(path, content, console);
+}
+
+}  // namespace
+
+Subcommand addInitCommand(CLI::App& app) {
+    const auto options = std::make_shared<InitOptions>();
+    CLI::App* const command = app.add_subcommand("init", "Write a configuration for a network");
+    command->footer(kExamples);
+    addInitOptions(*command, *options);
+    addVerbosityOptions(*command, options->verbosity);
+    return {command,
+            [options](OwnOutput& output, Console& console) { return init(*options, output, console); }};
+}
+
+}  // namespace brellix::app

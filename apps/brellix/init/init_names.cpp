@@ -1,0 +1,69 @@
+#include "init/init_names.h"
+
+#include "config/class_list.h"
+#include "console/text.h"
+
+#include <optional>
+
+namespace brellix::app {
+namespace {
+
+constexpr const char* kMetadataKey = "names";
+
+IndexedNames namesOfFile(const std::string& path) {
+    const ClassList list(path, YAML::Node());
+    IndexedNames names;
+    for (int label = 0; static_cast<std::size_t>(label) < list.count(); ++label) {
+        names[label] = list.nameOf(label);
+    }
+    return names;
+}
+
+IndexedNames numbers(int classNum) {
+    IndexedNames names;
+    for (int label = 0; label < classNum; ++label) {
+        names[label] = std::to_string(label);
+    }
+    return names;
+}
+
+/// Nothing where the metadata hold no names, or none that can be read.
+std::optional<IndexedNames> namesOfMetadata(const NetworkFacts& network, Console& console) {
+    const auto entry = network.metadata.find(kMetadataKey);
+    if (entry == network.metadata.end()) {
+        return std::nullopt;
+    }
+    std::optional<IndexedNames> names = parseClassNames(entry->second);
+    if (!names) {
+        console.warning(network.path + ": the metadata \"names\" are no list of names, so the classes are " +
+                        "called by their number; --names FILE gives them names");
+    }
+    return names;
+}
+
+/// A network's outputs, not a list, say how many classes there are.
+void cutTo(int classNum, InitialNames& initial, Console& console) {
+    if (initial.names.size() != static_cast<std::size_t>(classNum)) {
+        console.warning(counted(initial.names.size(), "name") + " (" + initial.origin + ") for " +
+                        std::to_string(classNum) + (classNum == 1 ? " class" : " classes"));
+    }
+    initial.names.erase(initial.names.lower_bound(classNum), initial.names.end());
+}
+
+}  // namespace
+
+InitialNames initialNames(const std::string& namesFile, const NetworkFacts& network, int classNum,
+                          Console& console) {
+    InitialNames initial;
+    if (!namesFile.empty()) {
+        initial = {namesOfFile(namesFile), "from a list"};
+    } else if (const std::optional<IndexedNames> names = namesOfMetadata(network, console)) {
+        initial = {*names, "from the network's metadata"};
+    } else {
+        return {numbers(classNum), "to be filled in"};
+    }
+    cutTo(classNum, initial, console);
+    return initial;
+}
+
+}  // namespace brellix::app

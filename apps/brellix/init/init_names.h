@@ -1,0 +1,24 @@
+#pragma once
+
+/// \file
+/// The class names that a new configuration begins with.
+
+#include "console/console.h"
+#include "network/class_names_metadata.h"
+#include "network/network_facts.h"
+
+#include <string>
+
+namespace brellix::app {
+
+struct InitialNames {
+    IndexedNames names;
+    std::string origin;  ///< in words, for the configuration's comment
+};
+
+/// \return the names of `namesFile`, else of the network's metadata, else numbers. Those past the last class
+///         are left out; the console hears of it. Throws `Failure` for a file that cannot be read.
+InitialNames initialNames(const std::string& namesFile, const NetworkFacts& network, int classNum,
+                          Console& console);
+
+}  // namespace brellix::app
