@@ -28,6 +28,9 @@ BRELLIX_API void read_class_name(std::string path, std::vector<std::string>& nam
 /// Entries whose key or value is no scalar and negative indices are skipped; the first key that is no
 /// integer ends the reading. Nothing of yaml-cpp is thrown: a missing map leaves `names` as it was.
 ///
+/// The highest index decides how long the list gets: {2000000000: x} asks for 64 GB. Look at the indices of a
+/// document from elsewhere first; `std::bad_alloc` reaches the caller.
+///
 /// \param config root map of the document; yaml-cpp's nodes are for one thread at a time, even for reading.
 /// \param names  receives the labels, indexed by class.
 BRELLIX_API void read_class_name(const YAML::Node& config, std::vector<std::string>& names);

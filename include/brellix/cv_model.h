@@ -47,7 +47,9 @@ class BRELLIX_API CvModel {
     virtual ~CvModel();
 
     /// Finds the objects in an image.
-    /// \param image   8-bit BGR image of any size; an empty one raises `cv::Exception`.
+    /// \param image   8-bit BGR image, a part of a larger one, too. One that is empty, or so thin that no pixel is
+    ///                left of a side at the network's size, raises `cv::Exception`. Depth and channels are
+    ///                not looked at: what OpenCV does not refuse goes to the engine, which may refuse it.
     /// \param objects receives the detections. Pass an empty vector: the detectors clear it first, the
     ///                segmentation model appends.
     virtual void detect(const cv::Mat& image, std::vector<Object>& objects) = 0;

@@ -63,7 +63,7 @@ class BRELLIX_API YOLOv8Seg : public CvModel {
     ~YOLOv8Seg() override;
 
     /// Finds the objects in an image, and their masks.
-    /// \param image   8-bit BGR image of any size; an empty one raises `cv::Exception`.
+    /// \param image   as for `CvModel`.
     /// \param objects has to be empty: objects are appended, masks go to the first ones.
     void detect(const cv::Mat& image, std::vector<Object>& objects) override;
 

@@ -51,6 +51,27 @@ TEST_F(Configuration, BrokenYamlIsLocated) {
     expectRefusal("model_path: network.onnx\ninput_size: [64, 64\n", {"model.yaml:3:1", "not valid YAML"});
 }
 
+TEST_F(Configuration, NestingBeyondTheParsersLimitIsSaid) {
+    const std::string brackets(20000, '[');
+    expectRefusal("model_path: " + brackets, {"model.yaml:1:", "too deep inside each other"});
+}
+
+TEST_F(Configuration, ClassNumbersThatFillTheMemoryAreRefused) {
+    for (const std::string number : {"1000000", "600000000", "2147483647", "0x7fffffff"}) {
+        expectRefusal(with("class_mapping: {0: disc, " + number + ": cone}"),
+                      {"model.yaml:", "class_mapping", "class number", "below 1000000"});
+    }
+}
+
+TEST_F(Configuration, NamesOfOtherFormsArePassedOver) {
+    for (const std::string names :
+         {"[disc, cone]", "{disc: 0}", "{-1: disc}", "{99999999999: disc}", "~", "{[1]: x}"}) {
+        writeText("model.yaml", with("class_mapping: " + names));
+        const ProgramResult result = run({"detect", "model.yaml", "a.png", "--json", "-"});
+        EXPECT_EQ(result.status, 0) << names << ": " << result.err;
+    }
+}
+
 TEST_F(Configuration, EmptyFileIsRefused) {
     expectRefusal("", {"model.yaml", "holds nothing", "model_path"});
 }

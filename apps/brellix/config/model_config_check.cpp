@@ -16,6 +16,10 @@ namespace fs = std::filesystem;
 // The deepest of the networks' three grids has one cell for 32 pixels.
 constexpr std::int64_t kCoarsestStride = 32;
 
+// The library names all classes up to the highest that "class_mapping" numbers: a number of ten digits would
+// fill the memory with names. No network has as many.
+constexpr int kMostNames = 1'000'000;
+
 constexpr KeyRule kModelRule = {"model", "the name of a model class", "model: yolov5"};
 constexpr KeyRule kModelPathRule = {"model_path", "the path of the network file", "model_path: network.onnx"};
 constexpr KeyRule kConfRule = {"conf_thres", "a number from 0 to 1", "conf_thres: 0.25"};
@@ -26,6 +30,8 @@ constexpr KeyRule kInputSizeRule = {
 constexpr KeyRule kSquareInputSizeRule = {"input_size", "a width equal to the height for yolov8_seg",
                                           "input_size: [640, 640]"};
 constexpr KeyRule kFrameworkRule = {"framework", "TensorRT, RKNN or ONNX", "framework: ONNX"};
+constexpr KeyRule kClassMappingRule = {"class_mapping", "class numbers below 1000000",
+                                       "class_mapping: {0: circle, 1: triangle}"};
 constexpr KeyRule kIsQuantizedRule = {"is_quantized", "true or false", "is_quantized: false"};
 
 std::string readModel(const KeyReader& keys) {
@@ -95,6 +101,23 @@ cv::Size readInputSize(const KeyReader& keys, int classNum, Findings& findings) 
                     found + " with " + std::to_string(classNum) + " classes, which is too large to count");
     }
     return {static_cast<int>(size[0]), static_cast<int>(size[1])};
+}
+
+/// What else the map may hold, the library's reader passes over.
+void requireCountableNames(const KeyReader& keys) {
+    if (!keys.has(kClassMappingRule)) {
+        return;
+    }
+    const auto mapping = keys.read<YAML::Node>(kClassMappingRule);
+    if (!mapping.IsMap()) {
+        return;
+    }
+    for (const auto& entry : mapping) {
+        int index = 0;
+        if (entry.first.IsScalar() && YAML::convert<int>::decode(entry.first, index) && index >= kMostNames) {
+            keys.refuse(kClassMappingRule, "a map with the class number " + std::to_string(index));
+        }
+    }
 }
 
 /// \return where `written` leads to from the configuration's folder: along the path as it stands, else to a
@@ -171,6 +194,7 @@ void readSharedKeys(const KeyReader& keys, const ModelRequest& request, CheckedC
     config.nmsThreshold = readThreshold(keys, kNmsRule, request.nmsThreshold.has_value(), findings);
     config.classNum = readClassNum(keys);
     config.inputSize = readInputSize(keys, config.classNum, findings);
+    requireCountableNames(keys);
 }
 
 }  // namespace

@@ -13,12 +13,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// \return what the parser says, in words of ours where its own mislead.
+std::string reasonOf(const YAML::ParserException& error) {
+    // The parser's limit on nesting says this; a file that cannot be opened is another exception.
+    return error.msg == YAML::ErrorMsg::BAD_FILE ? "lists and maps lie too deep inside each other"
+                                                 : error.msg;
+}
+
 YAML::Node parse(const std::string& path) {
     try {
         return YAML::LoadFile(path);
     } catch (const YAML::ParserException& error) {
         throw wrongUse(path + ':' + std::to_string(error.mark.line + 1) + ':' +
-                       std::to_string(error.mark.column + 1) + ": this is not valid YAML: " + error.msg);
+                       std::to_string(error.mark.column + 1) +
+                       ": this is not valid YAML: " + reasonOf(error));
     } catch (const YAML::Exception& error) {
         throw wrongUse(path + ": cannot be read as YAML: " + error.what());
     }
