@@ -113,9 +113,13 @@ TEST_P(OddPictures, MatricesThatAreNoPicturesAreRefusedAndTheNextPictureIsTaken)
     const cv::Mat photo = noisePicture(100, 80);
     const std::vector<std::int8_t> expected = inputOf(photo);
     const int sizes[] = {3, 20, 20};
-    EXPECT_THROW(inputOf(cv::Mat(3, sizes, CV_8UC3, cv::Scalar::all(9))), cv::Exception);
-    EXPECT_THROW(inputOf(cv::Mat(90, 90, CV_8UC(7), cv::Scalar::all(9))), cv::Exception);
-    EXPECT_EQ(inputOf(photo), expected);
+    const cv::Mat block = cv::Mat::zeros(3, sizes, CV_8UC3);
+    const cv::Mat sevenChannels = cv::Mat::zeros(90, 70, CV_8UC(7));
+    for (const cv::Mat& matrix : {block, sevenChannels}) {
+        EXPECT_THROW(inputOf(matrix), cv::Exception);
+        EXPECT_TRUE(engine_.inputs.empty());
+        EXPECT_EQ(inputOf(photo), expected);
+    }
 }
 
 TEST_P(OddPictures, PicturesOfOtherChannelsNeverLookLikeTheirInput) {
