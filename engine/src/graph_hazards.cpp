@@ -71,7 +71,12 @@ void checkWindow(const onnx::NodeProto& node) {
 constexpr int kWindowAxis = 2;
 
 /// Shape inference indexes the shape of the weights without asking for its length.
-void checkWeights(const onnx::GraphProto& graph, const onnx::NodeProto& node, const std::string& name) {
+void checkWeights(const onnx::GraphProto& graph, const onnx::NodeProto& node, int input) {
+    // The checker counts the inputs of the standard's own operators only.
+    if (node.input_size() <= input) {
+        refuse(node, "it has no weights");
+    }
+    const std::string& name = node.input(input);
     const onnx::TensorProto* weights = constantOf(graph, name);
     if (weights == nullptr || weights->dims_size() <= kWindowAxis) {
         refuse(node, "its weights '" + name + "' are no stored tensor of 3 or more dimensions");
@@ -109,7 +114,7 @@ void refuseHazards(const onnx::ModelProto& model) {
     for (const onnx::NodeProto& node : model.graph().node()) {
         checkFlat(node);
         if (const std::optional<int> weights = weightsInputOf(node)) {
-            checkWeights(model.graph(), node, node.input(*weights));
+            checkWeights(model.graph(), node, *weights);
         }
     }
 }

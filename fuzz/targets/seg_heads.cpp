@@ -4,6 +4,7 @@
 // are not asked for.
 
 #include "property/comparison.h"
+#include "property/yolov8_seg_heads.h"
 #include "property/yolov8_seg_tensors.h"
 #include "reference/dfl.h"
 #include "support/engine_scope.h"

@@ -250,6 +250,18 @@ TEST_F(EngineInit, RefusesANodeWithoutItsInputs) {
     expectRefusal(init(configFor(network)), 4, {"cannot run it", "Conv"});
 }
 
+TEST_F(EngineInit, RefusesAnotherDomainsOperatorOfAKnownName) {
+    for (const char* const kind : {"Conv", "QLinearConv", "MaxPool"}) {
+        NetworkBuilder network;
+        network.input("in", {1, 3, 2, 2}).output("out", {1, 3, 2, 2}).node(kind, {"in"}, {"out"});
+        network.graph().mutable_node(0)->set_domain("somebody.else");
+        onnx::OperatorSetIdProto& opset = *network.model().add_opset_import();
+        opset.set_domain("somebody.else");
+        opset.set_version(1);
+        EXPECT_EQ(init(configFor(network)).status, 4) << kind;
+    }
+}
+
 TEST_F(EngineInit, RefusesAWindowThatDoesNotMove) {
     NetworkBuilder network;
     network.input("in", {1, 3, 4, 4}).output("out", {1, 3, 2, 2});
@@ -267,11 +279,13 @@ TEST_F(EngineInit, RefusesShapesThatDoNotFitEachOther) {
 
 TEST_F(EngineInit, RefusesConvolutionsWhoseInputHasOtherDimensionsThanTheirWeights) {
     for (const Shape& shape : {Shape{1, 1}, {1, 1, 4}, {1, 1, 4, 4, 4}}) {
-        NetworkBuilder network;
-        network.input("in", shape).outputWithoutShape("out");
-        network.floats("weights", {1, 1, 1, 1}, {1.0F});
-        network.node("Conv", {"in", "weights"}, {"out"});
-        EXPECT_EQ(init(configFor(network)).status, 4) << shape.size() << " dimensions";
+        for (const char* const kind : {"Conv", "ConvTranspose"}) {
+            NetworkBuilder network;
+            network.input("in", shape).outputWithoutShape("out");
+            network.floats("weights", {1, 1, 1, 1}, {1.0F});
+            network.node(kind, {"in", "weights"}, {"out"});
+            EXPECT_EQ(init(configFor(network)).status, 4) << kind << " of " << shape.size() << " dimensions";
+        }
     }
 }
 

@@ -1,5 +1,6 @@
 #include "property/comparison.h"
 #include "property/random.h"
+#include "property/yolov8_seg_heads.h"
 #include "property/yolov8_seg_tensors.h"
 #include "reference/dfl.h"
 #include "reference/seg_boxes.h"

@@ -56,10 +56,11 @@ int lastPixel(int first, int count) {
 void drawBoxes(cv::Mat& picture, const std::vector<Object>& objects,
                const std::vector<std::string>& classNames, const ColorTable& colors, const TextStyle& style) {
     for (const Object& object : objects) {
+        const cv::Scalar color = colorAt(colors, object.label);
         const cv::Rect box = wholePixelBox(object.rect);
         if (!box.empty()) {
             const cv::Point last(lastPixel(box.x, box.width), lastPixel(box.y, box.height));
-            cv::rectangle(picture, box.tl(), last, colorAt(colors, object.label), 2, 8);
+            cv::rectangle(picture, box.tl(), last, color, 2, 8);
         }
         const std::string& name = classNames.at(static_cast<std::size_t>(object.label));
         drawLabel(picture, object.rect, labelText(name, object.prob), style);

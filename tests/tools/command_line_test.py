@@ -5,8 +5,10 @@ import os
 import random
 import subprocess
 import sys
+import tempfile
 import types
 import unittest
+from pathlib import Path
 from unittest import mock
 
 import numpy as np
@@ -92,8 +94,13 @@ class Files(ToolTest):
         tensor = onnx.load(str(self.export))
         weight = tensor.graph.initializer[0]
         weight.data_location = onnx.TensorProto.EXTERNAL
-        weight.external_data.add(key="location", value="../../../../etc/passwd")
+        elsewhere = tempfile.TemporaryDirectory()
+        self.addCleanup(elsewhere.cleanup)
+        secret = Path(elsewhere.name, "secret")
+        secret.write_bytes(b"not for networks")
+        weight.external_data.add(key="location", value=os.path.relpath(secret, self.folder))
         self.assertIn("not beside it", self.refusal(tensor))
+        self.assertEqual(secret.read_bytes(), b"not for networks")
 
     def test_quiet_prints_nothing(self):
         self.assertEqual(run_tool(self.export, "--quiet"), (0, "", ""))

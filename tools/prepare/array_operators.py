@@ -5,8 +5,8 @@ from __future__ import annotations
 from typing import Callable
 
 import numpy as np
-from onnx.mapping import TENSOR_TYPE_TO_NP_TYPE
 
+from .element_types import numpy_type_of
 from .network import Node
 
 ELEMENTS_MAX = 1 << 28
@@ -100,7 +100,7 @@ def _clip(node: Node, x: list, opset: int) -> np.ndarray:
 
 @operator("Cast")
 def _cast(node: Node, x: list, opset: int) -> np.ndarray:
-    kind = TENSOR_TYPE_TO_NP_TYPE[node.attributes["to"]]
+    kind = numpy_type_of(node.attributes["to"])
     return x[0].astype(np.float32 if kind in (np.float16, np.float64) else kind)
 
 

@@ -5,8 +5,8 @@ from __future__ import annotations
 import numpy as np
 import onnx
 from onnx import helper, numpy_helper
-from onnx.mapping import NP_TYPE_TO_TENSOR_TYPE
 
+from .element_types import element_type_of
 from .evaluation import OPERATORS, as_float32, compute_node
 from .network import Network, Node
 from .network_file import IR_VERSION, first_line
@@ -52,7 +52,7 @@ def infer_shapes(network: Network) -> Shapes:
         inferred = onnx.shape_inference.infer_shapes(_without_weights(network))
     except (RuntimeError, ValueError, onnx.shape_inference.InferenceError) as error:
         raise Refusal(f"the network's shapes contradict each other: {first_line(error)}") from error
-    shapes: Shapes = {name: (NP_TYPE_TO_TENSOR_TYPE[value.dtype], list(value.shape))
+    shapes: Shapes = {name: (element_type_of(value), list(value.shape))
                       for name, value in network.constants.items()}
     for value in (*inferred.graph.input, *inferred.graph.value_info, *inferred.graph.output):
         tensor = value.type.tensor_type
@@ -66,7 +66,7 @@ def _without_weights(network: Network) -> onnx.ModelProto:
     """Inference needs the values of small constants only; weights would be copied each time."""
     small = {name: v for name, v in network.constants.items() if v.size <= VALUE_ELEMENTS_MAX}
     given = [helper.make_tensor_value_info(i.name, i.element_type, i.shape) for i in network.inputs]
-    given += [helper.make_tensor_value_info(name, NP_TYPE_TO_TENSOR_TYPE[v.dtype], v.shape)
+    given += [helper.make_tensor_value_info(name, element_type_of(v), v.shape)
               for name, v in network.constants.items() if name not in small]
     nodes = [helper.make_node(n.kind, n.inputs, n.outputs, name=n.name or None, **_filled(n)) for n in network.nodes]
     graph = helper.make_graph(nodes, "shapes", given, [onnx.ValueInfoProto(name=name) for name in network.outputs],

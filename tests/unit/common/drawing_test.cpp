@@ -26,7 +26,7 @@ Object object(cv::Rect_<float> rect, int label, float prob) {
 cv::Mat expected(const cv::Mat& image, cv::Rect box, cv::Point label, const std::string& text,
                  const cv::Scalar& color) {
     cv::Mat result = image.clone();
-    cv::rectangle(result, box, color, 2, 8);
+    cv::rectangle(result, box.tl(), box.br() - cv::Point(1, 1), color, 2, 8);
     int baseline = 0;
     const cv::Size size = cv::getTextSize(text, cv::FONT_HERSHEY_SIMPLEX, 0.4, 1, &baseline);
     cv::rectangle(result, cv::Rect(label, cv::Size(size.width, size.height + baseline)),
