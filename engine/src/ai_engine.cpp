@@ -2,13 +2,13 @@
 
 #include <utility>
 
-#include "configuration_check.h"
-#include "engine_backend.h"
-#include "last_backend.h"
-#include "network_file.h"
+#include "backends/engine_backend.h"
+#include "backends/last_backend.h"
+#include "graph/network_file.h"
 #include "refusal.h"
-#include "tensor_binding.h"
-#include "tensor_conversion.h"
+#include "tensors/configuration_check.h"
+#include "tensors/tensor_binding.h"
+#include "tensors/tensor_conversion.h"
 
 namespace ai_orvo::alg::common {
 namespace {

@@ -1,6 +1,6 @@
 #include "support/networks.h"
 
-#include "graph_check.h"
+#include "graph/graph_check.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The calibration file beside a network: read, or refused with one of two codes; what was read makes grids
 // that are numbers, and is read back exactly after it was written.
 
-#include "calibration.h"
+#include "quantization/calibration.h"
 #include "refusal.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"

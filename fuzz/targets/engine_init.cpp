@@ -3,8 +3,8 @@
 // same inputs are the same. Capped: networks whose values are all known to hold at most 65536 elements.
 
 #include "brellix/ai_engine.h"
-#include "network_description.h"
-#include "network_file.h"
+#include "graph/network_description.h"
+#include "graph/network_file.h"
 #include "refusal.h"
 #include "support/fuzzed_data.h"
 #include "support/networks.h"

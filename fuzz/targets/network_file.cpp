@@ -2,19 +2,19 @@
 // tables, prepared. Refused with a code, or consistent. What the file stores is at most as large as the file,
 // so nothing is capped but its length (scripts/fuzz).
 
-#include "network_file.h"
-#include "configuration_check.h"
-#include "engine_network.h"
-#include "graph_check.h"
-#include "open_extents.h"
-#include "opencv_dnn/model_preparation.h"
-#include "opencv_dnn/suitability.h"
+#include "graph/network_file.h"
+#include "backends/opencv_dnn/model_preparation.h"
+#include "backends/opencv_dnn/suitability.h"
+#include "graph/engine_network.h"
+#include "graph/graph_check.h"
 #include "refusal.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/temporary_folder.h"
-#include "tensor_binding.h"
+#include "tensors/configuration_check.h"
+#include "tensors/open_extents.h"
+#include "tensors/tensor_binding.h"
 
 #include <algorithm>
 #include <climits>

@@ -3,10 +3,10 @@
 #include "brellix/nms.h"
 #include "common/framework.h"
 #include "common/input_tensor.h"
+#include "common/model_config.h"
 #include "common/run_report.h"
 #include "common/tensors.h"
 #include "yolov5/decode.h"
-#include "yolov5/model_config.h"
 #include "yolov5/tensor_tables.h"
 
 #include <iostream>

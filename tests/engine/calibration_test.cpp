@@ -1,6 +1,6 @@
 // The calibration file, read and written.
 
-#include "calibration.h"
+#include "quantization/calibration.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 // What the engine does when its back-end fails. This program holds the engine's boundary with a back-end that
 // fails on demand in place of the real ones.
 
-#include "engine_backend.h"
+#include "backends/engine_backend.h"
 
 #include <cstdlib>
 #include <new>

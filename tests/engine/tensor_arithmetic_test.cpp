@@ -9,8 +9,8 @@
 #include <random>
 #include <vector>
 
-#include "quantization.h"
-#include "tensor_conversion.h"
+#include "quantization/quantization.h"
+#include "tensors/tensor_conversion.h"
 
 namespace brellix::testing {
 namespace {

@@ -5,8 +5,8 @@
 
 #include "brellix/quantization.h"
 #include "brellix/yolov8_seg.h"
-#include "quantization.h"
-#include "tensor_conversion.h"
+#include "quantization/quantization.h"
+#include "tensors/tensor_conversion.h"
 
 #include <gtest/gtest.h>
 

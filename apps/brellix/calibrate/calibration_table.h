@@ -3,7 +3,7 @@
 /// \file
 /// A calibration for people.
 
-#include <calibration.h>
+#include <quantization/calibration.h>
 
 #include <string>
 

@@ -3,7 +3,7 @@
 /// \file
 /// Where a calibration is written to.
 
-#include <calibration.h>
+#include <quantization/calibration.h>
 
 #include <string>
 

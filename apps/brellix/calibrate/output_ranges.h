@@ -4,7 +4,7 @@
 /// What values a network's outputs take.
 
 #include <brellix/cv_model.h>
-#include <quantization.h>
+#include <quantization/quantization.h>
 
 #include <opencv2/core.hpp>
 

@@ -2,7 +2,7 @@
 
 #include "console/failure.h"
 
-#include <calibration.h>
+#include <quantization/calibration.h>
 
 #include <fcntl.h>
 #include <unistd.h>

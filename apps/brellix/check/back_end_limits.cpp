@@ -1,9 +1,9 @@
 #include "check/back_end_limits.h"
 
-#include <element_types.h>
-#include <engine_network.h>
-#include <graph_check.h>
-#include <opencv_dnn/suitability.h>
+#include <backends/opencv_dnn/suitability.h>
+#include <graph/element_types.h>
+#include <graph/engine_network.h>
+#include <graph/graph_check.h>
 
 #include <algorithm>
 #include <vector>

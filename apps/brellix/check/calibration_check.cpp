@@ -3,7 +3,7 @@
 #include "check/calibration_rules.h"
 #include "console/shell_quote.h"
 
-#include <engine_network.h>
+#include <graph/engine_network.h>
 #include <refusal.h>
 
 #include <filesystem>

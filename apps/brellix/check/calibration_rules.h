@@ -5,7 +5,7 @@
 
 #include "network/model_class.h"
 
-#include <calibration.h>
+#include <quantization/calibration.h>
 
 #include <string>
 

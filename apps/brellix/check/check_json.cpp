@@ -1,6 +1,6 @@
 #include "check/check_json.h"
 
-#include <element_types.h>
+#include <graph/element_types.h>
 
 #include <nlohmann/json.hpp>
 

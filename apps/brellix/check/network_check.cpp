@@ -8,8 +8,8 @@
 #include "files/config_keys.h"
 #include "network/back_end_choice.h"
 
-#include <configuration_check.h>
 #include <refusal.h>
+#include <tensors/configuration_check.h>
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "network/back_end_choice.h"
 
-#include <environment.h>
+#include <backends/environment.h>
 #include <refusal.h>
 
 namespace brellix::app {

@@ -1,6 +1,6 @@
 #include "network/network_facts.h"
 
-#include <network_file.h>
+#include <graph/network_file.h>
 #include <refusal.h>
 
 #include <filesystem>

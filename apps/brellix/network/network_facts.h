@@ -3,7 +3,7 @@
 /// \file
 /// What a network file says of itself, read once.
 
-#include <network_description.h>
+#include <graph/network_description.h>
 
 #include <map>
 #include <string>

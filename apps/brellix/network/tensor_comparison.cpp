@@ -1,7 +1,7 @@
 #include "network/tensor_comparison.h"
 
-#include <element_types.h>
-#include <tensor_matching.h>
+#include <graph/element_types.h>
+#include <tensors/tensor_matching.h>
 
 #include <algorithm>
 

@@ -6,7 +6,7 @@
 #include "network/back_end_choice.h"
 #include "network/expected_tensors.h"
 
-#include <network_description.h>
+#include <graph/network_description.h>
 
 #include <optional>
 #include <string>

@@ -1,0 +1,46 @@
+#include "graph/graph_lookup.h"
+
+#include <algorithm>
+
+namespace ai_orvo::alg::common {
+
+const onnx::NodeProto* producerOf(const onnx::GraphProto& graph, const std::string& value) {
+    for (const onnx::NodeProto& node : graph.node()) {
+        if (std::find(node.output().begin(), node.output().end(), value) != node.output().end()) {
+            return &node;
+        }
+    }
+    return nullptr;
+}
+
+const onnx::TensorProto* constantOf(const onnx::GraphProto& graph, const std::string& value) {
+    for (const onnx::TensorProto& initializer : graph.initializer()) {
+        if (initializer.name() == value) {
+            return &initializer;
+        }
+    }
+    const onnx::NodeProto* producer = producerOf(graph, value);
+    if (producer == nullptr || producer->op_type() != "Constant") {
+        return nullptr;
+    }
+    const onnx::AttributeProto* attribute = attributeOf(*producer, "value");
+    return attribute != nullptr && attribute->has_t() ? &attribute->t() : nullptr;
+}
+
+const onnx::AttributeProto* attributeOf(const onnx::NodeProto& node, const std::string& name) {
+    for (const onnx::AttributeProto& attribute : node.attribute()) {
+        if (attribute.name() == name) {
+            return &attribute;
+        }
+    }
+    return nullptr;
+}
+
+bool holdsGraph(const onnx::NodeProto& node) {
+    return std::any_of(node.attribute().begin(), node.attribute().end(),
+                       [](const onnx::AttributeProto& attribute) {
+                           return attribute.has_g() || attribute.graphs_size() > 0;
+                       });
+}
+
+}  // namespace ai_orvo::alg::common
