@@ -65,6 +65,17 @@ TEST_F(YoloTruth, LabelsLieInAParallelTree) {
     }
 }
 
+TEST_F(YoloTruth, LabelFilesMayBeOfWindowsAndBeginWithAByteOrderMark) {
+    write("a.jpg");
+    write("a.txt",
+          "\xEF\xBB\xBF"
+          "1 0.5 0.5 0.1 0.1\r\n2 0.5 0.5 0.1 0.1\r\n");
+    const GroundTruth truth = read();
+    ASSERT_EQ(truth.labels.at(0).size(), 2U);
+    EXPECT_EQ(truth.labels[0][0].label, 1);
+    EXPECT_EQ(truth.labels[0][1].label, 2);
+}
+
 TEST_F(YoloTruth, PolygonsGiveABoxAndAMask) {
     write("a.jpg");
     write("a.txt", "0 0.1 0.1 0.6 0.1 0.6 0.9 0.1 0.9\n");

@@ -2,31 +2,22 @@
 
 #include "console/failure.h"
 #include "console/text.h"
+#include "files/text_lines.h"
 
 #include <brellix/class_names.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 
 namespace brellix::app {
 namespace {
 
-/// The library's reader takes a missing file for an empty one.
-void requireReadable(const std::string& path) {
-    std::ifstream file(path);
-    if (!file || file.peek() == std::ifstream::traits_type::eof()) {
-        throw wrongUse("class names " + path + ": " +
-                       (file.is_open() ? "nothing in it" : std::strerror(errno)));
+/// The library's reader takes a missing file for an empty one, and a byte order mark for a part of a name.
+std::vector<std::string> readNames(const std::string& path) {
+    std::vector<std::string> names = readTextLines(path, "class names");
+    if (names.empty()) {
+        throw wrongUse("class names " + path + ": nothing in it");
     }
-}
-
-/// Lists written on Windows end their lines with a carriage return, which no name means.
-void dropCarriageReturn(std::string& name) {
-    if (!name.empty() && name.back() == '\r') {
-        name.pop_back();
-    }
+    return names;
 }
 
 }  // namespace
@@ -38,9 +29,7 @@ ClassList::ClassList(const std::string& namesFile, const YAML::Node& document) {
         return;
     }
     origin_ = namesFile;
-    requireReadable(namesFile);
-    ai_orvo::model::read_class_name(namesFile, names_);
-    std::for_each(names_.begin(), names_.end(), dropCarriageReturn);
+    names_ = readNames(namesFile);
 }
 
 std::string ClassList::nameOf(int label) const {

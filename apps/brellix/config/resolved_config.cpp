@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 namespace brellix::app {
 namespace {
@@ -16,6 +17,12 @@ std::string withNetworkPath(const ModelConfig& config) {
     YAML::Node copy = YAML::Clone(config.document);
     copy["model_path"] = config.networkPath;
     return YAML::Dump(copy);
+}
+
+/// A pipe gave what it had when the configuration was checked.
+bool canBeReadAgain(const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::is_regular_file(path, ignored);
 }
 
 /// \return a file of `text` that has no name in the file system.
@@ -32,7 +39,8 @@ int createMemoryFile(const std::string& text) {
 }  // namespace
 
 ResolvedConfig::ResolvedConfig(const ModelConfig& config) : path_(config.path) {
-    if (config.isOverridden || config.networkPath != config.document["model_path"].as<std::string>()) {
+    if (config.isOverridden || !canBeReadAgain(config.path) ||
+        config.networkPath != config.document["model_path"].as<std::string>()) {
         descriptor_ = createMemoryFile(withNetworkPath(config));
         path_ = "/proc/self/fd/" + std::to_string(descriptor_);
     }

@@ -12,9 +12,9 @@ namespace brellix::app {
 /// Gives the constructors, which read a file, the configuration with the network's absolute path and the
 /// thresholds of the command line.
 ///
-/// Where the file itself says all of this it is the file itself. Else it is a copy in memory,
-/// readable by this process alone, so that nothing is left behind even by a constructor that ends the
-/// process.
+/// Where the file itself says all of this, and can be read once more, it is the file itself. Else it is a
+/// copy in memory, readable by this process alone, so that nothing is left behind even by a constructor that
+/// ends the process.
 class ResolvedConfig {
   public:
     explicit ResolvedConfig(const ModelConfig& config);

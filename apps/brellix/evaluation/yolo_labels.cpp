@@ -2,11 +2,10 @@
 
 #include "console/failure.h"
 #include "console/text.h"
-#include "files/config_keys.h"
+#include "files/text_lines.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <fstream>
 #include <sstream>
 
 namespace brellix::app {
@@ -93,11 +92,9 @@ YoloLabel readLine(std::istringstream& words, const std::string& first, const st
 }  // namespace
 
 std::vector<YoloLabel> readYoloLabels(const std::string& path) {
-    requireReadableFile(path, "labels");
-    std::ifstream file(path);
     std::vector<YoloLabel> labels;
     std::size_t number = 0;
-    for (std::string line; std::getline(file, line);) {
+    for (const std::string& line : readTextLines(path, "labels")) {
         std::istringstream words(line);
         std::string first;
         ++number;
