@@ -7,6 +7,7 @@
 #include "detect/detect_command.h"
 #include "eval/eval_command.h"
 #include "init/init_command.h"
+#include "option_values.h"
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -85,6 +86,10 @@ ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, 
     const std::vector<Subcommand> subcommands = {
         addInitCommand(app), addCheckCommand(app),   addDetectCommand(app), addCalibrateCommand(app),
         addEvalCommand(app), addCompareCommand(app), addBenchCommand(app)};
+    for (const Subcommand& command : subcommands) {
+        refuseEmptyValues(*command.options);
+    }
+    refuseEmptyAssignments({argv + std::min(argc, 1), argv + argc});
     try {
         app.parse(argumentsFrom(argc, argv));
     } catch (const CLI::ParseError& error) {

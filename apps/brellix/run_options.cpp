@@ -4,6 +4,7 @@
 #include "console/failure.h"
 #include "console/text.h"
 #include "files/inputs.h"
+#include "option_values.h"
 
 #include <CLI/Validators.hpp>
 
@@ -58,9 +59,11 @@ void addModelOptions(CLI::App& command, ModelRequest& request) {
 
 void addThresholdOptions(CLI::App& command, ModelRequest& request) {
     command.add_option("--conf", request.confThreshold, "Confidence threshold, in place of conf_thres")
-        ->type_name("NUMBER");
+        ->type_name("NUMBER")
+        ->check(finiteNumber());
     command.add_option("--nms", request.nmsThreshold, "Overlap threshold, in place of nms_thres")
-        ->type_name("NUMBER");
+        ->type_name("NUMBER")
+        ->check(finiteNumber());
 }
 
 CLI::Option* addInputOptions(CLI::App& command, InputOptions& options) {

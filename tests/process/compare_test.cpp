@@ -123,6 +123,26 @@ TEST_F(Compare, ALimitThatNothingCanBeHeldAgainstIsExceeded) {
         "there is no mask IoU to hold against the limit: no object that has one was found by both");
 }
 
+TEST_F(Compare, LimitsThatNothingCouldExceedAreRefused) {
+    writeOther({});
+    for (const char* option : {"--max-missed", "--max-extra", "--max-changed", "--worst"}) {
+        for (const char* value : {"-1", "18446744073709551615"}) {
+            const ProgramResult result = compare({option, value});
+            EXPECT_EQ(result.status, 2) << option << value;
+            EXPECT_NE(result.err.find(std::string(option) + ": "), std::string::npos) << result.err;
+        }
+    }
+    for (const char* option : {"--iou", "--margin", "--max-drift", "--min-box-iou", "--min-mask-iou"}) {
+        for (const char* value : {"nan", "1.1"}) {
+            const ProgramResult result = compare({option, value});
+            EXPECT_EQ(result.status, 2) << option << value;
+            EXPECT_NE(result.err.find(std::string(option) + ": "), std::string::npos) << result.err;
+        }
+    }
+    EXPECT_EQ(compare({"-q", "--max-missed", "2", "--max-extra", "0", "--worst", "0", "--iou", "1"}).status,
+              0);
+}
+
 TEST_F(Compare, ThresholdsGoToBothSides) {
     writeOther({disc(), cube()});
     const json figures = report({"--conf", "0.6"});

@@ -4,9 +4,8 @@
 #include "bench/bench_run.h"
 #include "config/model_factory.h"
 #include "files/picture_reader.h"
+#include "option_values.h"
 #include "run_options.h"
-
-#include <CLI/Validators.hpp>
 
 #include <memory>
 #include <string>
@@ -38,10 +37,10 @@ constexpr const char* kExamples =
 
 void addBenchOptions(CLI::App& command, BenchOptions& options) {
     command.add_option("--frames", options.frames, "Frames to measure (default: 200)")
-        ->check(CLI::Range(std::size_t{1}, std::size_t{10'000'000}))
+        ->transform(wholeNumber(1, 10'000'000))
         ->type_name("N");
     command.add_option("--warm-up", options.warmUp, "Frames to run before (default: 10)")
-        ->check(CLI::Range(std::size_t{0}, std::size_t{1'000'000}))
+        ->transform(wholeNumber(0, 1'000'000))
         ->type_name("N");
     command.add_option("--json", options.jsonFile, "Write the figures as JSON; - is standard output")
         ->type_name("FILE");

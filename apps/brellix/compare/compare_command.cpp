@@ -6,9 +6,8 @@
 #include "console/text.h"
 #include "files/picture_writer.h"
 #include "files/sink.h"
+#include "option_values.h"
 #include "run_options.h"
-
-#include <CLI/Validators.hpp>
 
 #include <filesystem>
 #include <memory>
@@ -62,21 +61,21 @@ void addRules(CLI::App& command, CompareOptions& options) {
     command
         .add_option("--iou", options.overlap, "Overlap of boxes from which two are one object (default: 0.5)")
         ->type_name("NUMBER")
-        ->check(CLI::Range(0.0, 1.0));
+        ->check(numberFrom0To1());
     command
         .add_option("--margin", options.margin,
                     "Probability above the threshold that is near it (default: 0.05)")
         ->type_name("NUMBER")
-        ->check(CLI::Range(0.0, 1.0));
+        ->check(numberFrom0To1());
 }
 
 void addLimits(CLI::App& command, ComparisonLimits& limits) {
     const std::string group = "Limits (exit status 1 past them)";
     const auto count = [&](const char* name, std::optional<std::size_t>& limit, const char* text) {
-        command.add_option(name, limit, text)->type_name("N")->group(group);
+        command.add_option(name, limit, text)->type_name("N")->transform(wholeNumber(0))->group(group);
     };
     const auto number = [&](const char* name, std::optional<double>& limit, const char* text) {
-        command.add_option(name, limit, text)->type_name("NUMBER")->check(CLI::Range(0.0, 1.0))->group(group);
+        command.add_option(name, limit, text)->type_name("NUMBER")->check(numberFrom0To1())->group(group);
     };
     count("--max-missed", limits.maxMissed, "Objects only in A, not counting those near the threshold");
     count("--max-extra", limits.maxExtra, "Objects only in B, not counting those near the threshold");
@@ -91,7 +90,9 @@ void addResultOptions(CLI::App& command, CompareOptions& options) {
         .add_option("-o,--out", options.outFolder,
                     "Write the worst pictures side by side into this folder, A left and B right")
         ->type_name("DIR");
-    command.add_option("--worst", options.worst, "How many pictures are worst (default: 5)")->type_name("N");
+    command.add_option("--worst", options.worst, "How many pictures are worst (default: 5)")
+        ->type_name("N")
+        ->transform(wholeNumber(0));
     command.add_option("--json", options.jsonFile, "Write the figures as JSON; - is standard output")
         ->type_name("FILE");
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <sstream>
 
 namespace brellix::app {
 namespace {
@@ -20,6 +21,21 @@ std::string knownClasses(const ClassList& classes, int classNum) {
     return list;
 }
 
+/// \return the words between the commas of `list`, of which there is at least one.
+std::vector<std::string> wordsOf(const std::string& list) {
+    std::vector<std::string> words;
+    std::istringstream stream(list);
+    for (std::string word; std::getline(stream, word, ',');) {
+        if (!word.empty()) {
+            words.push_back(word);
+        }
+    }
+    if (words.empty()) {
+        throw wrongUse("--classes: \"" + list + "\" names no class");
+    }
+    return words;
+}
+
 std::optional<int> labelOf(const std::string& word, const ClassList& classes, int classNum) {
     std::optional<int> byNumber;
     for (int label = 0; label < classNum; ++label) {
@@ -33,16 +49,22 @@ std::optional<int> labelOf(const std::string& word, const ClassList& classes, in
     return byNumber;
 }
 
+int requireLabel(const std::string& word, const ClassList& classes, int classNum) {
+    const std::optional<int> label = labelOf(word, classes, classNum);
+    if (!label) {
+        throw wrongUse("--classes: unknown class \"" + word +
+                       "\", expected names or numbers of: " + knownClasses(classes, classNum));
+    }
+    return *label;
+}
+
 }  // namespace
 
 ClassFilter::ClassFilter(const std::vector<std::string>& wanted, const ClassList& classes, int classNum) {
-    for (const std::string& word : wanted) {
-        const std::optional<int> label = labelOf(word, classes, classNum);
-        if (!label) {
-            throw wrongUse("--classes: unknown class \"" + word +
-                           "\", expected names or numbers of: " + knownClasses(classes, classNum));
+    for (const std::string& list : wanted) {
+        for (const std::string& word : wordsOf(list)) {
+            labels_.insert(requireLabel(word, classes, classNum));
         }
-        labels_.insert(*label);
     }
 }
 

@@ -16,9 +16,10 @@ namespace brellix::app {
 /// The classes of --classes; without any, all pass.
 class ClassFilter {
   public:
-    /// \param wanted   names or numbers; a name that is a number means the name.
+    /// \param wanted   lists of names or numbers with commas between them; a name that is a number means the
+    ///                 name.
     /// \param classNum how many classes the model knows.
-    /// Throws `Failure` for what is neither, with the classes that there are.
+    /// Throws `Failure` for what is neither, with the classes that there are, and for a list of nothing.
     ClassFilter(const std::vector<std::string>& wanted, const ClassList& classes, int classNum);
 
     /// Takes the objects of other classes out.

@@ -81,7 +81,6 @@ void addClassOptions(CLI::App& command, DetectOptions& options) {
         .add_option("--classes", options.classes,
                     "Only objects of these classes, by name or number, with commas between them")
         ->type_name("NAMES")
-        ->delimiter(',')
         ->allow_extra_args(false);
 }
 

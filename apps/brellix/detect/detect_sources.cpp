@@ -3,13 +3,12 @@
 #include "console/failure.h"
 #include "files/file_kind.h"
 #include "files/inputs.h"
+#include "option_values.h"
 #include "sources/camera.h"
 #include "sources/picture_files.h"
 #include "sources/source_queue.h"
 #include "sources/standard_input.h"
 #include "sources/video_file.h"
-
-#include <CLI/Validators.hpp>
 
 #include <algorithm>
 #include <utility>
@@ -63,19 +62,6 @@ class SourceList {
     std::vector<FrameId> known_;
 };
 
-/// The library's own check of a count prints the largest number that there is.
-CLI::Validator wholeNumber() {
-    return CLI::Validator(
-        [](const std::string& word) {
-            const bool isNumber = !word.empty() && word.size() <= 9 &&
-                                  word.find_first_not_of("0123456789") == std::string::npos;
-            return isNumber && std::stol(word) > 0
-                       ? std::string()
-                       : "\"" + word + "\", expected a whole number from 1 to 999999999";
-        },
-        "");
-}
-
 void requireSources(const SourceOptions& options) {
     const std::vector<std::string>& inputs = options.input.inputs;
     if (inputs.empty() && !options.camera) {
@@ -94,13 +80,13 @@ void addSourceOptions(CLI::App& command, SourceOptions& options) {
         ->description("Pictures, videos, folders, quoted patterns, /dev/videoN, or - for standard input");
     command.add_option("--camera", options.camera, "Take the frames of camera N, after those of INPUT")
         ->type_name("N")
-        ->check(CLI::Range(0, 9999));
+        ->transform(wholeNumber(0, 9999));
     command.add_option("--every", options.every, "Of each video, or of the pictures, take every Nth alone")
         ->type_name("N")
-        ->check(wholeNumber());
+        ->transform(wholeNumber(1));
     command.add_option("--limit", options.limit, "Stop when N pictures or frames are processed")
         ->type_name("N")
-        ->check(wholeNumber());
+        ->transform(wholeNumber(1));
 }
 
 std::vector<std::string> DetectSources::files() const {

@@ -8,9 +8,9 @@
 #include "eval/precision_plot.h"
 #include "files/picture_writer.h"
 #include "files/sink.h"
+#include "option_values.h"
 #include "run_options.h"
 
-#include <CLI/Validators.hpp>
 #include <opencv2/imgcodecs.hpp>
 
 #include <memory>
@@ -69,7 +69,7 @@ void addDatasetOptions(CLI::App& command, EvalOptions& options) {
                      "The sorted category ids are the classes 0, 1, 2 ..., whatever their names");
     command.add_option("--limit", options.limit, "Only the first N pictures")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->transform(wholeNumber(1));
 }
 
 void addEvalThresholds(CLI::App& command, ModelRequest& request) {
