@@ -123,6 +123,19 @@ TEST_F(Compare, ALimitThatNothingCanBeHeldAgainstIsExceeded) {
         "there is no mask IoU to hold against the limit: no object that has one was found by both");
 }
 
+TEST_F(Compare, ExceededLimitsAreSaidWithAsManyDigitsAsTellThemApart) {
+    // The disc's probability differs by 2^-14 * 0.75 = 0.0000458 from A's 0.375.
+    writeOther({{32.0F, 24.0F, 20.0F, 10.0F, 0.75F, {0.50006103515625F, 0.0F, 0.0F}}, cube()});
+    expectExceeded({"-q", "--max-drift", "0.00001"},
+                   "the worst probability drift is 0.00005 (a.png), allowed is 0.00001");
+    expectExceeded({"-q", "--max-drift", "0"},
+                   "the worst probability drift is 0.00005 (a.png), allowed is 0.00000");
+    expectExceeded({"-q", "--max-drift", "0.0000457"},
+                   "the worst probability drift is 0.0000458 (a.png), allowed is 0.0000457");
+    writeOther({{34.0F, 24.0F, 20.0F, 10.0F, 0.75F, {0.5F, 0.0F, 0.0F}}, cube()});
+    expectExceeded({"-q", "--min-box-iou", "0.9"}, "the worst box IoU is 0.8182 (a.png), allowed is 0.9000");
+}
+
 TEST_F(Compare, LimitsThatNothingCouldExceedAreRefused) {
     writeOther({});
     for (const char* option : {"--max-missed", "--max-extra", "--max-changed", "--worst"}) {

@@ -51,5 +51,11 @@ TEST_F(Thresholds, OtherWordsAreWrongUse) {
     EXPECT_NE(result.err.find("--conf"), std::string::npos) << result.err;
 }
 
+TEST_F(Thresholds, AreSaidWithTheDigitsThatTheyHave) {
+    EXPECT_NE(run({"check", "model.yaml", "--conf", "0.00001"}).out.find("0.00001\n"), std::string::npos);
+    EXPECT_NE(run({"check", "model.yaml", "--conf", "0.7"}).out.find("0.700\n"), std::string::npos);
+    EXPECT_NE(run({"check", "model.yaml", "--nms", "1.0001"}).out.find("1.0001\n"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace brellix::testing

@@ -81,8 +81,8 @@ void addRightKeys(const CheckedConfig& checked, Findings& findings) {
             findings.push_back({Severity::kOk, key, where, found, "", "", true});
         }
     };
-    addUnlessSpokenOf("conf_thres", fixed(static_cast<double>(config.confThreshold), 3));
-    addUnlessSpokenOf("nms_thres", fixed(static_cast<double>(config.nmsThreshold), 3));
+    addUnlessSpokenOf("conf_thres", thresholdText(config.confThreshold));
+    addUnlessSpokenOf("nms_thres", thresholdText(config.nmsThreshold));
     addUnlessSpokenOf("class_num", std::to_string(config.classNum));
     addUnlessSpokenOf("input_size", std::to_string(config.inputSize.width) + " x " +
                                         std::to_string(config.inputSize.height));

@@ -29,6 +29,15 @@ void checkCount(const std::string& what, std::size_t found, const std::optional<
     }
 }
 
+/// \return how many digits behind the point say the limit, and tell the two numbers apart.
+int decimalsApart(double found, double limit) {
+    int decimals = decimalsOf(limit, kDecimals);
+    while (decimals < kMostDecimals && fixed(found, decimals) == fixed(limit, decimals)) {
+        ++decimals;
+    }
+    return decimals;
+}
+
 /// \param worst the measurement that decides, `nullptr` where there is none.
 void checkMeasurement(const std::string& what, const Measurement* worst, double limit, bool mayExceed,
                       std::vector<std::string>& exceeded) {
@@ -40,8 +49,9 @@ void checkMeasurement(const std::string& what, const Measurement* worst, double 
     // Written so that a number that is none passes no limit.
     const bool holds = mayExceed ? worst->value >= limit : worst->value <= limit;
     if (!holds) {
-        exceeded.push_back("the worst " + what + " is " + fixed(worst->value, kDecimals) + " (" +
-                           worst->source + "), allowed is " + fixed(limit, kDecimals));
+        const int decimals = decimalsApart(worst->value, limit);
+        exceeded.push_back("the worst " + what + " is " + fixed(worst->value, decimals) + " (" +
+                           worst->source + "), allowed is " + fixed(limit, decimals));
     }
 }
 

@@ -56,7 +56,7 @@ void overrideThreshold(const KeyRule& rule, std::optional<float> value, ModelCon
 float readThreshold(const KeyReader& keys, const KeyRule& rule, bool isOption, Findings& findings) {
     const auto value = keys.read<float>(rule);
     if (!(value >= 0.0F && value <= 1.0F)) {
-        Finding finding = keys.fault(rule, fixed(static_cast<double>(value), 3));
+        Finding finding = keys.fault(rule, thresholdText(value));
         finding.severity = Severity::kWarning;
         finding.fix = "outside of it either everything passes or nothing does";
         finding.where = isOption ? "the command line" : finding.where;

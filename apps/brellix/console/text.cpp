@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 
 namespace brellix::app {
 namespace {
@@ -14,6 +15,17 @@ constexpr unsigned char kLatinLead = 0xC2;
 std::string blanksUpTo(std::string_view text, std::size_t width) {
     const std::size_t taken = displayWidth(text);
     return std::string(taken < width ? width - taken : 0, ' ');
+}
+
+template <typename Number>
+int leastDecimals(Number value, int fewest) {
+    int decimals = fewest;
+    while (decimals < kMostDecimals &&
+           static_cast<Number>(std::strtod(fixed(static_cast<double>(value), decimals).c_str(), nullptr)) !=
+               value) {
+        ++decimals;
+    }
+    return decimals;
 }
 
 }  // namespace
@@ -55,6 +67,19 @@ std::string fixed(double value, int decimals) {
     // The largest float has 39 digits before the point, so nothing that a model gives is cut off.
     std::snprintf(digits.data(), digits.size(), "%.*f", decimals, value);
     return digits.data();
+}
+
+int decimalsOf(float value, int fewest) {
+    return leastDecimals(value, fewest);
+}
+
+int decimalsOf(double value, int fewest) {
+    return leastDecimals(value, fewest);
+}
+
+std::string thresholdText(float value) {
+    constexpr int kFewestDecimals = 3;
+    return fixed(static_cast<double>(value), decimalsOf(value, kFewestDecimals));
 }
 
 }  // namespace brellix::app

@@ -25,4 +25,15 @@ std::string counted(std::size_t count, std::string_view noun);
 /// \return the number with `decimals` digits behind the point.
 std::string fixed(double value, int decimals);
 
+/// More digits behind the point tell nothing that a double of the size of a probability knows.
+constexpr int kMostDecimals = 17;
+
+/// \return how many digits behind the point say `value` and no other number: at least `fewest`, at most
+///         `kMostDecimals`.
+int decimalsOf(float value, int fewest);
+int decimalsOf(double value, int fewest);
+
+/// \return the number with three digits behind the point, or as many more as it has.
+std::string thresholdText(float value);
+
 }  // namespace brellix::app

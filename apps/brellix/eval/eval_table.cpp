@@ -74,8 +74,8 @@ std::string evalTable(const EvalJob& job, const EvalResult& result) {
     if (result.run.failed > 0) {
         text += ", " + counted(result.run.failed, "picture") + " failed (their objects count as missed)";
     }
-    return text + "; confidence from " + fixed(static_cast<double>(job.config.confThreshold), 3) +
-           ", suppression at " + fixed(static_cast<double>(job.config.nmsThreshold), 3) + '\n';
+    return text + "; confidence from " + thresholdText(job.config.confThreshold) + ", suppression at " +
+           thresholdText(job.config.nmsThreshold) + '\n';
 }
 
 }  // namespace brellix::app
