@@ -6,9 +6,10 @@
 #include "files/inputs.h"
 #include "option_values.h"
 
+#include <quantization/calibration.h>
+
 #include <CLI/Validators.hpp>
 
-#include <filesystem>
 #include <utility>
 
 namespace brellix::app {
@@ -107,17 +108,9 @@ std::vector<std::string> loadInputs(const InputOptions& options, Console& consol
     return std::move(list.pictures);
 }
 
-void refuseToOverwriteInputs(const std::string& option, const std::string& target, const ModelConfig& config,
-                             const std::vector<std::string>& sources) {
-    std::vector<std::string> inputs = sources;
-    inputs.push_back(config.path);
-    inputs.push_back(config.networkPath);
-    for (const std::string& input : inputs) {
-        std::error_code ignored;
-        if (std::filesystem::equivalent(target, input, ignored)) {
-            throw wrongUse(option + ": " + target + " is one of the inputs and would be overwritten");
-        }
-    }
+void addModelFiles(const ModelConfig& config, ProtectedFiles& files) {
+    files.addInputs(
+        {config.path, config.networkPath, ai_orvo::alg::common::calibrationPath(config.networkPath)});
 }
 
 }  // namespace brellix::app

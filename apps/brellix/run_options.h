@@ -7,6 +7,7 @@
 #include "console/console.h"
 #include "files/inputs.h"
 #include "files/own_output.h"
+#include "files/protected_files.h"
 
 #include <CLI/App.hpp>
 
@@ -60,9 +61,7 @@ ModelConfig loadConfig(const ModelRequest& request, Console& console);
 std::vector<std::string> loadInputs(const InputOptions& options, Console& console,
                                     Accepted accepted = Accepted::kPictures);
 
-/// Creating a file for the results must not be what destroys the inputs.
-/// Throws `Failure` where `target`, which the option `option` names, is one of them.
-void refuseToOverwriteInputs(const std::string& option, const std::string& target, const ModelConfig& config,
-                             const std::vector<std::string>& sources);
+/// Adds the configuration, its network and the calibration beside it, whether or not there is one.
+void addModelFiles(const ModelConfig& config, ProtectedFiles& files);
 
 }  // namespace brellix::app

@@ -56,7 +56,10 @@ CalibrationTarget makeTarget(const CalibrateOptions& options, const ModelConfig&
                              const std::vector<std::string>& sources) {
     const std::string path =
         options.outFile.empty() ? ai_orvo::alg::common::calibrationPath(config.networkPath) : options.outFile;
-    refuseToOverwriteInputs("--out", path, config, sources);
+    ProtectedFiles files;
+    files.addInputs({config.path, config.networkPath});
+    files.addInputs(sources);
+    files.refuse("--out", path);
     return {path, options.force};
 }
 

@@ -126,27 +126,31 @@ CompareJob prepareJob(const CompareOptions& options, Console& console) {
             rules,        options.worst, !options.outFolder.empty()};
 }
 
-void refuseInputs(const std::string& option, const std::string& target, const CompareJob& job) {
-    refuseToOverwriteInputs(option, target, job.a, job.sources);
-    refuseToOverwriteInputs(option, target, job.b, job.sources);
+ProtectedFiles inputsOf(const CompareJob& job, const CompareOptions& options) {
+    ProtectedFiles files;
+    addModelFiles(job.a, files);
+    addModelFiles(job.b, files);
+    files.addInput(options.namesFile);
+    files.addInputs(job.sources);
+    return files;
 }
 
-std::optional<Sink> createJsonFile(const CompareOptions& options, const CompareJob& job) {
+std::optional<Sink> createJsonFile(const CompareOptions& options, ProtectedFiles& files) {
     if (options.jsonFile.empty() || options.jsonGoesToStandardOutput()) {
         return std::nullopt;
     }
-    refuseInputs("--json", options.jsonFile, job);
+    files.claim("--json", options.jsonFile);
     return Sink::createFile(options.jsonFile);
 }
 
-void writeWorst(const std::string& folder, const CompareJob& job, const CompareResult& result,
+void writeWorst(const std::string& folder, const ProtectedFiles& files, const CompareResult& result,
                 Console& console) {
     std::size_t rank = 0;
     for (const WorstPicture& picture : result.worst) {
         const std::string name = "worst-" + std::to_string(++rank) + '-' +
                                  std::filesystem::path(picture.source).stem().string() + ".png";
         const std::string target = (std::filesystem::path(folder) / name).string();
-        refuseInputs("--out", target, job);
+        files.refuse("--out", target);
         writePictureFile(target, picture.drawing);
     }
     console.note(counted(result.worst.size(), "picture") + " written to " + folder);
@@ -180,14 +184,15 @@ ExitStatus conclude(const CompareResult& result, const std::vector<std::string>&
 ExitStatus runCompare(const CompareOptions& options, OwnOutput& output, Console& console) {
     applyVerbosity(options.verbosity, output, console);
     const CompareJob job = prepareJob(options, console);
-    std::optional<Sink> jsonFile = createJsonFile(options, job);
+    ProtectedFiles files = inputsOf(job, options);
+    std::optional<Sink> jsonFile = createJsonFile(options, files);
     if (job.drawsWorst) {
         createFolder(options.outFolder);
     }
     const CompareResult result = runComparison(job, console);
     const std::vector<std::string> exceeded = exceededLimits(result.comparison, options.limits);
     if (job.drawsWorst) {
-        writeWorst(options.outFolder, job, result, console);
+        writeWorst(options.outFolder, files, result, console);
     }
     writeResults(options, job, result, exceeded, output.sink(), jsonFile);
     return conclude(result, exceeded, console);

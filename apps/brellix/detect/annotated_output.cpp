@@ -70,13 +70,10 @@ cv::Mat drawAnnotated(const PictureResult& result, const Drawing& drawing) {
 }
 
 AnnotatedWriter::AnnotatedWriter(const std::string& folder, const std::vector<FrameId>& sources,
-                                 const Drawing& drawing, Console& console)
-    : folder_(folder), names_(annotatedName, sources), drawing_(drawing), console_(console) {
+                                 const Drawing& drawing, ProtectedFiles& files, Console& console)
+    : folder_(folder), names_(annotatedName, sources), files_(files), drawing_(drawing), console_(console) {
     for (const FrameId& source : sources) {
-        sources_.add(source.source);
-    }
-    for (const FrameId& source : sources) {
-        sources_.refuse("--out", pathOf(names_.of(source)));
+        files_.claim("--out", pathOf(names_.of(source)));
     }
     createFolder(folder);
 }
@@ -97,7 +94,7 @@ void AnnotatedWriter::beginVideo(const PictureResult& result) {
     const bool isFirst = videoSource_ != result.id.source;
     closeVideo();
     const std::string path = pathOf(isFirst ? names_.of(result.id) : names_.another(result.id));
-    sources_.refuse("--out", path);
+    files_.refuse("--out", path);
     video_.emplace(path, result.id, result.picture.size());
     videoSource_ = result.id.source;
     ++videos_;
@@ -126,9 +123,9 @@ void AnnotatedWriter::write(const PictureResult& result) {
     closeVideo();
     videoSource_.clear();
     // A source that was not known beforehand.
-    sources_.add(result.id.source);
+    files_.addInput(result.id.source);
     const std::string path = pathOf(names_.of(result.id));
-    sources_.refuse("--out", path);
+    files_.refuse("--out", path);
     writePicture(result, path);
 }
 

@@ -31,11 +31,12 @@ cv::Mat drawAnnotated(const PictureResult& result, const Drawing& drawing);
 /// of its frames changes, another one begins.
 class AnnotatedWriter : public ResultWriter {
   public:
-    /// Creates `folder` where it does not exist. The classes and `console` outlive the writer.
-    /// Throws `Failure` where the folder cannot be had, or holds a source that a copy would overwrite.
+    /// Creates `folder` where it does not exist. The classes, `files` and `console` outlive the writer.
+    /// Throws `Failure` where the folder cannot be had, or holds a file that a copy would overwrite.
     /// \param sources those that are known beforehand.
+    /// \param files   holds the inputs and gets the copies.
     AnnotatedWriter(const std::string& folder, const std::vector<FrameId>& sources, const Drawing& drawing,
-                    Console& console);
+                    ProtectedFiles& files, Console& console);
 
     void write(const PictureResult& result) override;
     void finish(const RunTotals& totals) override;
@@ -49,7 +50,7 @@ class AnnotatedWriter : public ResultWriter {
 
     std::string folder_;
     SourceNames names_;
-    ProtectedFiles sources_;
+    ProtectedFiles& files_;
     Drawing drawing_;
     Console& console_;
     std::optional<AnnotatedVideo> video_;

@@ -9,18 +9,15 @@
 namespace brellix::app {
 
 CropWriter::CropWriter(const std::string& folder, const std::vector<FrameId>& sources,
-                       const ClassList& classes, Console& console)
-    : folder_(folder), stems_(stemName, sources), classes_(classes), console_(console) {
-    for (const FrameId& source : sources) {
-        sources_.add(source.source);
-    }
+                       const ClassList& classes, ProtectedFiles& files, Console& console)
+    : folder_(folder), stems_(stemName, sources), classes_(classes), files_(files), console_(console) {
     createFolder(folder);
 }
 
 void CropWriter::write(const PictureResult& result) {
     const std::string& stem = stems_.of(result.id);
     // A source that was not known beforehand.
-    sources_.add(result.id.source);
+    files_.addInput(result.id.source);
     for (std::size_t i = 0; i < result.objects.size(); ++i) {
         const ai_orvo::model::Object& object = result.objects[i];
         const cv::Rect box = cropBox(object.rect, result.picture.size());
@@ -30,7 +27,7 @@ void CropWriter::write(const PictureResult& result) {
         }
         const std::string name = cropName(stem, result.id, i, classes_.nameOf(object.label));
         const std::string path = (std::filesystem::path(folder_) / name).string();
-        sources_.refuse("--crops", path);
+        files_.refuse("--crops", path);
         writePictureFile(path, result.picture(box));
         ++written_;
     }

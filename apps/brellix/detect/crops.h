@@ -19,10 +19,11 @@ namespace brellix::app {
 
 class CropWriter : public ResultWriter {
   public:
-    /// Creates `folder` where it does not exist. The classes and `console` outlive the writer.
+    /// Creates `folder` where it does not exist. The classes, `files` and `console` outlive the writer.
     /// \param sources those that are known beforehand.
+    /// \param files   holds the inputs, and what other options write.
     CropWriter(const std::string& folder, const std::vector<FrameId>& sources, const ClassList& classes,
-               Console& console);
+               ProtectedFiles& files, Console& console);
 
     void write(const PictureResult& result) override;
     void finish(const RunTotals& totals) override;
@@ -30,8 +31,8 @@ class CropWriter : public ResultWriter {
   private:
     std::string folder_;
     SourceNames stems_;
-    ProtectedFiles sources_;
     const ClassList& classes_;
+    ProtectedFiles& files_;
     Console& console_;
     std::size_t written_ = 0;
     std::size_t empty_ = 0;

@@ -100,12 +100,11 @@ ClassList loadClasses(const DetectOptions& options, const ModelConfig& config, C
 }
 
 /// The file that --json names, where it names one.
-std::optional<Sink> createJsonFile(const DetectOptions& options, const ModelConfig& config,
-                                   const DetectSources& sources) {
+std::optional<Sink> createJsonFile(const DetectOptions& options, ProtectedFiles& files) {
     if (options.jsonFile.empty() || options.jsonGoesToStandardOutput()) {
         return std::nullopt;
     }
-    refuseToOverwriteInputs("--json", options.jsonFile, config, sources.files());
+    files.claim("--json", options.jsonFile);
     return Sink::createFile(options.jsonFile);
 }
 
@@ -124,22 +123,32 @@ DetectJob prepareJob(const DetectOptions& options, Console& console) {
     return {std::move(config), std::move(classes), std::move(filter), loadSources(options.sources, console)};
 }
 
+ProtectedFiles inputsOf(const DetectJob& job, const DetectOptions& options) {
+    ProtectedFiles files;
+    addModelFiles(job.config, files);
+    files.addInput(options.namesFile);
+    files.addInputs(job.sources.files());
+    return files;
+}
+
 Drawing drawingFor(const DetectJob& job) {
     return {job.classes, traitsOf(job.config.modelClass).makesMasks};
 }
 
+/// \param files          grows by what is written
 /// \param standardOutput for the table or the JSON lines
 /// \param jsonFile       where --json names a file
-ResultWriters makeWriters(const DetectOptions& options, const DetectJob& job, Sink& standardOutput,
-                          std::optional<Sink>& jsonFile, Console& console) {
+ResultWriters makeWriters(const DetectOptions& options, const DetectJob& job, ProtectedFiles& files,
+                          Sink& standardOutput, std::optional<Sink>& jsonFile, Console& console) {
     const std::vector<FrameId>& sources = job.sources.known;
     ResultWriters writers;
     if (!options.outFolder.empty()) {
         writers.push_back(
-            std::make_unique<AnnotatedWriter>(options.outFolder, sources, drawingFor(job), console));
+            std::make_unique<AnnotatedWriter>(options.outFolder, sources, drawingFor(job), files, console));
     }
     if (!options.cropFolder.empty()) {
-        writers.push_back(std::make_unique<CropWriter>(options.cropFolder, sources, job.classes, console));
+        writers.push_back(
+            std::make_unique<CropWriter>(options.cropFolder, sources, job.classes, files, console));
     }
     if (!options.jsonFile.empty()) {
         writers.push_back(std::make_unique<JsonLinesWriter>(jsonFile ? *jsonFile : standardOutput,
@@ -194,8 +203,9 @@ ExitStatus detect(const DetectOptions& options, OwnOutput& output, Console& cons
     }
     const DetectJob job = prepareJob(options, console);
     const auto model = buildModel(job.config);
-    std::optional<Sink> jsonFile = createJsonFile(options, job.config, job.sources);
-    const ResultWriters writers = makeWriters(options, job, output.sink(), jsonFile, console);
+    ProtectedFiles files = inputsOf(job, options);
+    std::optional<Sink> jsonFile = createJsonFile(options, files);
+    const ResultWriters writers = makeWriters(options, job, files, output.sink(), jsonFile, console);
     const StopRequest stop;
     const DetectRun run{*model, job.config.inputSize, job.filter, writers,
                         options.sources.limit.value_or(std::numeric_limits<std::size_t>::max())};

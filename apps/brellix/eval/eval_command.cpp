@@ -134,13 +134,27 @@ struct EvalFiles {
     std::optional<Sink> detections;
 };
 
-std::optional<Sink> createFile(const char* option, const std::string& path, const EvalJob& job) {
+ProtectedFiles inputsOf(const EvalJob& job, const EvalOptions& options) {
+    ProtectedFiles files;
+    addModelFiles(job.config, files);
+    files.addInput(options.namesFile);
+    files.addInputs(job.truth.files);
+    files.addInputs(job.sources);
+    return files;
+}
+
+void claimFiles(const EvalOptions& options, ProtectedFiles files) {
+    files.claim("--plot", options.plotFile);
+    if (!options.jsonGoesToStandardOutput()) {
+        files.claim("--json", options.jsonFile);
+    }
+    files.claim("--detections", options.detectionsFile);
+}
+
+std::optional<Sink> createFile(const std::string& path) {
     if (path.empty() || path == "-") {
         return std::nullopt;
     }
-    std::vector<std::string> inputs = job.sources;
-    inputs.push_back(job.dataset().path);
-    refuseToOverwriteInputs(option, path, job.config, inputs);
     return Sink::createFile(path);
 }
 
@@ -151,10 +165,10 @@ EvalFiles createFiles(const EvalOptions& options, const EvalJob& job) {
     if (!options.plotFile.empty() && !cv::haveImageWriter(options.plotFile)) {
         throw wrongUse("--plot: " + options.plotFile + " has no extension of a picture, as .png is");
     }
+    claimFiles(options, inputsOf(job, options));
     // The plot is written in one go at the end; better said now that it cannot be.
-    static_cast<void>(createFile("--plot", options.plotFile, job));
-    return {createFile("--json", options.jsonFile, job),
-            createFile("--detections", options.detectionsFile, job)};
+    static_cast<void>(createFile(options.plotFile));
+    return {createFile(options.jsonFile), createFile(options.detectionsFile)};
 }
 
 PlotPanel panelOf(const std::string& what, const Evaluation& evaluation,

@@ -20,7 +20,7 @@ bool isYoloTruth(const fs::path& path) {
 }  // namespace
 
 GroundTruth readGroundTruth(const std::string& path) {
-    return isYoloTruth(path) ? readYoloTruth(path) : GroundTruth{readCocoTruth(path), {}};
+    return isYoloTruth(path) ? readYoloTruth(path) : GroundTruth{readCocoTruth(path), {}, {path}};
 }
 
 void keepFirst(std::size_t count, GroundTruth& truth) {

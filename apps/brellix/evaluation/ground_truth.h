@@ -16,7 +16,8 @@ using UnplacedLabels = std::vector<std::vector<YoloLabel>>;
 
 struct GroundTruth {
     Dataset dataset;
-    UnplacedLabels labels;  ///< empty where the dataset has all objects already
+    UnplacedLabels labels;           ///< empty where the dataset has all objects already
+    std::vector<std::string> files;  ///< that it was read from, without the pictures
 };
 
 /// Reads a COCO file (a file that is not called .yaml or .yml), else a dataset in YOLO's form.

@@ -57,6 +57,7 @@ YoloDescription readYoloDescription(const std::string& path) {
     const KeyReader keys(path, document);
     const fs::path root = rootOf(path, keys);
     YoloDescription description;
+    description.file = path;
     for (const std::string& folder : readVal(keys, document)) {
         std::error_code ignored;
         const std::string pictures = (root / folder).string();

@@ -11,6 +11,7 @@
 namespace brellix::app {
 
 struct YoloDescription {
+    std::string file;  ///< that says the following; empty where a folder is all that there is
     std::vector<std::string> pictures;  ///< folders or files
     std::vector<Category> categories;   ///< of "names", by rising class index; empty where it has none
 };

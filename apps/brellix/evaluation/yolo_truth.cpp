@@ -35,7 +35,7 @@ YoloDescription describe(const std::string& path) {
         }
     }
     const fs::path pictures = fs::path(path) / "images";
-    return {{isDirectory(pictures) ? pictures.string() : path}, {}};
+    return {"", {isDirectory(pictures) ? pictures.string() : path}, {}};
 }
 
 /// \return the path with its last folder called "images" called "labels"; empty where there is none.
@@ -105,16 +105,21 @@ GroundTruth readYoloTruth(const std::string& path) {
     GroundTruth truth;
     truth.dataset.path = path;
     truth.dataset.idsAreLabels = true;
-    std::size_t labelFiles = 0;
     for (const std::string& picture : expandInputs(description.pictures, true).pictures) {
         const std::string file = labelFile(picture);
-        labelFiles += file.empty() ? 0U : 1U;
-        truth.labels.push_back(file.empty() ? std::vector<YoloLabel>() : readYoloLabels(file));
+        truth.labels.emplace_back();
+        if (!file.empty()) {
+            truth.labels.back() = readYoloLabels(file);
+            truth.files.push_back(file);
+        }
         truth.dataset.pictures.push_back({static_cast<std::int64_t>(truth.labels.size()), picture, {}, {}});
     }
-    if (labelFiles == 0) {
+    if (truth.files.empty()) {
         throw wrongUse(path + ": no picture has a label file: expected NAME.txt beside NAME.jpg, or in a " +
                        "folder labels beside the folder images");
+    }
+    if (!description.file.empty()) {
+        truth.files.push_back(description.file);
     }
     truth.dataset.categories = categoriesFor(std::move(description.categories), truth.labels);
     return truth;

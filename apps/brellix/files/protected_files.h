@@ -3,21 +3,31 @@
 /// \file
 /// Files that a run must not write over.
 
-#include <set>
+#include <map>
 #include <string>
+#include <vector>
 
 namespace brellix::app {
 
-/// Knows files by where they really are, whatever path leads there.
+/// The inputs of a run, and the files that its other options write.
+///
+/// Knows files by where they really are and, those that exist, by what they are, whatever path or hard link
+/// leads there. Devices and pipes lose nothing by being written to and are not protected.
 class ProtectedFiles {
   public:
-    void add(const std::string& path);
+    /// An empty path stands for none.
+    void addInput(const std::string& path);
+    void addInputs(const std::vector<std::string>& paths);
 
-    /// Throws `Failure` where `target`, which the option `option` names, is one of the files.
+    /// Throws `Failure` where `target`, which the option `option` writes, is an input or what another option
+    /// writes.
     void refuse(const std::string& option, const std::string& target) const;
 
+    /// Does the same, and keeps `target` for the option from then on.
+    void claim(const std::string& option, const std::string& target);
+
   private:
-    std::set<std::string> paths_;
+    std::map<std::string, std::string> holders_;  ///< by place or by identity: an option, empty for inputs
 };
 
 }  // namespace brellix::app

@@ -74,12 +74,10 @@ std::string outPath(const InitOptions& options) {
 }
 
 void requireFree(const std::string& path, const InitOptions& options) {
+    ProtectedFiles files;
+    files.addInputs({options.network, options.namesFile});
+    files.refuse("--out", path);
     std::error_code ignored;
-    for (const std::string& input : {options.network, options.namesFile}) {
-        if (fs::equivalent(path, input, ignored)) {
-            throw wrongUse("--out: " + path + " is one of the inputs and would be overwritten");
-        }
-    }
     if (!options.force && fs::exists(fs::symlink_status(path, ignored))) {
         throw wrongUse(path + " exists already; --force replaces it, --out FILE writes another one");
     }
