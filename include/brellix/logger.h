@@ -137,10 +137,12 @@ void logMessage(spdlog::source_loc where, spdlog::level::level_enum level,
 
 }  // namespace brellix
 
-// The journal's headers bring syslog's priority of the same name, which nothing here needs any more.
+// The journal's headers bring syslog's priority of the same name. Without parentheses it goes on meaning
+// that, so that `syslog(LOG_INFO, ...)` beside this header is what it was.
 #ifdef LOG_INFO
 #undef LOG_INFO
 #endif
+enum { LOG_INFO = LOG_NOTICE + 1 };
 
 #define BRELLIX_LOG_AT(level, prefix, ...) \
     ::brellix::logMessage(::spdlog::source_loc{__FILE__, __LINE__, __func__}, level, prefix, __VA_ARGS__)
