@@ -61,11 +61,19 @@ std::string labelFile(const std::string& picture) {
     const fs::path absolute = fs::absolute(picture).lexically_normal();
     for (fs::path candidate : {inLabelTree(absolute), fs::path(picture)}) {
         candidate.replace_extension(".txt");
-        if (isFile(candidate)) {
+        // One that is there and cannot be read does not say that nothing is on the picture.
+        std::error_code ignored;
+        if (fs::symlink_status(candidate, ignored).type() != fs::file_type::not_found) {
             return candidate.string();
         }
     }
     return {};
+}
+
+std::vector<std::string> picturesOf(const YoloDescription& description) {
+    // Figures of a part of the dataset would look like figures of all of it.
+    const auto refuse = [](const std::string& message) { throw wrongUse(message); };
+    return expandInputs(description.pictures, true, Accepted::kPictures, refuse).pictures;
 }
 
 /// The place where each class is first seen, by class index.
@@ -106,7 +114,7 @@ GroundTruth readYoloTruth(const std::string& path) {
     truth.dataset.path = path;
     truth.dataset.idsAreLabels = true;
     std::size_t labelFiles = 0;
-    for (const std::string& picture : expandInputs(description.pictures, true).pictures) {
+    for (const std::string& picture : picturesOf(description)) {
         const std::string file = labelFile(picture);
         labelFiles += file.empty() ? 0U : 1U;
         truth.labels.push_back(file.empty() ? std::vector<YoloLabel>() : readYoloLabels(file));
