@@ -5,6 +5,7 @@
 #include "config/model_factory.h"
 #include "files/picture_reader.h"
 #include "run_options.h"
+#include "sources/early_end.h"
 
 #include <CLI/Validators.hpp>
 
@@ -55,6 +56,7 @@ std::vector<LoadedPicture> loadPictures(const std::vector<std::string>& sources,
         }
         try {
             pictures.push_back({source, readPicture(source)});
+            warnOfEarlyEnd(source, console);
         } catch (const BrokenPicture& broken) {
             console.error(source + ": " + broken.what());
         }

@@ -17,8 +17,6 @@ namespace {
 // Longer than any path.
 constexpr std::size_t kLongestLine = 4096;
 
-// What a file of each begins with.
-constexpr std::string_view kJpegStart = "\xFF\xD8\xFF";
 constexpr std::string_view kPngStart = "\x89PNG";
 
 bool contains(std::string_view text, std::string_view part) {
