@@ -52,8 +52,9 @@ std::vector<std::int8_t> referenceTensor(const cv::Mat& image, bool asFloats) {
 
 ai_orvo::model::AIBuff ourTensor(const cv::Mat& image, bool asFloats) {
     const cv::Size target(kInput, kInput);
-    return asFloats ? ai_orvo::model::floatInput(image, target, ChannelOrder::kRgb).tensor
-                    : ai_orvo::model::byteInput(image, target).tensor;
+    ai_orvo::model::LetterboxInfo info;
+    return asFloats ? ai_orvo::model::floatInput(image, target, ChannelOrder::kRgb, info)
+                    : ai_orvo::model::byteInput(image, target, info);
 }
 
 /// The three calls that everybody writes.

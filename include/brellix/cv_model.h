@@ -36,6 +36,10 @@ struct Object {
 /// (`std::bad_alloc` or `cv::Exception` with `StsNoMem` where memory runs out); `objects` then holds nothing
 /// to rely on, and the model can be used for the next image.
 ///
+/// Models may be used to the end of a thread and of the process, in destructors of thread-local and static
+/// objects, too, as long as the engine serves them (docs/engine.md); nothing is logged after the logger's
+/// end.
+///
 /// The order of the virtual functions and of the data members is part of the binary interface.
 class BRELLIX_API CvModel {
   public:

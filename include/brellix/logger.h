@@ -20,6 +20,7 @@
 #include <spdlog/sinks/systemd_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <iostream>
 #include <map>
@@ -43,8 +44,12 @@ class BRELLIX_API Logger {
     /// \param name name of the spdlog logger; only the first call's counts. The library says "spdlog".
     static Logger& Instance(const std::string& name) {
         static Logger instance(name);
+        static const End end;
         return instance;
     }
+
+    /// \return whether the one instance is destroyed already, as the process ends. Nothing is logged any more.
+    static bool isGone() { return is_gone_; }
 
     /// Reads the environment and opens the chosen sinks. A logger that cannot be set up has a null `logger_`;
     /// nothing is thrown for it.
@@ -78,6 +83,13 @@ class BRELLIX_API Logger {
     static inline std::mutex count_mutex_;
 
   private:
+    /// Destructors of static objects that were there before the instance may still log after its end.
+    struct End {
+        ~End() { is_gone_ = true; }
+    };
+
+    static inline std::atomic<bool> is_gone_{false};
+
     /// \return what a "true" or "false" variable says, else `fallback` after a notice.
     static bool switchedOn(const char* variable, bool fallback) {
         const char* value = std::getenv(variable);
@@ -126,6 +138,9 @@ inline unsigned countMessage(Logger& logger, int level) {
 template <typename... Args>
 void logMessage(spdlog::source_loc where, spdlog::level::level_enum level,
                 fmt::format_string<unsigned> prefix, fmt::format_string<Args...> format, Args&&... args) {
+    if (Logger::isGone()) {
+        return;
+    }
     // Held for the whole call: another module may release the instance's own handle at exit.
     const std::shared_ptr<spdlog::logger> logger = Logger::Instance("spdlog").logger_;
     std::string text = fmt::format(prefix, countMessage(Logger::Instance("spdlog"), level));
@@ -137,10 +152,12 @@ void logMessage(spdlog::source_loc where, spdlog::level::level_enum level,
 
 }  // namespace brellix
 
-// The journal's headers bring syslog's priority of the same name, which nothing here needs any more.
+// The journal's headers bring syslog's priority of the same name. Without parentheses it goes on meaning
+// that, so that `syslog(LOG_INFO, ...)` beside this header is what it was.
 #ifdef LOG_INFO
 #undef LOG_INFO
 #endif
+enum { LOG_INFO = LOG_NOTICE + 1 };
 
 #define BRELLIX_LOG_AT(level, prefix, ...) \
     ::brellix::logMessage(::spdlog::source_loc{__FILE__, __LINE__, __func__}, level, prefix, __VA_ARGS__)

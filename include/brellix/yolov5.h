@@ -44,8 +44,10 @@ class BRELLIX_API YOLOv5 : public CvModel {
 
     /// Reads "model_path", "conf_thres", "nms_thres", "class_num" and "input_size" from a YAML file
     /// (docs/configuration.md).
-    /// \throws YAML::BadFile, YAML::InvalidNode (names the missing key), YAML::BadConversion,
-    ///         std::out_of_range (fewer than two elements in "input_size").
+    /// \throws YAML::BadFile where it cannot be read, std::ios_base::failure where it is a folder,
+    ///         YAML::ParserException where it is not YAML, YAML::BadSubscript (a single value in place of
+    ///         keys), YAML::InvalidNode (names the missing key), YAML::BadConversion, std::out_of_range
+    ///         (fewer than two elements in "input_size").
     explicit YOLOv5(const std::string& config_path);
 
     ~YOLOv5() override;

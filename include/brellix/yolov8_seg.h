@@ -43,8 +43,8 @@ BRELLIX_API void computeDfl(std::vector<float>& logits, int dflLen, float out[4]
 ///
 /// Each object carries a mask as large as the source image, 255 inside the object, 0 elsewhere and everywhere
 /// outside its box. An object whose box has no pixels has an empty, zero mask. The network input has to be
-/// square: with any other shape `postprocess` raises `cv::Exception` as soon as something is found, or, for a
-/// picture whose scaled height leaves much padding, gives skewed masks.
+/// square: with any other shape `postprocess` raises `cv::Exception` as soon as something is found, or, where
+/// the border leaves no more of the input's longer side than the shorter one has, gives skewed masks.
 ///
 /// Every `detect` logs three lines through `brellix::Logger`, which models on several threads may do at once.
 class BRELLIX_API YOLOv8Seg : public CvModel {
@@ -53,11 +53,13 @@ class BRELLIX_API YOLOv8Seg : public CvModel {
     /// "nms_thres", "input_size" and "is_quantized" (docs/configuration.md). An unknown framework and a
     /// network that the engine refuses are reported and **end the process with status 0**. Only one thread at
     /// a time may use a document of yaml-cpp, its copies and its parts, even for reading.
-    /// \throws YAML::InvalidNode (names the missing key), YAML::BadConversion, std::out_of_range.
+    /// \throws YAML::InvalidNode (names the missing key), YAML::BadConversion, YAML::BadSubscript (a single
+    ///         value in place of keys), std::out_of_range (fewer than two elements in "input_size").
     explicit YOLOv8Seg(const YAML::Node& document);
 
     /// Loads the YAML file at `path` first.
-    /// \throws YAML::BadFile where it cannot be read, and what the other constructor throws.
+    /// \throws YAML::BadFile where it cannot be read, std::ios_base::failure where it is a folder,
+    ///         YAML::ParserException where it is not YAML, and what the other constructor throws.
     explicit YOLOv8Seg(const std::string& path);
 
     ~YOLOv8Seg() override;

@@ -1,5 +1,7 @@
 #include "common/buffer_pool.h"
 
+#include "common/thread_kept.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
@@ -15,6 +17,10 @@ using Buffer = std::shared_ptr<std::vector<std::int8_t>>;
 // Two segmentation models that take turns on a thread: a scaled picture, an input, ten outputs and the
 // prototypes each.
 constexpr std::size_t kMostBuffers = 26;
+
+Buffer newBuffer(std::size_t bytes) {
+    return std::make_shared<std::vector<std::int8_t>>(bytes);
+}
 
 bool isFree(const Buffer& buffer) {
     if (buffer.use_count() != 1) {
@@ -37,7 +43,7 @@ class BufferPool {
             buffer = *found;
             buffers_.erase(found);
         } else {
-            buffer = std::make_shared<std::vector<std::int8_t>>(bytes);
+            buffer = newBuffer(bytes);
         }
         keep(buffer);
         return buffer;
@@ -54,16 +60,12 @@ class BufferPool {
     std::deque<Buffer> buffers_;
 };
 
-BufferPool& threadPool() {
-    thread_local BufferPool pool;
-    return pool;
-}
-
 }  // namespace
 
 alg::common::AIBuff pooledTensor(std::size_t bytes) {
     alg::common::AIBuff tensor;
-    tensor.data = threadPool().take(bytes);
+    BufferPool* const pool = threadKept<BufferPool>();
+    tensor.data = pool != nullptr ? pool->take(bytes) : newBuffer(bytes);
     return tensor;
 }
 

@@ -30,9 +30,9 @@ std::size_t pixelsOf(const cv::Size& size) {
     return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
 }
 
-cv::Mat letterboxed(const cv::Mat& image, cv::Size target) {
+cv::Mat letterboxed(const cv::Mat& image, cv::Size target, LetterboxInfo& info) {
     cv::Mat padded;
-    letterbox(image, padded, target);
+    info = letterbox(image, padded, target);
     return padded;
 }
 
@@ -130,22 +130,25 @@ AIBuff directBytes(const cv::Mat& image, const LetterboxGeometry& geometry) {
 
 }  // namespace
 
-InputTensor floatInput(const cv::Mat& image, const cv::Size& target, ChannelOrder order) {
+AIBuff floatInput(const cv::Mat& image, const cv::Size& target, ChannelOrder order, LetterboxInfo& info) {
     const LetterboxGeometry geometry = letterboxGeometry(image, target);
     if (goesDirectly(image, geometry)) {
-        return {directFloats(image, geometry, order), geometry.info};
+        info = geometry.info;
+        return directFloats(image, geometry, order);
     }
-    const cv::Mat blob = cv::dnn::blobFromImage(letterboxed(image, target), kUnitScale, cv::Size(),
-                                                cv::Scalar(), order == ChannelOrder::kRgb, false, CV_32F);
-    return {tensorOfBytes(blob), geometry.info};
+    const cv::Mat padded = letterboxed(image, target, info);
+    const cv::Mat blob = cv::dnn::blobFromImage(padded, kUnitScale, cv::Size(), cv::Scalar(),
+                                                order == ChannelOrder::kRgb, false, CV_32F);
+    return tensorOfBytes(blob);
 }
 
-InputTensor byteInput(const cv::Mat& image, const cv::Size& target) {
+AIBuff byteInput(const cv::Mat& image, const cv::Size& target, LetterboxInfo& info) {
     const LetterboxGeometry geometry = letterboxGeometry(image, target);
     if (goesDirectly(image, geometry)) {
-        return {directBytes(image, geometry), geometry.info};
+        info = geometry.info;
+        return directBytes(image, geometry);
     }
-    return {tensorOfBytes(letterboxed(image, target)), geometry.info};
+    return tensorOfBytes(letterboxed(image, target, info));
 }
 
 }  // namespace ai_orvo::model

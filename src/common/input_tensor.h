@@ -13,19 +13,16 @@ namespace ai_orvo::model {
 /// Order of the colour planes that the network expects; images come as BGR.
 enum class ChannelOrder { kBgr, kRgb };
 
-/// A tensor, and how the image was letterboxed for it.
-struct InputTensor {
-    alg::common::AIBuff tensor;
-    LetterboxInfo letterbox;
-};
-
 /// Letterboxes the image. \return float32, 1 x 3 x height x width, scaled to 0..1.
-/// \throws cv::Exception as `letterbox` does.
-InputTensor floatInput(const cv::Mat& image, const cv::Size& target, ChannelOrder order);
+/// \param info how the image was letterboxed; set even where the conversion after it fails.
+/// \throws cv::Exception as `letterbox` does, and for depths that no blob is made of.
+alg::common::AIBuff floatInput(const cv::Mat& image, const cv::Size& target, ChannelOrder order,
+                               LetterboxInfo& info);
 
 /// Letterboxes the image. \return its bytes, row by row. The type says float32 all the same: an engine tells
 /// the two input forms apart by their size.
+/// \param info how the image was letterboxed; set even where the copy after it fails.
 /// \throws cv::Exception as `letterbox` does.
-InputTensor byteInput(const cv::Mat& image, const cv::Size& target);
+alg::common::AIBuff byteInput(const cv::Mat& image, const cv::Size& target, LetterboxInfo& info);
 
 }  // namespace ai_orvo::model

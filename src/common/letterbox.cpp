@@ -40,6 +40,11 @@ void letterboxPlainly(const cv::Mat& src, const LetterboxGeometry& geometry, cv:
                        cv::BORDER_CONSTANT, kPaddingColor);
 }
 
+/// Whether `cv::resize` interpolates elements of this depth.
+bool isScalable(int depth) {
+    return depth == CV_8U || depth == CV_16U || depth == CV_16S || depth == CV_32F || depth == CV_64F;
+}
+
 }  // namespace
 
 LetterboxGeometry letterboxGeometry(const cv::Mat& image, const cv::Size& target) {
@@ -81,7 +86,7 @@ void scaleInto(const cv::Mat& image, cv::Mat scaled) {
 }
 
 bool canLetterboxInto(const cv::Mat& image, const LetterboxGeometry& geometry) {
-    return image.channels() <= 4 && !geometry.scaled.empty() &&
+    return isScalable(image.depth()) && image.channels() <= 4 && !geometry.scaled.empty() &&
            std::min({geometry.top, geometry.bottom, geometry.left, geometry.right}) >= 0;
 }
 

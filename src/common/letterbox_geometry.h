@@ -30,8 +30,8 @@ struct LetterboxGeometry {
 /// \throws cv::Exception for an empty image and for sizes out of range.
 LetterboxGeometry letterboxGeometry(const cv::Mat& image, const cv::Size& target);
 
-/// Whether `letterboxInto` can take the image: it has pixels left, padding that is not negative, and at most
-/// four channels.
+/// Whether `letterboxInto` can take the image: it has pixels left, padding that is not negative, at most four
+/// channels, and elements that can be scaled.
 bool canLetterboxInto(const cv::Mat& image, const LetterboxGeometry& geometry);
 
 /// Scales `image` (bilinear) to the size of `scaled`, which has its type and shares no memory with it.

@@ -19,7 +19,7 @@ struct ModelConfig {
 };
 
 /// Reads the YAML file at `path`. The keys are read in a fixed order; the first fault is the one reported.
-/// \throws YAML::BadFile, YAML::InvalidNode, YAML::BadConversion, std::out_of_range.
+/// \throws what the path constructor of `YOLOv5` does.
 ModelConfig readModelConfig(const std::string& path);
 
 }  // namespace ai_orvo::model

@@ -1,8 +1,12 @@
 #include "common/run_report.h"
 
+#include <type_traits>
+
 namespace ai_orvo::model {
 namespace {
 
+// Without a destructor it may be used for as long as the thread runs.
+static_assert(std::is_trivially_destructible_v<RunReport>);
 thread_local RunReport currentReport;
 
 }  // namespace

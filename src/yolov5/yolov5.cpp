@@ -67,12 +67,9 @@ YOLOv5::~YOLOv5() {
 
 void YOLOv5::detect(const cv::Mat& image, std::vector<Object>& objects) {
     StageClock clock;
-    const InputTensor input = floatInput(image, input_size, ChannelOrder::kRgb);
-    letterbox_info = input.letterbox;
-
     TensorMap inputs;
     TensorMap outputs;
-    inputs[kFusedInput] = input.tensor;
+    inputs[kFusedInput] = floatInput(image, input_size, ChannelOrder::kRgb, letterbox_info);
     outputs[kFusedOutput] = outputTensor(config.output_sizes[kFusedOutput], sizeof(float));
     clock.preprocessed();
     clock.infer(engine, inputs, outputs);

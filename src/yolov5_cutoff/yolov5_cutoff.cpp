@@ -53,12 +53,9 @@ YOLOv5Cutoff::~YOLOv5Cutoff() = default;
 
 void YOLOv5Cutoff::detect(const cv::Mat& image, std::vector<Object>& objects) {
     StageClock clock;
-    const InputTensor input = byteInput(image, input_size);
-    letterbox_info = input.letterbox;
-
     TensorMap inputs;
     TensorMap outputs;
-    inputs[kCutInput] = input.tensor;
+    inputs[kCutInput] = byteInput(image, input_size, letterbox_info);
     for (const char* name : kCutOutputs) {
         outputs[name] = outputTensor(config.output_sizes[name], sizeof(std::int8_t));
     }

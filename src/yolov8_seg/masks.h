@@ -15,7 +15,8 @@ namespace ai_orvo::model {
 /// \param model        sizes and the letterbox record of the image.
 /// \param coefficients rows of `maskCoefCount` floats, not more than there are objects.
 /// \param prototypes   `maskCoefCount` rows of `protoHeight` x `protoWidth` floats.
-/// \throws cv::Exception for a network input that is not square, and where a box leaves the image.
+/// \throws cv::Exception for a network input that is not square, unless the letterbox border leaves a region
+///         that fits all the same (its mask is skewed), and where a box leaves the image.
 void assembleMasks(const YOLOv8Seg& model, const cv::Mat& coefficients, const cv::Mat& prototypes,
                    std::vector<Object>& objects);
 

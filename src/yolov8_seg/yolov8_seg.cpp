@@ -27,15 +27,16 @@ int frameworkCode(const std::string& framework) {
     exitForUnknownFramework(framework);
 }
 
-/// The back-end decides the form of the input, the quantisation flag how it is described.
-InputTensor inputFor(const cv::Mat& image, const YOLOv8Seg& model) {
+/// The back-end decides the form of the input, the quantisation flag how it is described. Sets the model's
+/// letterbox record.
+AIBuff inputFor(const cv::Mat& image, YOLOv8Seg& model) {
     const bool takesBytes = model.config.framework == alg::common::kFrameworkRknn;
-    InputTensor input = takesBytes ? byteInput(image, model.inputSize)
-                                   : floatInput(image, model.inputSize, ChannelOrder::kBgr);
+    AIBuff input = takesBytes ? byteInput(image, model.inputSize, model.letterboxInfo)
+                              : floatInput(image, model.inputSize, ChannelOrder::kBgr, model.letterboxInfo);
     if (model.isQuantized) {
-        input.tensor.type = alg::common::kElementInt8;
-        input.tensor.zp = 0;
-        input.tensor.scale = 1.0F;
+        input.type = alg::common::kElementInt8;
+        input.zp = 0;
+        input.scale = 1.0F;
     }
     return input;
 }
@@ -74,12 +75,9 @@ YOLOv8Seg::~YOLOv8Seg() = default;
 
 void YOLOv8Seg::detect(const cv::Mat& image, std::vector<Object>& objects) {
     StageClock clock;
-    const InputTensor input = inputFor(image, *this);
-    letterboxInfo = input.letterbox;
-
     TensorMap inputs;
     TensorMap outputs;
-    inputs[kSegInput] = input.tensor;
+    inputs[kSegInput] = inputFor(image, *this);
     const std::size_t elementSize = isQuantized ? sizeof(std::int8_t) : sizeof(float);
     for (const char* name : kSegOutputs) {
         outputs[name] = outputTensor(config.output_sizes[name], elementSize);

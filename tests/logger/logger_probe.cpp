@@ -5,6 +5,8 @@
 
 #include <spdlog/sinks/ostream_sink.h>
 
+#include <syslog.h>
+
 #include <cstdlib>
 #include <iostream>
 #include <sstream>
@@ -13,6 +15,9 @@
 #include <vector>
 
 namespace {
+
+// The logger's header leaves applications that write to syslog themselves its priority.
+static_assert(LOG_INFO == 6 && LOG_MASK(LOG_INFO) == 1 << 6);
 
 void logMany(int count) {
     for (int i = 0; i < count; ++i) {

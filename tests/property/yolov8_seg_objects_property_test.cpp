@@ -233,11 +233,7 @@ TEST_P(Yolov8SegObjectsProperty, NothingAboveTheThresholdAddsNothing) {
 
 TEST_P(Yolov8SegObjectsProperty, AnInputThatIsNotSquareThrowsOnceThereIsAnObject) {
     Random random(105);
-    SegSettings settings = randomSegSettings(random, GetParam());
-    settings.inputSize = {96, 64};
-    settings.protoWidth = 24;
-    settings.protoHeight = 16;
-    settings.grids = {cv::Size(12, 8), cv::Size(6, 4), cv::Size(3, 2)};
+    SegSettings settings = segSettingsFor({150, 100}, {96, 64}, random, GetParam());
     settings.confThreshold = 0.3F;
     TensorMap outputs = randomSegOutputs(random, settings);
     YOLOv8Seg model(segConfig(settings));
@@ -248,6 +244,29 @@ TEST_P(Yolov8SegObjectsProperty, AnInputThatIsNotSquareThrowsOnceThereIsAnObject
     objects.clear();
     EXPECT_NO_THROW(model.postprocess(outputs, objects));
     EXPECT_TRUE(objects.empty());
+}
+
+TEST_P(Yolov8SegObjectsProperty, AnInputThatIsNotSquareSkewsMasksWhereTheBorderLeavesRoom) {
+    struct Shape {
+        cv::Size input;
+        cv::Size picture;
+    };
+    // The border takes so much of the longer side that what is left fits the shorter one.
+    const std::vector<Shape> shapes = {{{96, 64}, {40, 100}},
+                                       {{96, 64}, {7, 90}},
+                                       {{128, 96}, {50, 100}},
+                                       {{64, 96}, {100, 40}},
+                                       {{96, 128}, {100, 60}}};
+    Random random(110);
+    int maskPixels = 0;
+    for (const Shape& shape : shapes) {
+        for (int i = 0; i < 10; ++i) {
+            const SegSettings settings = segSettingsFor(shape.picture, shape.input, random, GetParam());
+            maskPixels += compareWithReference(settings, randomSegOutputs(random, settings)).maskPixels;
+            ASSERT_FALSE(HasFailure()) << shape.picture << " in " << shape.input;
+        }
+    }
+    EXPECT_GT(maskPixels, 10000);
 }
 
 TEST_P(Yolov8SegObjectsProperty, PaddingThatLeavesNothingOfThePlaneThrows) {

@@ -52,21 +52,24 @@ SegSettings randomSegSettings(Random& random, bool isQuantized) {
 }
 
 SegSettings segSettingsFor(const cv::Size& picture, Random& random, bool isQuantized) {
-    SegSettings settings;
     const int side = random.oneOf({32, 64, 96});
-    settings.inputSize = {side, side};
+    return segSettingsFor(picture, {side, side}, random, isQuantized);
+}
+
+SegSettings segSettingsFor(const cv::Size& picture, const cv::Size& input, Random& random, bool isQuantized) {
+    SegSettings settings;
+    settings.inputSize = input;
     cv::Mat letterboxed;
-    settings.letterbox =
-        reference::letterbox(cv::Mat::zeros(picture, CV_8UC3), letterboxed, settings.inputSize);
+    settings.letterbox = reference::letterbox(cv::Mat::zeros(picture, CV_8UC3), letterboxed, input);
     settings.isQuantized = isQuantized;
-    settings.protoWidth = side / 4;
-    settings.protoHeight = side / 4;
+    settings.protoWidth = input.width / 4;
+    settings.protoHeight = input.height / 4;
     settings.confThreshold = random.oneOf({0.3F, 0.5F, 0.7F});
     settings.nmsThreshold = random.oneOf({0.0F, 0.2F, 0.45F, 0.65F, 1.0F});
     settings.maxDetections = random.oneOf({100, 100, 5, 1});
     settings.classNum = random.integer(1, 4);
     for (std::size_t head = 0; head < settings.grids.size(); ++head) {
-        settings.grids[head] = {side / settings.strides[head], side / settings.strides[head]};
+        settings.grids[head] = {input.width / settings.strides[head], input.height / settings.strides[head]};
     }
     return settings;
 }

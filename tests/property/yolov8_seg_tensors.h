@@ -28,6 +28,10 @@ reference::SegSettings randomSegSettings(Random& random, bool isQuantized);
 /// The same for a picture of a given size.
 reference::SegSettings segSettingsFor(const cv::Size& picture, Random& random, bool isQuantized);
 
+/// The same for a network input of a given size, square or not.
+reference::SegSettings segSettingsFor(const cv::Size& picture, const cv::Size& input, Random& random,
+                                      bool isQuantized);
+
 /// All ten tensors, float or 8-bit as the settings say; a few dozen cells hold a candidate.
 ai_orvo::model::TensorMap randomSegOutputs(Random& random, const reference::SegSettings& settings);
 

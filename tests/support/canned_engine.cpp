@@ -10,12 +10,13 @@
 namespace brellix::testing {
 namespace {
 
-thread_local EngineFault currentFault;
+// A pointer: models may ask for a last frame when a thread's objects are gone already.
+thread_local const EngineFault* currentFault = nullptr;
 
 }  // namespace
 
-ScopedEngineFault::ScopedEngineFault(EngineFault fault) {
-    currentFault = std::move(fault);
+ScopedEngineFault::ScopedEngineFault(EngineFault fault) : fault_(std::move(fault)) {
+    currentFault = &fault_;
 }
 
 ScopedEngineFault::~ScopedEngineFault() {
@@ -67,7 +68,8 @@ int AIEngine::DoInference(TensorMap& inputs, TensorMap& outputs) {
         return 6;
     }
     backend_->fill(outputs);
-    return brellix::testing::currentFault ? brellix::testing::currentFault(inputs, outputs) : 0;
+    const brellix::testing::EngineFault* const fault = brellix::testing::currentFault;
+    return fault != nullptr && *fault ? (*fault)(inputs, outputs) : 0;
 }
 
 }  // namespace ai_orvo::alg::common

@@ -25,6 +25,9 @@ class ScopedEngineFault {
     ScopedEngineFault(const ScopedEngineFault&) = delete;
     ScopedEngineFault& operator=(const ScopedEngineFault&) = delete;
     ~ScopedEngineFault();
+
+  private:
+    EngineFault fault_;
 };
 
 }  // namespace brellix::testing

@@ -154,6 +154,24 @@ TEST(Letterbox, SourceTooThinForAPixelRaisesOpenCvsException) {
     EXPECT_THROW(letterbox(filled(1, 2000, {1, 1, 1}), result, target), cv::Exception);
 }
 
+TEST(Letterbox, ResultStaysAsItIsWhereTheSourceCannotBeScaled) {
+    cv::Size target(64, 64);
+    for (const int depth : {CV_8S, CV_32S}) {
+        cv::Mat result(10, 20, CV_8UC3, cv::Scalar::all(5));
+        EXPECT_THROW(letterbox(cv::Mat::zeros(30, 40, CV_MAKETYPE(depth, 3)), result, target), cv::Exception);
+        EXPECT_EQ(result.size(), cv::Size(20, 10)) << depth;
+        EXPECT_EQ(result.at<cv::Vec3b>(3, 3), cv::Vec3b(5, 5, 5)) << depth;
+    }
+}
+
+TEST(Letterbox, ElementsThatCannotBeScaledArePadded) {
+    cv::Size target(64, 64);
+    cv::Mat result;
+    letterbox(cv::Mat(64, 32, CV_32SC1, cv::Scalar::all(7)), result, target);
+    EXPECT_EQ(result.at<int>(30, 31), 7);
+    EXPECT_EQ(result.at<int>(30, 10), 114);
+}
+
 TEST(Letterbox, TargetWithoutPixelsRaisesOpenCvsException) {
     cv::Mat result;
     for (cv::Size target : {cv::Size(0, 0), cv::Size(-8, 8), cv::Size(2147483647, 2147483647)}) {

@@ -135,6 +135,16 @@ TEST(YOLOv5Detect, EmptyImageRaisesOpenCvsExceptionAndKeepsTheModelUsable) {
     EXPECT_NO_THROW(model.detect(noisePicture(10, 10), objects));
 }
 
+TEST(YOLOv5Detect, LetterboxRecordIsThatOfAPictureThatNoTensorIsMadeOf) {
+    FakeEngine::reset();
+    YOLOv5 model("net", "RKNN", {64, 64}, 0.3F, 0.6F, 2);
+    std::vector<Object> objects;
+    EXPECT_THROW(model.detect(cv::Mat(64, 128, CV_16UC3, cv::Scalar::all(9)), objects), cv::Exception);
+    EXPECT_EQ(model.letterbox_info.ratio, 2.0F);
+    EXPECT_EQ(model.letterbox_info.dh, 16.0F);
+    EXPECT_EQ(model.letterbox_info.src_width, 128.0F);
+}
+
 TEST(YOLOv5Detect, NegativeOutputSizeIsALengthError) {
     FakeEngine::reset();
     YOLOv5 model("net", "TensorRT", {64, 64}, 0.25F, 0.65F, -6);

@@ -120,6 +120,16 @@ TEST(YOLOv8SegDetect, FailedInferenceIsReportedAndDecodedAsItStands) {
     EXPECT_EQ(model.letterboxInfo.dw, 17.0F);
 }
 
+TEST(YOLOv8SegDetect, LetterboxRecordIsThatOfAPictureThatNoTensorIsMadeOf) {
+    FakeEngine::reset();
+    YOLOv8Seg model(YAML::Load(segConfigText("ONNX", false)));
+    std::vector<Object> objects;
+    EXPECT_THROW(model.detect(cv::Mat(128, 64, CV_16UC3, cv::Scalar::all(9)), objects), cv::Exception);
+    EXPECT_EQ(model.letterboxInfo.ratio, 2.0F);
+    EXPECT_EQ(model.letterboxInfo.dw, 16.0F);
+    EXPECT_EQ(model.letterboxInfo.src_height, 128.0F);
+}
+
 TEST(YOLOv8SegDetect, EmptyImageRaisesOpenCvsException) {
     FakeEngine::reset();
     YOLOv8Seg model(YAML::Load(segConfigText()));

@@ -1,5 +1,6 @@
 #include "backends/onnxruntime/library.h"
 
+#include <atomic>
 #include <cstdlib>
 
 namespace ai_orvo::alg::common {
@@ -12,6 +13,8 @@ namespace {
 /// at the environment then. What the user has set stays.
 [[maybe_unused]] const int kReportingOff = ::setenv("ORT_DISABLE_TELEMETRY", "1", 0);
 
+std::atomic<bool> isGone{false};
+
 void ORT_API_CALL dropLogLine(void*, OrtLoggingLevel, const char*, const char*, const char*, const char*) {}
 
 }  // namespace
@@ -23,6 +26,18 @@ bool loadOnnxRuntime() {
         return api != nullptr;
     }();
     return loaded;
+}
+
+void watchForEndOfOnnxRuntime() {
+    // Destroyed before everything that was there when it was made.
+    struct Watch {
+        ~Watch() { isGone = true; }
+    };
+    static const Watch watch;
+}
+
+bool isOnnxRuntimeGone() {
+    return isGone;
 }
 
 Ort::Env makeQuietEnvironment() {

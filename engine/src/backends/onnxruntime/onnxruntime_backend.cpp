@@ -21,6 +21,9 @@ namespace {
 
 using Shape = std::vector<std::int64_t>;
 
+constexpr const char* kGone =
+    "the process is ending, and ONNX Runtime's own objects are gone: run last frames before main returns";
+
 [[noreturn]] void refuse(const EngineNetwork& network, const std::string& reason) {
     throw Refusal(Status::kBackendRefusal,
                   "network '" + network.path() + "' (opset " + std::to_string(network.opset()) +
@@ -105,6 +108,7 @@ class OnnxRuntimeBackend : public EngineBackend {
         session_ = Ort::Session(environment_, bytes.data(), bytes.size(), sessionOptions(threads));
         runOptions_.SetRunLogSeverityLevel(ORT_LOGGING_LEVEL_FATAL);
         learnOutputShapes(network);
+        watchForEndOfOnnxRuntime();
     }
 
     const TensorShapes& shapes() const { return shapes_; }
@@ -112,6 +116,9 @@ class OnnxRuntimeBackend : public EngineBackend {
     const char* name() const override { return "onnxruntime"; }
 
     void run(const std::vector<const float*>& inputs, const std::vector<OutputRequest>& outputs) override {
+        if (isOnnxRuntimeGone()) {
+            throw Refusal(Status::kInferenceFailed, "network '" + path_ + "': " + kGone);
+        }
         try {
             if (copiesOutputs_) {
                 runAndCopy(inputs, outputs);
@@ -261,6 +268,9 @@ std::shared_ptr<EngineBackend> makeOnnxRuntimeBackend(std::optional<int> threads
     if (!loadOnnxRuntime()) {
         refuse(network, "that library is older than the interface " + std::to_string(ORT_API_VERSION) +
                             " that the engine was built with: give the loader a newer one");
+    }
+    if (isOnnxRuntimeGone()) {
+        refuse(network, kGone);
     }
     checkElementTypes(network);
     checkWindows(network, request.model);
