@@ -101,7 +101,9 @@ ModelConfig loadConfig(const ModelRequest& request, Console& console) {
 }
 
 std::vector<std::string> loadInputs(const InputOptions& options, Console& console, Accepted accepted) {
-    InputList list = expandInputs(options.inputs, options.recursive, accepted);
+    InputList list =
+        expandInputs(options.inputs, options.recursive, accepted,
+                     [&](const std::string& message) { console.warning(message + "; passed over"); });
     if (list.repeated > 0) {
         console.note(counted(list.repeated, "input") + " given more than once, processed once");
     }

@@ -53,6 +53,17 @@ TEST_F(YoloTruth, LabelsLieBesideTheirPictures) {
     EXPECT_EQ(objects[1].box, cv::Rect2d(0, 0, 100, 50));
 }
 
+TEST_F(YoloTruth, PictureOrLabelsBehindALinkThatLeadsNowhereAreRefused) {
+    write("a.jpg");
+    write("a.txt", "0 0.5 0.5 0.25 0.5\n");
+    write("b.jpg");
+    std::filesystem::create_symlink("c.jpg", path("c.jpg"));
+    expectRefused({"c.jpg", "Too many levels of symbolic links"});
+    std::filesystem::remove(path("c.jpg"));
+    std::filesystem::create_symlink("gone.txt", path("b.txt"));
+    expectRefused({"b.txt", "No such file or directory"});
+}
+
 TEST_F(YoloTruth, LabelsLieInAParallelTree) {
     write("images/val/a.jpg");
     write("images/val/b.jpg");

@@ -79,6 +79,36 @@ TEST_F(Compare, ObjectsNearTheThresholdMayComeAndGo) {
                    "1 extra, not counting those near the threshold, allowed are 0");
 }
 
+TEST_F(Compare, WithoutAMarginNothingIsNearTheThreshold) {
+    // Objectness and class probability exceed 0.25 each, their product of 0.16 does not.
+    writeOther({disc(), cube(), {50.0F, 10.0F, 8.0F, 8.0F, 0.4F, {0.4F, 0.0F, 0.0F}}});
+    EXPECT_EQ(report()["extra"], json({{"all", 1}, {"near_threshold", 1}}));
+    EXPECT_EQ(report({"--margin", "0"})["extra"], json({{"all", 1}, {"near_threshold", 0}}));
+    expectExceeded({"-q", "--max-extra", "0", "--margin", "0"},
+                   "1 extra, not counting those near the threshold, allowed are 0");
+}
+
+TEST_F(Compare, WhatTheOtherThresholdLeavesOutByFarIsMissed) {
+    writeOther({disc(), cube()});
+    const auto demand = [this](const std::string& threshold) {
+        writeText("other.yaml", "model_path: other.onnx\nconf_thres: " + threshold +
+                                    "\nnms_thres: 0.65\nclass_num: 3\ninput_size: [64, 64]\n");
+    };
+    // The disc is 0.375; its class probability may be up to the root of that, 0.61.
+    demand("0.65");
+    EXPECT_EQ(report()["missed"], json({{"all", 1}, {"near_threshold", 1}}));
+    demand("0.7");
+    EXPECT_EQ(report()["missed"], json({{"all", 1}, {"near_threshold", 0}}));
+    const ProgramResult result = compare({"--max-missed", "0"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(
+        result.err,
+        "brellix: A and B have different confidence thresholds (conf_thres): what the lower one alone lets "
+        "through is missed or extra; --conf sets both\n"
+        "brellix: limit exceeded: 1 missed, not counting those near the threshold, allowed are 0\n");
+    EXPECT_EQ(compare({"--max-missed", "0", "--conf", "0.25"}).err, "");
+}
+
 TEST_F(Compare, AnotherClassAtThePlaceIsNeitherMissedNorExtra) {
     writeOther({disc(), {12.0F, 48.0F, 16.0F, 24.0F, 1.0F, {0.0F, 0.875F, 0.25F}}});
     const json figures = report();

@@ -41,6 +41,70 @@ TEST_F(DetectStream, StreamOfANetworkCameraIsRead) {
     EXPECT_EQ(jsonLines(result.out).size(), 2U);
 }
 
+TEST_F(DetectStream, StreamOfANetworkCameraMayBeginWithTheHeaderOfItsAnswer) {
+    const std::string head = "--frame\r\nContent-Type: image/jpeg\r\n\r\n";
+    for (const char* answer :
+         {"HTTP/1.1 200 OK\r\nServer: camera\r\nContent-Type: multipart/x-mixed-replace;",
+          "Content-Type: multipart/x-mixed-replace;", "content-length: 1000\r\n"}) {
+        RunningProgram program(command(), path(""));
+        program.write(answer);
+        program.write(" boundary=frame\r\n\r\n" + head + jpegOfLevel(50));
+        EXPECT_EQ(json::parse(program.nextLine())["frame"], 0);
+        program.write("\r\n" + head + jpegOfLevel(60) + "\r\n--frame--");
+        EXPECT_EQ(json::parse(program.nextLine())["frame"], 1);
+        const ProgramResult result = program.finish();
+        EXPECT_EQ(result.status, 0) << result.err;
+    }
+}
+
+TEST_F(DetectStream, TextBeforeTheFirstFrameNeedsNoForm) {
+    const ProgramResult result = runWithInput("camera 7\n\nready\n" + jpegOfLevel(50), command());
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(jsonLines(result.out).size(), 1U);
+}
+
+TEST_F(DetectStream, PictureFileOfAnotherFormIsRefusedInOneLine) {
+    cv::Mat noise(300, 300, CV_8UC3);
+    cv::randu(noise, cv::Scalar::all(0), cv::Scalar::all(256));
+    writeMat("noise.png", noise);
+    writeMat("noise.bmp", noise);
+    const std::string expected = "expected JPEGs one after another, or paths of pictures, one a line";
+    for (const auto& [file, begin] :
+         {std::pair("noise.png", "begins as a PNG file does, "),
+          std::pair("noise.bmp", "ended without a picture: no JPEG begins in it, ")}) {
+        const ProgramResult result = runWithInput(readText(file), command());
+        EXPECT_EQ(result.status, 3);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err,
+                  "brellix: standard input: " + (begin + expected) + "\nbrellix: 1 of 1 frame failed\n");
+    }
+}
+
+TEST_F(DetectStream, FolderAsStandardInputIsReportedOnce) {
+    ProgramSetup setup;
+    setup.workingDirectory = path("");
+    setup.standardInputPath = path("");
+    const ProgramResult result = runProgram(command(), setup);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err,
+              "brellix: standard input: cannot be read: Is a directory\nbrellix: 1 of 1 frame failed\n");
+}
+
+TEST_F(DetectStream, LineWithANulByteEndsTheList) {
+    writePicture("a.png");
+    RunningProgram program(command(), path(""));
+    program.write("a.png\n");
+    EXPECT_EQ(json::parse(program.nextLine())["source"], "a.png");
+    program.write(std::string("a.png\0\n", 7) + "a.png\n");
+    const ProgramResult result = program.finish();
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(
+        result.err,
+        "brellix: standard input: a line holds a NUL byte, which no path does, expected JPEGs one after "
+        "another, or paths of pictures, one a line; the rest is not read\nbrellix: 1 of 2 frames failed\n");
+}
+
 TEST_F(DetectStream, CutOffLastFrameIsReported) {
     const std::string jpeg = jpegOfLevel(50);
     const ProgramResult result = runWithInput(jpeg + jpeg.substr(0, jpeg.size() - 20), command());
@@ -233,6 +297,14 @@ TEST_F(StoppedRun, EndsInTheMiddleOfAVideo) {
         << result.err;
 }
 
+TEST(StreamKind, IsToldByWhatHasArrivedToo) {
+    using app::StreamKind;
+    using app::streamKindOf;
+    EXPECT_EQ(streamKindOf("ready\n\xFF\xD8\xFF", false), StreamKind::kJpegs);
+    EXPECT_EQ(streamKindOf(std::string_view("P6\n2\0", 5), false), StreamKind::kJpegs);
+    EXPECT_EQ(streamKindOf("ready\n", false), StreamKind::kPaths);
+}
+
 TEST(StreamKind, IsToldByTheFirstLine) {
     using app::StreamKind;
     using app::streamKindOf;
@@ -242,7 +314,14 @@ TEST(StreamKind, IsToldByTheFirstLine) {
     EXPECT_EQ(streamKindOf("--frame", false), StreamKind::kJpegs);
     EXPECT_EQ(streamKindOf("\r\n--frame\r\n", false), StreamKind::kJpegs);
     EXPECT_EQ(streamKindOf(std::string(5000, 'x'), false), StreamKind::kJpegs);
-    EXPECT_EQ(streamKindOf("a.png\n\xFF\xD8\xFF", false), StreamKind::kPaths);
+    EXPECT_EQ(streamKindOf("HTTP/1", false), StreamKind::kJpegs);
+    EXPECT_EQ(streamKindOf("\r\nHTTP/2 200\r\n", false), StreamKind::kJpegs);
+    EXPECT_EQ(streamKindOf("content-type: image/jpeg\r\n", false), StreamKind::kJpegs);
+    EXPECT_EQ(streamKindOf("\x89PNG\r\n", false), StreamKind::kPng);
+    EXPECT_EQ(streamKindOf("HTTP/a.png\n", false), StreamKind::kPaths);
+    EXPECT_EQ(streamKindOf("Content-aware.png\n", false), StreamKind::kPaths);
+    EXPECT_EQ(streamKindOf("\x89PN", false), std::nullopt);
+    EXPECT_EQ(streamKindOf("Content-", false), std::nullopt);
     EXPECT_EQ(streamKindOf("a.png", false), std::nullopt);
     EXPECT_EQ(streamKindOf("a.png", true), StreamKind::kPaths);
     EXPECT_EQ(streamKindOf("", false), std::nullopt);

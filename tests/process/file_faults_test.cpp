@@ -167,6 +167,27 @@ TEST_F(VanishingFiles, LinksThatLeadNowhereAreReported) {
     }
 }
 
+TEST_F(VanishingFiles, LinksThatLeadNowhereDoNotHoldTheirFolderUp) {
+    makeFolder("shots/more");
+    for (const char* name : {"dangling.png", "loop.png", "loop"}) {
+        fs::create_symlink(name == std::string("dangling.png") ? "gone.png" : name,
+                           path(std::string("shots/") + name));
+    }
+    writePicture("shots/a.png");
+    writePicture("shots/more/b.png");
+    const std::string warnings =
+        "brellix: warning: cannot read shots/dangling.png: No such file or directory; passed over\n"
+        "brellix: warning: cannot read shots/loop.png: Too many levels of symbolic links; passed over\n";
+    const ProgramResult flat = run({"detect", "model.yaml", "shots", "--json", "-"});
+    EXPECT_EQ(flat.status, 0);
+    EXPECT_EQ(flat.err, warnings);
+    EXPECT_EQ(sources(flat.out), (Names{"shots/a.png"}));
+    const ProgramResult deep = run({"detect", "model.yaml", "shots", "--recursive", "--json", "-"});
+    EXPECT_EQ(deep.status, 0);
+    EXPECT_EQ(deep.err, warnings);
+    EXPECT_EQ(sources(deep.out), (Names{"shots/a.png", "shots/more/b.png"}));
+}
+
 /// Takes root's right to read and write whatever it likes away from what this process starts from now on.
 /// \return whether nobody has it then.
 bool giveUpOverridingRights() {
@@ -213,6 +234,20 @@ TEST_F(UnreadableFiles, NetworkIsRefused) {
 TEST_F(UnreadableFiles, NamesAreRefused) {
     writeText("names.txt", "disc\ncone\ncube\n");
     expectDenied("names.txt", 2, {"detect", "model.yaml", "a.png", "--names", "names.txt"}, "names.txt");
+}
+
+TEST_F(UnreadableFiles, SubfolderIsPassedOver) {
+    makeFolder("shots/closed");
+    writePicture("shots/a.png");
+    writePicture("shots/closed/b.png");
+    expectDenied("shots/closed", 0, {"detect", "model.yaml", "shots", "--recursive"},
+                 "brellix: warning: cannot read the folder shots/closed: Permission denied; passed over\n");
+}
+
+TEST_F(UnreadableFiles, FolderThatIsAnInputIsRefused) {
+    makeFolder("shots/closed");
+    writePicture("shots/closed/b.png");
+    expectDenied("shots", 2, {"detect", "model.yaml", "shots"}, "input shots: cannot read the folder: ");
 }
 
 TEST_F(UnreadableFiles, FolderOfResultsIsAFailure) {

@@ -49,6 +49,12 @@ TEST_F(Init, WritesWhatDetectRuns) {
     }
 }
 
+TEST_F(Init, FolderBehindALinkThatLeadsNowhereIsWrongUse) {
+    std::filesystem::create_symlink("loop", path("loop"));
+    static_cast<void>(expect(2, {"init", "network.onnx", "-o", "loop/new.yaml"},
+                             {"brellix: the folder ", "loop: Too many levels of symbolic links"}));
+}
+
 TEST_F(Init, WritesTheKeysOfTheClass) {
     static_cast<void>(expect(0, {"init", "cut.onnx", "-o", "new.yaml"}));
     const YAML::Node cut = written("new.yaml");

@@ -181,7 +181,9 @@ int exitStatusOf(pid_t child) {
 
 ProgramResult runProgram(const std::vector<std::string>& arguments, const ProgramSetup& setup) {
     setenv("TERM", "xterm", 1);
-    const Descriptor in(openFileWith(setup.standardInput));
+    const Descriptor in(setup.standardInputPath.empty()
+                            ? openFileWith(setup.standardInput)
+                            : open(setup.standardInputPath.c_str(), O_RDONLY | O_CLOEXEC));
     const Descriptor out(openStandardOutput(setup.standardOutput));
     const StandardError errorEnds = openStandardError(setup.standardErrorIsTerminal);
     const Descriptor err(errorEnds.testEnd);

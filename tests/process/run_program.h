@@ -20,7 +20,8 @@ enum class StandardOutput { kCaught, kClosed, kFullDisk, kPipeWithoutReader };
 
 struct ProgramSetup {
     std::string workingDirectory;
-    std::string standardInput;  ///< all that the child can read
+    std::string standardInput;      ///< all that the child can read
+    std::string standardInputPath;  ///< what it reads in place of that, where it is not empty
     StandardOutput standardOutput = StandardOutput::kCaught;
     bool standardErrorIsTerminal = false;
 };

@@ -6,6 +6,7 @@
 #include "files/picture_reader.h"
 #include "option_values.h"
 #include "run_options.h"
+#include "sources/early_end.h"
 
 #include <memory>
 #include <string>
@@ -54,6 +55,7 @@ std::vector<LoadedPicture> loadPictures(const std::vector<std::string>& sources,
         }
         try {
             pictures.push_back({source, readPicture(source)});
+            warnOfEarlyEnd(source, console);
         } catch (const BrokenPicture& broken) {
             console.error(source + ": " + broken.what());
         }

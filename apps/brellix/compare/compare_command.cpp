@@ -63,8 +63,7 @@ void addRules(CLI::App& command, CompareOptions& options) {
         ->type_name("NUMBER")
         ->check(numberFrom0To1());
     command
-        .add_option("--margin", options.margin,
-                    "Probability above the threshold that is near it (default: 0.05)")
+        .add_option("--margin", options.margin, "Distance from the threshold that is near it (default: 0.05)")
         ->type_name("NUMBER")
         ->check(numberFrom0To1());
 }
@@ -114,14 +113,27 @@ void warnOfDifferentClasses(const ModelConfig& a, const ModelConfig& b, Console&
     }
 }
 
+void noteDifferentThresholds(const ModelConfig& a, const ModelConfig& b, Console& console) {
+    if (a.confThreshold != b.confThreshold) {
+        console.note(
+            "A and B have different confidence thresholds (conf_thres): what the lower one alone lets "
+            "through "
+            "is missed or extra; --conf sets both");
+    }
+}
+
+SideRules rulesOf(const ModelConfig& config) {
+    return {static_cast<double>(config.confThreshold), traitsOf(config.modelClass).probabilityIsProduct};
+}
+
 CompareJob prepareJob(const CompareOptions& options, Console& console) {
     ModelConfig a = loadConfig(options.a, console);
     ModelConfig b = loadConfig(requestForB(options), console);
     warnOfDifferentClasses(a, b, console);
+    noteDifferentThresholds(a, b, console);
     ClassList classes(options.namesFile, a.document);
     std::vector<std::string> sources = loadInputs(options.input, console);
-    const ComparisonRules rules{options.overlap, options.margin, static_cast<double>(a.confThreshold),
-                                static_cast<double>(b.confThreshold)};
+    const ComparisonRules rules{options.overlap, options.margin, rulesOf(a), rulesOf(b)};
     return {std::move(a), std::move(b),  std::move(classes),        std::move(sources),
             rules,        options.worst, !options.outFolder.empty()};
 }

@@ -42,8 +42,8 @@ class Measurements {
 
 /// Objects that one side has and the other has not.
 struct LossCount {
-    std::size_t clear = 0;          ///< well above the other side's threshold
-    std::size_t nearThreshold = 0;  ///< not well above it
+    std::size_t clear = 0;          ///< far from the other side's threshold
+    std::size_t nearThreshold = 0;  ///< close to it
 
     std::size_t all() const { return clear + nearThreshold; }
 };

@@ -28,10 +28,20 @@ Agreement agreementOf(const ObjectPair& pair, const Object& a, const Object& b) 
     return agreement;
 }
 
-std::vector<Loss> lossesOf(const std::vector<std::size_t>& indices, const Objects& objects, double limit) {
+/// \return whether the score that exceeded the threshold of its `own` side may be close to the `other`'s.
+bool mayComeAndGo(double probability, const SideRules& own, const SideRules& other, double margin) {
+    // Of two factors of at most 1 the smaller one lies between their product and its root.
+    const double least = own.probabilityIsProduct ? std::max(probability, own.confidence) : probability;
+    const double most = own.probabilityIsProduct ? std::sqrt(std::max(probability, 0.0)) : probability;
+    return margin > 0.0 && least < other.confidence + margin && most > other.confidence - margin;
+}
+
+std::vector<Loss> lossesOf(const std::vector<std::size_t>& indices, const Objects& objects,
+                           const SideRules& own, const SideRules& other, double margin) {
     std::vector<Loss> losses;
     for (const std::size_t index : indices) {
-        losses.push_back({index, static_cast<double>(objects[index].prob) < limit});
+        const auto probability = static_cast<double>(objects[index].prob);
+        losses.push_back({index, mayComeAndGo(probability, own, other, margin)});
     }
     return losses;
 }
@@ -57,8 +67,8 @@ PictureComparison comparePicture(const std::string& source, const Objects& a, co
         result.agreements.push_back(agreementOf(pair, a[pair.a], b[pair.b]));
     }
     result.classChanged = pairs.classChanged;
-    result.missed = lossesOf(pairs.onlyA, a, rules.confB + rules.margin);
-    result.extra = lossesOf(pairs.onlyB, b, rules.confA + rules.margin);
+    result.missed = lossesOf(pairs.onlyA, a, rules.a, rules.b, rules.margin);
+    result.extra = lossesOf(pairs.onlyB, b, rules.b, rules.a, rules.margin);
     return result;
 }
 

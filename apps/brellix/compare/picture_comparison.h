@@ -14,12 +14,19 @@
 
 namespace brellix::app {
 
+/// How one side decides what an object is.
+struct SideRules {
+    double confidence = 0.0;  ///< threshold
+    bool probabilityIsProduct =
+        false;  ///< of two scores, each of which has to exceed the threshold for itself
+};
+
 /// What counts as the same, and as close to the threshold.
 struct ComparisonRules {
     double overlap = 0.5;  ///< of the boxes of one object
-    double margin = 0.05;  ///< of probability above the other side's threshold
-    double confA = 0.0;    ///< confidence thresholds
-    double confB = 0.0;
+    double margin = 0.05;  ///< from the other side's threshold; where it is 0, nothing is close
+    SideRules a;
+    SideRules b;
 };
 
 /// One object found by both.
@@ -32,7 +39,7 @@ struct Agreement {
 /// One object found by one side only.
 struct Loss {
     std::size_t object;
-    bool isNearThreshold;  ///< so little above the other side's threshold that it may come and go
+    bool isNearThreshold;  ///< so close to the other side's threshold that it may come and go
 };
 
 struct PictureComparison {

@@ -46,7 +46,7 @@ complete -c brellix -n '__fish_seen_subcommand_from eval' -l plot -r -d 'Draw pr
 complete -c brellix -n '__fish_seen_subcommand_from eval' -l detections -r -d "Write what was found in COCO's result form"
 
 complete -c brellix -n '__fish_seen_subcommand_from compare' -l iou -x -d 'Overlap from which two are one object'
-complete -c brellix -n '__fish_seen_subcommand_from compare' -l margin -x -d 'Probability that is near the threshold'
+complete -c brellix -n '__fish_seen_subcommand_from compare' -l margin -x -d 'Distance from the threshold that is near it'
 complete -c brellix -n '__fish_seen_subcommand_from compare' -l worst -x -d 'How many pictures are worst'
 complete -c brellix -n '__fish_seen_subcommand_from compare' -l max-missed -x -d 'Objects only in A'
 complete -c brellix -n '__fish_seen_subcommand_from compare' -l max-extra -x -d 'Objects only in B'

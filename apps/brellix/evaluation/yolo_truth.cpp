@@ -61,11 +61,19 @@ std::string labelFile(const std::string& picture) {
     const fs::path absolute = fs::absolute(picture).lexically_normal();
     for (fs::path candidate : {inLabelTree(absolute), fs::path(picture)}) {
         candidate.replace_extension(".txt");
-        if (isFile(candidate)) {
+        // One that is there and cannot be read does not say that nothing is on the picture.
+        std::error_code ignored;
+        if (fs::symlink_status(candidate, ignored).type() != fs::file_type::not_found) {
             return candidate.string();
         }
     }
     return {};
+}
+
+std::vector<std::string> picturesOf(const YoloDescription& description) {
+    // Figures of a part of the dataset would look like figures of all of it.
+    const auto refuse = [](const std::string& message) { throw wrongUse(message); };
+    return expandInputs(description.pictures, true, Accepted::kPictures, refuse).pictures;
 }
 
 /// The place where each class is first seen, by class index.
@@ -105,7 +113,7 @@ GroundTruth readYoloTruth(const std::string& path) {
     GroundTruth truth;
     truth.dataset.path = path;
     truth.dataset.idsAreLabels = true;
-    for (const std::string& picture : expandInputs(description.pictures, true).pictures) {
+    for (const std::string& picture : picturesOf(description)) {
         const std::string file = labelFile(picture);
         truth.labels.emplace_back();
         if (!file.empty()) {

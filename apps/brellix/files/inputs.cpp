@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <set>
+#include <utility>
 
 namespace brellix::app {
 namespace {
@@ -22,47 +23,79 @@ bool isHidden(const fs::path& path) {
 struct Expansion {
     bool recursive;
     Accepted accepted;
+    const UnreadableHandler& onUnreadable;
 };
 
-bool isWanted(const fs::directory_entry& entry, Accepted accepted) {
-    const bool isAccepted = hasPictureExtension(entry.path()) ||
-                            (accepted == Accepted::kStreams && hasVideoExtension(entry.path()));
-    return isAccepted && !isHidden(entry.path()) && entry.is_regular_file();
+bool hasAcceptedExtension(const fs::path& path, Accepted accepted) {
+    return hasPictureExtension(path) || (accepted == Accepted::kStreams && hasVideoExtension(path));
 }
 
-std::vector<std::string> picturesIn(const std::string& folder, Accepted accepted) {
-    std::vector<std::string> pictures;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        if (isWanted(entry, accepted)) {
-            pictures.push_back(entry.path().string());
+/// Gathers what a folder gives.
+class FolderWalk {
+  public:
+    FolderWalk(const std::string& folder, Expansion how) : how_(how) {
+        const std::error_code error = lookInto(folder);
+        if (error) {
+            throw wrongUse("input " + folder + ": cannot read the folder: " + error.message());
+        }
+        lookIntoSubfolders();
+        std::sort(pictures_.begin(), pictures_.end());
+        std::sort(unreadable_.begin(), unreadable_.end());
+        std::for_each(unreadable_.begin(), unreadable_.end(), how.onUnreadable);
+    }
+
+    const std::vector<std::string>& pictures() const { return pictures_; }
+
+  private:
+    /// \return why the folder could not be read to its end.
+    std::error_code lookInto(const fs::path& folder) {
+        std::error_code error;
+        for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+             entry.increment(error)) {
+            if (!isHidden(entry->path())) {
+                take(*entry);
+            }
+        }
+        return error;
+    }
+
+    void lookIntoSubfolders() {
+        while (!subfolders_.empty()) {
+            const fs::path folder = std::move(subfolders_.back());
+            subfolders_.pop_back();
+            const std::error_code error = lookInto(folder);
+            if (error) {
+                unreadable_.push_back("cannot read the folder " + folder.string() + ": " + error.message());
+            }
         }
     }
-    return pictures;
-}
 
-std::vector<std::string> picturesBelow(const std::string& folder, Accepted accepted) {
-    std::vector<std::string> pictures;
-    for (auto place = fs::recursive_directory_iterator(folder); place != fs::end(place); ++place) {
-        if (isWanted(*place, accepted)) {
-            pictures.push_back(place->path().string());
-        } else if (place->is_directory() && isHidden(place->path())) {
-            place.disable_recursion_pending();
+    void take(const fs::directory_entry& entry) {
+        std::error_code error;
+        if (entry.is_directory(error)) {
+            if (how_.recursive && !entry.is_symlink(error)) {
+                subfolders_.push_back(entry.path());
+            }
+        } else if (hasAcceptedExtension(entry.path(), how_.accepted)) {
+            takePicture(entry);
         }
     }
-    return pictures;
-}
 
-std::vector<std::string> expandFolder(const std::string& folder, Expansion how) {
-    try {
-        std::vector<std::string> pictures =
-            how.recursive ? picturesBelow(folder, how.accepted) : picturesIn(folder, how.accepted);
-        std::sort(pictures.begin(), pictures.end());
-        return pictures;
-    } catch (const fs::filesystem_error& error) {
-        throw wrongUse("input " + folder + ": cannot read the folder " + error.path1().string() + ": " +
-                       error.code().message());
+    void takePicture(const fs::directory_entry& entry) {
+        std::error_code error;
+        const fs::file_status status = entry.status(error);
+        if (fs::is_regular_file(status)) {
+            pictures_.push_back(entry.path().string());
+        } else if (!fs::exists(status)) {
+            unreadable_.push_back("cannot read " + entry.path().string() + ": " + error.message());
+        }
     }
-}
+
+    Expansion how_;
+    std::vector<fs::path> subfolders_;  ///< not yet looked into
+    std::vector<std::string> pictures_;
+    std::vector<std::string> unreadable_;  ///< messages
+};
 
 bool isPattern(const std::string& input) {
     return input.find_first_of("*?[") != std::string::npos;
@@ -70,7 +103,8 @@ bool isPattern(const std::string& input) {
 
 std::vector<std::string> expandExisting(const std::string& name, Expansion how) {
     std::error_code ignored;
-    return fs::is_directory(name, ignored) ? expandFolder(name, how) : std::vector<std::string>{name};
+    return fs::is_directory(name, ignored) ? FolderWalk(name, how).pictures()
+                                           : std::vector<std::string>{name};
 }
 
 std::vector<std::string> expandPattern(const std::string& pattern, Expansion how) {
@@ -121,11 +155,12 @@ std::vector<std::string> matchesOf(const std::string& pattern) {
     return names;
 }
 
-InputList expandInputs(const std::vector<std::string>& inputs, bool recursive, Accepted accepted) {
+InputList expandInputs(const std::vector<std::string>& inputs, bool recursive, Accepted accepted,
+                       const UnreadableHandler& onUnreadable) {
     InputList list;
     std::set<std::string> seen;
     for (const std::string& input : inputs) {
-        for (std::string& picture : expandInput(input, {recursive, accepted})) {
+        for (std::string& picture : expandInput(input, {recursive, accepted, onUnreadable})) {
             // Two spellings of one path are one picture; a link beside its target is a picture of its own.
             if (seen.insert(fs::absolute(picture).lexically_normal().string()).second) {
                 list.pictures.push_back(std::move(picture));

@@ -83,14 +83,21 @@ void requireFree(const std::string& path, const InitOptions& options) {
     }
 }
 
+fs::path withoutLinks(const fs::path& folder) {
+    std::error_code error;
+    fs::path real = fs::weakly_canonical(folder, error);
+    if (error) {
+        throw wrongUse("the folder " + folder.string() + ": " + error.message());
+    }
+    return real;
+}
+
 /// \return the network as seen from the folder of the configuration `out`. The folders' links are resolved,
 ///         since ".." behind a link leads elsewhere.
 std::string pathFrom(const std::string& out, const std::string& network) {
     const fs::path target = fs::absolute(network);
-    const fs::path folder = fs::weakly_canonical(fs::absolute(out).parent_path());
-    return (fs::weakly_canonical(target.parent_path()) / target.filename())
-        .lexically_relative(folder)
-        .string();
+    const fs::path folder = withoutLinks(fs::absolute(out).parent_path());
+    return (withoutLinks(target.parent_path()) / target.filename()).lexically_relative(folder).string();
 }
 
 void requireUtf8(const std::string& path) {

@@ -11,9 +11,9 @@ namespace brellix::app {
 namespace {
 
 constexpr std::array<ModelTraits, 3> kModels = {{
-    {ModelClass::kYoloV5, "yolov5", "rgb", false, false, false},
-    {ModelClass::kYoloV5Cutoff, "yolov5_cutoff", "bgr", false, false, true},
-    {ModelClass::kYoloV8Seg, "yolov8_seg", "bgr", true, true, true},
+    {ModelClass::kYoloV5, "yolov5", "rgb", true, false, false, false},
+    {ModelClass::kYoloV5Cutoff, "yolov5_cutoff", "bgr", true, false, false, true},
+    {ModelClass::kYoloV8Seg, "yolov8_seg", "bgr", false, true, true, true},
 }};
 
 /// \return whether the names are these, in any order.

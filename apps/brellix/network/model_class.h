@@ -14,11 +14,12 @@ enum class ModelClass { kYoloV5, kYoloV5Cutoff, kYoloV8Seg };
 /// What is particular about a class.
 struct ModelTraits {
     ModelClass modelClass;
-    const char* name;          ///< what "model" and --model take
-    const char* channelOrder;  ///< "rgb" or "bgr": in which order it feeds the colours
-    bool makesMasks;           ///< its objects have masks, for which the network's input has to be square
-    bool readsBackEndKeys;     ///< its configuration has "framework" and "is_quantized"
-    bool takesCalibration;     ///< it may ask the engine for 8-bit outputs, for which a calibration is
+    const char* name;           ///< what "model" and --model take
+    const char* channelOrder;   ///< "rgb" or "bgr": in which order it feeds the colours
+    bool probabilityIsProduct;  ///< of two scores, each held against the confidence threshold for itself
+    bool makesMasks;            ///< its objects have masks, for which the network's input has to be square
+    bool readsBackEndKeys;      ///< its configuration has "framework" and "is_quantized"
+    bool takesCalibration;      ///< it may ask the engine for 8-bit outputs, for which a calibration is
 };
 
 const ModelTraits& traitsOf(ModelClass modelClass);

@@ -3,6 +3,7 @@
 #include "console/failure.h"
 #include "console/stop_request.h"
 #include "files/picture_reader.h"
+#include "sources/early_end.h"
 #include "sources/progress.h"
 
 #include <algorithm>
@@ -84,6 +85,9 @@ class FrameLoop {
 
     void runTask() const {
         const Frame frame{source_.id(), source_.read()};
+        if (frame.id.origin == FrameOrigin::kPicture) {
+            warnOfEarlyEnd(frame.id.source, console_);
+        }
         try {
             task_(frame);
         } catch (const cv::Exception& exception) {

@@ -7,6 +7,10 @@
 
 namespace brellix::app {
 
+/// What standard input may hold, for messages.
+inline constexpr const char* kExpectedOfStream =
+    "expected JPEGs one after another, or paths of pictures, one a line";
+
 /// Reads a descriptor in parts. A `StopRequest` ends it as the end of the input does.
 class InputStream {
   public:

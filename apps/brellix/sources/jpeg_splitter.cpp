@@ -6,7 +6,6 @@ namespace brellix::app {
 namespace {
 
 constexpr std::size_t kLargestPicture = std::size_t{64} << 20U;
-constexpr std::string_view kStart = "\xFF\xD8\xFF";
 constexpr std::size_t kMarkerSize = 2;
 constexpr std::size_t kLengthSize = 2;
 
@@ -27,9 +26,9 @@ bool isRestart(unsigned char code) {
 
 /// \return whether the buffer now begins with a picture.
 bool JpegSplitter::findStart() {
-    const std::size_t start = buffer_.find(kStart);
+    const std::size_t start = buffer_.find(kJpegStart);
     // The last bytes may be the beginning of a start.
-    const std::size_t kept = kStart.size() - 1;
+    const std::size_t kept = kJpegStart.size() - 1;
     buffer_.erase(0, start != std::string::npos ? start : buffer_.size() - std::min(buffer_.size(), kept));
     if (start == std::string::npos) {
         return false;

@@ -10,6 +10,9 @@
 
 namespace brellix::app {
 
+/// What a JPEG begins with.
+inline constexpr std::string_view kJpegStart = "\xFF\xD8\xFF";
+
 /// One picture of the stream, or what is left of one.
 struct JpegPiece {
     std::string bytes;  ///< from its start marker to its end marker; empty for a damaged one

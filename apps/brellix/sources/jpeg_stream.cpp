@@ -31,7 +31,8 @@ void JpegStream::end() {
         throw BrokenPicture("the last frame is cut off");
     }
     if (frames_ == 0) {
-        throw BrokenPicture("ended without a picture: no JPEG begins in it");
+        throw BrokenPicture(std::string("ended without a picture: no JPEG begins in it, ") +
+                            kExpectedOfStream);
     }
 }
 

@@ -15,7 +15,7 @@ constexpr std::size_t kLongestPath = 4096;
 }  // namespace
 
 PathList::PathList(InputStream& stream, const std::string& name, std::string head)
-    : stream_(stream), buffer_(std::move(head)) {
+    : stream_(stream), name_(name), buffer_(std::move(head)) {
     id_.source = name;
 }
 
@@ -38,9 +38,21 @@ bool PathList::takeLine(std::string& line) {
     return true;
 }
 
+void PathList::refuseRest() {
+    isAtEnd_ = true;
+    gavePath_ = true;
+    buffer_.clear();
+    id_.source = name_;
+    throw BrokenPicture(std::string("a line holds a NUL byte, which no path does, ") + kExpectedOfStream +
+                        "; the rest is not read");
+}
+
 bool PathList::advance() {
     std::string line;
     while (takeLine(line)) {
+        if (line.find('\0') != std::string::npos) {
+            refuseRest();
+        }
         if (!line.empty() && line.back() == '\r') {
             line.pop_back();
         }

@@ -10,7 +10,8 @@
 
 namespace brellix::app {
 
-/// Each picture is read as soon as its line is whole. Empty lines mean nothing.
+/// Each picture is read as soon as its line is whole. Empty lines mean nothing; a NUL byte, which says that
+/// these are no paths, ends the list.
 class PathList : public FrameSource {
   public:
     /// \param stream outlives the source.
@@ -24,8 +25,10 @@ class PathList : public FrameSource {
 
   private:
     bool takeLine(std::string& line);
+    [[noreturn]] void refuseRest();
 
     InputStream& stream_;
+    std::string name_;
     std::string buffer_;
     bool isAtEnd_ = false;
     bool gavePath_ = false;

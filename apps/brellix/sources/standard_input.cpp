@@ -1,11 +1,13 @@
 #include "sources/standard_input.h"
 
+#include "files/picture_reader.h"
 #include "sources/jpeg_stream.h"
 #include "sources/path_list.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <string>
 
@@ -15,18 +17,52 @@ namespace {
 // Longer than any path.
 constexpr std::size_t kLongestLine = 4096;
 
-bool mayBePath(std::string_view line) {
-    return line.find('\0') == std::string_view::npos && line.find("\xFF\xD8\xFF") == std::string_view::npos &&
-           line.substr(0, 2) != "--";
+constexpr std::string_view kPngStart = "\x89PNG";
+
+bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
+
+bool holdsPictureBytes(std::string_view head) {
+    return contains(head, kJpegStart) || contains(head, std::string_view("\0", 1));
+}
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+/// \return whether the line is "HTTP/1.1 200 OK" or the like.
+bool isStatusLine(std::string_view line) {
+    constexpr std::string_view kBegin = "HTTP/";
+    return line.substr(0, kBegin.size()) == kBegin && line.size() > kBegin.size() &&
+           isDigit(line[kBegin.size()]);
+}
+
+/// \return whether the line is "Content-Type: image/jpeg" or the like, in upper or lower case.
+bool isContentHeader(std::string_view line) {
+    constexpr std::string_view kBegin = "content-";
+    return line.size() >= kBegin.size() && contains(line, ":") &&
+           std::equal(kBegin.begin(), kBegin.end(), line.begin(),
+                      [](char wanted, unsigned char c) { return wanted == std::tolower(c); });
+}
+
+bool isOfNetworkCamera(std::string_view line) {
+    return line.substr(0, 2) == "--" || isStatusLine(line) || isContentHeader(line);
 }
 
 }  // namespace
 
 std::optional<StreamKind> streamKindOf(std::string_view head, bool isAll) {
+    if (head.substr(0, kPngStart.size()) == kPngStart) {
+        return StreamKind::kPng;
+    }
+    if (holdsPictureBytes(head)) {
+        return StreamKind::kJpegs;
+    }
     // What a network camera sends may begin with an empty line.
     head.remove_prefix(std::min(head.find_first_not_of("\r\n"), head.size()));
     const std::string_view line = head.substr(0, head.find('\n'));
-    if (!mayBePath(line) || line.size() > kLongestLine) {
+    if (isOfNetworkCamera(line) || line.size() > kLongestLine) {
         return StreamKind::kJpegs;
     }
     const bool isWholeLine = line.size() < head.size();
@@ -38,20 +74,28 @@ StandardInput::StandardInput() : stream_(STDIN_FILENO) {
     id_.origin = FrameOrigin::kLive;
 }
 
-bool StandardInput::advance() {
-    if (!frames_) {
-        std::string head;
-        std::optional<StreamKind> kind;
-        while (!kind) {
-            kind = streamKindOf(head, !stream_.appendMore(head));
-        }
-        if (*kind == StreamKind::kJpegs) {
-            frames_ = std::make_unique<JpegStream>(stream_, id_.source, head);
-        } else {
-            frames_ = std::make_unique<PathList>(stream_, id_.source, head);
-        }
+void StandardInput::begin() {
+    hasBegun_ = true;
+    std::string head;
+    std::optional<StreamKind> kind;
+    while (!kind) {
+        kind = streamKindOf(head, !stream_.appendMore(head));
     }
-    return frames_->advance();
+    if (*kind == StreamKind::kPng) {
+        throw BrokenPicture(std::string("begins as a PNG file does, ") + kExpectedOfStream);
+    }
+    if (*kind == StreamKind::kJpegs) {
+        frames_ = std::make_unique<JpegStream>(stream_, id_.source, head);
+    } else {
+        frames_ = std::make_unique<PathList>(stream_, id_.source, head);
+    }
+}
+
+bool StandardInput::advance() {
+    if (!hasBegun_) {
+        begin();
+    }
+    return frames_ && frames_->advance();
 }
 
 }  // namespace brellix::app
