@@ -116,9 +116,8 @@ void warnOfDifferentClasses(const ModelConfig& a, const ModelConfig& b, Console&
 void noteDifferentThresholds(const ModelConfig& a, const ModelConfig& b, Console& console) {
     if (a.confThreshold != b.confThreshold) {
         console.note(
-            "A and B have different confidence thresholds (conf_thres): what the lower one alone lets "
-            "through "
-            "is missed or extra; --conf sets both");
+            "A and B have different confidence thresholds (conf_thres): what the lower one alone "
+            "lets through is missed or extra; --conf sets both");
     }
 }
 

@@ -17,8 +17,8 @@ namespace brellix::app {
 /// How one side decides what an object is.
 struct SideRules {
     double confidence = 0.0;  ///< threshold
-    bool probabilityIsProduct =
-        false;  ///< of two scores, each of which has to exceed the threshold for itself
+    /// Of two scores, each of which has to exceed the threshold for itself.
+    bool probabilityIsProduct = false;
 };
 
 /// What counts as the same, and as close to the threshold.
