@@ -5,7 +5,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <fstream>
+#include <iterator>
 #include <limits>
+#include <string>
 
 #include "refusal.h"
 #include "support/temporary_folder.h"
@@ -66,7 +69,9 @@ TEST_F(CalibrationFile, ComesBackAsItWasWritten) {
     const Calibration written{{"plain", {{-0.1F, 1.0F / 3.0F}, false}},
                               {"quotes \" and : colons\nand lines", {{-3.4e38F, 1.17e-38F}, true}},
                               {"true", {{0.0F, 1e-45F}, false}},
-                              {"", {{-1.0F, 1.0F}, true}}};
+                              {"", {{-1.0F, 1.0F}, true}},
+                              {std::string(300, '\0'), {{-2.0F, 1.0F}, true}},
+                              {std::string(5000, 'x'), {{-3.0F, 1.0F}, false}}};
     const std::string path = folder_.path() + "/written.yaml";
     writeCalibration(path, written);
     const Calibration read = readCalibration(path);
@@ -76,6 +81,16 @@ TEST_F(CalibrationFile, ComesBackAsItWasWritten) {
         EXPECT_EQ(read.at(name).range.maximum, tensor.range.maximum) << name;
         EXPECT_EQ(read.at(name).symmetric, tensor.symmetric) << name;
     }
+}
+
+TEST_F(CalibrationFile, IsWrittenForPeople) {
+    const std::string path = folder_.path() + "/written.yaml";
+    writeCalibration(path, {{"output0", {{-3.5F, 12.25F}, false}}, {"3", {{-1.0F, 1.0F}, true}}});
+    std::ifstream stream(path);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}),
+              "schema: 1\ntensors:\n"
+              "  \"3\": {min: -1, max: 1, symmetric: true}\n"
+              "  \"output0\": {min: -3.5, max: 12.25, symmetric: false}\n");
 }
 
 TEST_F(CalibrationFile, WithoutTensorsComesBackEmpty) {

@@ -149,26 +149,34 @@ std::string numberText(float value) {
     return {std::begin(text), result.ptr};
 }
 
-std::string calibrationText(const Calibration& calibration) {
+std::string quoted(const std::string& name) {
     YAML::Emitter text;
-    text << YAML::BeginMap << YAML::Key << "schema" << YAML::Value << std::to_string(kSchema);
-    text << YAML::Key << "tensors" << YAML::Value << YAML::BeginMap;
-    for (const auto& [name, tensor] : calibration) {
-        text << YAML::Key << YAML::DoubleQuoted << name << YAML::Value << YAML::Flow << YAML::BeginMap;
-        text << YAML::Key << "min" << YAML::Value << numberText(tensor.range.minimum);
-        text << YAML::Key << "max" << YAML::Value << numberText(tensor.range.maximum);
-        text << YAML::Key << "symmetric" << YAML::Value << tensor.symmetric << YAML::EndMap;
-    }
-    text << YAML::EndMap << YAML::EndMap;
+    text << YAML::DoubleQuoted << name;
     return text.c_str();
+}
+
+/// YAML ends the search for a key's colon after 1024 characters, unless a question mark announces the key.
+std::string keyText(const std::string& name) {
+    constexpr std::size_t kLongestPlainKey = 1000;
+    const std::string key = quoted(name);
+    return key.size() > kLongestPlainKey ? "? " + key + "\n  " : key;
+}
+
+std::string calibrationText(const Calibration& calibration) {
+    std::string text =
+        "schema: " + std::to_string(kSchema) + (calibration.empty() ? "\ntensors: {}" : "\ntensors:");
+    for (const auto& [name, tensor] : calibration) {
+        text += "\n  " + keyText(name) + ": {min: " + numberText(tensor.range.minimum) +
+                ", max: " + numberText(tensor.range.maximum) +
+                ", symmetric: " + (tensor.symmetric ? "true" : "false") + "}";
+    }
+    return text;
 }
 
 /// YAML holds text: other bytes would come back as another name.
 void requireTextNames(const std::string& path, const Calibration& calibration) {
     for (const auto& entry : calibration) {
-        YAML::Emitter quoted;
-        quoted << YAML::DoubleQuoted << entry.first;
-        if (YAML::Load(quoted.c_str()).Scalar() != entry.first) {
+        if (YAML::Load(quoted(entry.first)).Scalar() != entry.first) {
             refuseFile(path, "cannot hold the tensor name '" + entry.first +
                                  "', which is not UTF-8 text: rename that output of the network");
         }
