@@ -42,36 +42,51 @@ class FilledPipe {
     std::array<int, 2> ends_{};
 };
 
-std::vector<std::string> pathsOf(const std::string& head, const std::string& stream) {
+struct Listed {
+    std::vector<std::string> paths;
+    bool isRefused = false;
+};
+
+bool operator==(const Listed& a, const Listed& b) {
+    return a.paths == b.paths && a.isRefused == b.isRefused;
+}
+
+Listed listed(const std::string& head, const std::string& stream) {
     const FilledPipe pipe(stream);
     app::InputStream input(pipe.reader());
     app::PathList list(input, "list", head);
-    std::vector<std::string> paths;
+    Listed result;
     try {
         while (list.advance()) {
-            paths.push_back(list.id().source);
+            result.paths.push_back(list.id().source);
         }
     } catch (const app::BrokenPicture&) {
-        require(paths.empty(), "a list with paths is called empty");
+        result.isRefused = true;
         require(!list.advance(), "a list goes on behind its end");
     }
-    return paths;
+    return result;
 }
 
-std::vector<std::string> plainPaths(const std::string& text) {
-    std::vector<std::string> paths;
+/// A list without paths is refused, and one from the first line on that holds a NUL byte.
+Listed plainlyListed(const std::string& text) {
+    Listed result;
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
         std::string line = text.substr(begin, end - begin);
+        if (line.find('\0') < kLongestPath) {
+            result.isRefused = true;
+            return result;
+        }
         if (!line.empty() && line.back() == '\r') {
             line.pop_back();
         }
         if (!line.empty()) {
-            paths.push_back(line.substr(0, kLongestPath));
+            result.paths.push_back(line.substr(0, kLongestPath));
         }
         begin = end + 1;
     }
-    return paths;
+    result.isRefused = result.paths.empty();
+    return result;
 }
 
 }  // namespace
@@ -80,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     FuzzedData data(bytes, size);
     const std::string head = data.text(64);
     const std::string stream = data.rest().substr(0, kPipe);
-    require(pathsOf(head, stream) == plainPaths(head + stream), "paths");
+    require(listed(head, stream) == plainlyListed(head + stream), "paths");
     return 0;
 }
 

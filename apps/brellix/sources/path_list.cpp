@@ -50,7 +50,8 @@ void PathList::refuseRest() {
 bool PathList::advance() {
     std::string line;
     while (takeLine(line)) {
-        if (line.find('\0') != std::string::npos) {
+        // Behind that the line has lost parts, or not, as they came.
+        if (line.find('\0') < kLongestPath) {
             refuseRest();
         }
         if (!line.empty() && line.back() == '\r') {
