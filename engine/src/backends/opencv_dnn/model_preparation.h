@@ -16,11 +16,14 @@ struct OpencvModel {
 };
 
 /// Rewrites what OpenCV's importer would compute wrongly without a word: quantisation at the graph's end is
-/// left to the engine, and the sizes of a Split become the attribute that the importer looks at.
+/// left to the engine, the sizes of a Split become the attribute that the importer looks at, and a Concat of
+/// one value, which the importer leaves unset where it is an input of the network, becomes an Identity.
 OpencvModel prepareForOpencv(const onnx::ModelProto& model);
 
-/// Gives `axis` attributes that count from the back (-1, ...) the number that they mean: the importer indexes
-/// with them as they are. \param inferred the same network with the shapes of its values.
-void countAxesFromTheFront(onnx::ModelProto& model, const onnx::ModelProto& inferred);
+/// States what the importer would otherwise assume differently than ONNX: `axis` attributes that count from
+/// the back (-1, ...) become the number that they mean, a Softmax of operator set 13 gets the last axis that
+/// it means without one, and auto_pad SAME_LOWER becomes plain padding. \param inferred the same network with
+/// the shapes of its values.
+void stateAttributes(onnx::ModelProto& model, const onnx::ModelProto& inferred);
 
 }  // namespace ai_orvo::alg::common

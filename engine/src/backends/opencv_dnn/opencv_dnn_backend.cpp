@@ -4,6 +4,7 @@
 #include <opencv2/dnn.hpp>
 #include <utility>
 
+#include "backends/opencv_dnn/misread_forms.h"
 #include "backends/opencv_dnn/model_preparation.h"
 #include "backends/opencv_dnn/suitability.h"
 #include "graph/graph_check.h"
@@ -129,7 +130,11 @@ std::shared_ptr<EngineBackend> makeOpencvDnnBackend(const onnx::ModelProto& mode
         refuse(network,
                "its graph is not valid: " + verdict.fault + "; export the network again with opset 12");
     }
-    countAxesFromTheFront(prepared.model, verdict.inferred);
+    stateAttributes(prepared.model, verdict.inferred);
+    const std::string misread = misreadForm(GraphFacts(prepared.model, verdict.inferred));
+    if (!misread.empty()) {
+        refuse(network, misread);
+    }
     try {
         return std::make_shared<OpencvDnnBackend>(network, prepared);
     } catch (const cv::Exception& error) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <unordered_set>
 
+#include "backends/opencv_dnn/graph_facts.h"
 #include "graph/element_types.h"
 #include "graph/graph_lookup.h"
 
@@ -59,10 +60,6 @@ std::string badStoredTensor(const onnx::TensorProto& tensor) {
             return "tensor '" + tensor.name() + "' is stored as " + elementTypeName(tensor.data_type()) +
                    ": export the network in float32";
     }
-}
-
-std::string nodeLabel(const onnx::NodeProto& node) {
-    return "operator " + node.op_type() + (node.name().empty() ? "" : " '" + node.name() + "'");
 }
 
 bool isQuantizedOperator(const std::string& opType) {

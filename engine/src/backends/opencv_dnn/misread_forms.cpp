@@ -1,0 +1,157 @@
+#include "backends/opencv_dnn/misread_forms.h"
+
+#include <algorithm>
+
+#include "backends/opencv_dnn/broadcasting.h"
+#include "backends/opencv_dnn/resizing.h"
+#include "graph/graph_lookup.h"
+
+namespace ai_orvo::alg::common {
+namespace {
+
+bool isAnyOf(const std::string& text, std::initializer_list<const char*> choices) {
+    return std::any_of(choices.begin(), choices.end(),
+                       [&text](const char* choice) { return text == choice; });
+}
+
+/// Before operator set 13 all axes from the given one on count as one; OpenCV takes the given one alone.
+std::string badSoftmax(const onnx::NodeProto& node, const GraphFacts& facts) {
+    constexpr std::int64_t kFirstOpsetOfOneAxis = 13;
+    const Extents* shape = facts.shapeOf(node.input(0));
+    if (facts.opset() >= kFirstOpsetOfOneAxis || shape == nullptr) {
+        return {};
+    }
+    const auto rank = static_cast<std::int64_t>(shape->size());
+    std::int64_t axis = integerOf(node, "axis", 1);
+    axis += axis < 0 ? rank : 0;
+    const auto next = shape->begin() + std::clamp<std::int64_t>(axis + 1, 0, rank);
+    if (std::all_of(next, shape->end(), [](std::int64_t extent) { return extent == 1; })) {
+        return {};
+    }
+    return "would normalise along axis " + std::to_string(axis) +
+           " alone, where operator sets before 13 take it and all axes behind it together";
+}
+
+bool hasPads(const onnx::NodeProto& node) {
+    const onnx::AttributeProto* pads = attributeOf(node, "pads");
+    return isAnyOf(textOf(node, "auto_pad", "NOTSET"), {"SAME_UPPER", "SAME_LOWER"}) ||
+           (pads != nullptr &&
+            std::any_of(pads->ints().begin(), pads->ints().end(), [](std::int64_t pad) { return pad != 0; }));
+}
+
+/// OpenCV goes by who wrote the file.
+std::string badAveragePool(const onnx::NodeProto& node, const GraphFacts& facts) {
+    const bool counts = facts.model().producer_name() == "pytorch";
+    if (!hasPads(node) || counts == (integerOf(node, "count_include_pad", 0) != 0)) {
+        return {};
+    }
+    return counts ? "would count the padding (count_include_pad is 0)"
+                  : "would not count the padding (count_include_pad is 1)";
+}
+
+std::string badMaxPool(const onnx::NodeProto& node, const GraphFacts& /*facts*/) {
+    const bool givesIndices = node.output_size() > 1 && !node.output(1).empty();
+    return givesIndices && integerOf(node, "storage_order", 0) != 0
+               ? "would give its indices row by row (storage_order is 1)"
+               : "";
+}
+
+/// What was not rewritten as plain padding.
+std::string badAutoPad(const onnx::NodeProto& node, const GraphFacts& /*facts*/) {
+    return textOf(node, "auto_pad", "NOTSET") == "SAME_LOWER"
+               ? "would pad as for SAME_UPPER (auto_pad is SAME_LOWER)"
+               : "";
+}
+
+bool isWhole(std::int32_t type) {
+    switch (type) {
+        case onnx::TensorProto::INT8:
+        case onnx::TensorProto::UINT8:
+        case onnx::TensorProto::INT16:
+        case onnx::TensorProto::UINT16:
+        case onnx::TensorProto::INT32:
+        case onnx::TensorProto::UINT32:
+        case onnx::TensorProto::INT64:
+        case onnx::TensorProto::UINT64:
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// OpenCV computes in float32 throughout, so that a conversion changes nothing.
+std::string badCast(const onnx::NodeProto& node, const GraphFacts& facts) {
+    const std::int64_t to = integerOf(node, "to", onnx::TensorProto::UNDEFINED);
+    const std::int32_t from = facts.typeOf(node.input(0));
+    if (facts.isConstant(node.input(0)) || from == onnx::TensorProto::UNDEFINED) {
+        return {};
+    }
+    if (to == onnx::TensorProto::BOOL && from != onnx::TensorProto::BOOL) {
+        return "would not make truth values of its numbers";
+    }
+    const bool isFraction = from == onnx::TensorProto::FLOAT || from == onnx::TensorProto::DOUBLE;
+    const onnx::NodeProto* producer = producerOf(facts.model().graph(), node.input(0));
+    const bool isRounded =
+        producer != nullptr && isAnyOf(producer->op_type(), {"Ceil", "Floor", "Round", "Sign"});
+    return isFraction && isWhole(static_cast<std::int32_t>(to)) && !isRounded
+               ? "would not cut its numbers to whole ones"
+               : "";
+}
+
+/// OpenCV takes one slope, or one of each channel.
+std::string badPRelu(const onnx::NodeProto& node, const GraphFacts& facts) {
+    const Extents* shape = facts.shapeOf(node.input(0));
+    const Extents* slope = node.input_size() > 1 ? facts.shapeOf(node.input(1)) : nullptr;
+    if (shape == nullptr || slope == nullptr || slope->size() > shape->size()) {
+        return {};
+    }
+    const std::size_t missing = shape->size() - slope->size();
+    bool isOne = true;
+    bool isOfChannels = true;
+    for (std::size_t axis = 0; axis < shape->size(); ++axis) {
+        const std::int64_t extent = axis < missing ? 1 : (*slope)[axis - missing];
+        isOne = isOne && extent == 1;
+        isOfChannels = isOfChannels && extent == (axis == 1 ? (*shape)[axis] : 1);
+    }
+    return isOne || isOfChannels ? "" : "would take its slopes as those of the channels";
+}
+
+std::string badCumSum(const onnx::NodeProto& node, const GraphFacts& /*facts*/) {
+    return integerOf(node, "exclusive", 0) != 0 && integerOf(node, "reverse", 0) != 0
+               ? "would leave a part of its result unset (exclusive and reverse)"
+               : "";
+}
+
+struct Form {
+    const char* opType;
+    std::string (*reason)(const onnx::NodeProto&, const GraphFacts&);
+};
+
+constexpr Form kForms[] = {
+    {"Add", badBroadcast},         {"Sub", badBroadcast},
+    {"Mul", badBroadcast},         {"Div", badBroadcast},
+    {"Sum", badBroadcast},         {"Softmax", badSoftmax},
+    {"LogSoftmax", badSoftmax},    {"AveragePool", badAveragePool},
+    {"AveragePool", badAutoPad},   {"MaxPool", badMaxPool},
+    {"MaxPool", badAutoPad},       {"Conv", badAutoPad},
+    {"ConvTranspose", badAutoPad}, {"Resize", badResize},
+    {"Upsample", badResize},       {"Cast", badCast},
+    {"PRelu", badPRelu},           {"CumSum", badCumSum},
+};
+
+}  // namespace
+
+std::string misreadForm(const GraphFacts& facts) {
+    for (const onnx::NodeProto& node : facts.model().graph().node()) {
+        for (const Form& form : kForms) {
+            const std::string reason = node.op_type() == form.opType ? form.reason(node, facts) : "";
+            if (!reason.empty()) {
+                return nodeLabel(node) + ": it " + reason +
+                       "; run it on the back-end onnxruntime, or export the network without this form";
+            }
+        }
+    }
+    return {};
+}
+
+}  // namespace ai_orvo::alg::common
