@@ -343,6 +343,17 @@ TEST_F(RightFormOnOpencv, OlderSoftmaxTakesItsLastAxis) {
     EXPECT_NEAR(run(ascending(), 144)[5], 0.6336913F, 1e-5F);
 }
 
+TEST_F(RightFormOnOpencv, SoftmaxMayBeSpelledOut) {
+    NetworkBuilder network(13);
+    network.input("in", {1, 4, 6, 6}).output("out", {1, 4, 6, 6}).int64s("axes", {2});
+    network.node("ReduceMax", {"in"}, {"largest"}).integers("axes", {2}).integer("keepdims", 1);
+    network.node("Sub", {"in", "largest"}, {"shifted"}).node("Exp", {"shifted"}, {"exponential"});
+    network.node("ReduceSum", {"exponential", "axes"}, {"sum"}).integer("keepdims", 1);
+    network.node("Div", {"exponential", "sum"}, {"out"});
+    expectSilentSuccess(init(configFor(network)));
+    EXPECT_NEAR(run(ascending(), 144)[30], 1.0F / (1.0F + std::exp(-6.0F)), 1e-4F);
+}
+
 TEST_F(RightFormOnOpencv, LowerPaddingStandsAtTheBeginning) {
     NetworkBuilder network = oneNode("MaxPool", {1, 4, 6, 6});
     expectSilentSuccess(

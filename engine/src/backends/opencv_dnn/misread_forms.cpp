@@ -1,6 +1,8 @@
 #include "backends/opencv_dnn/misread_forms.h"
 
 #include <algorithm>
+#include <initializer_list>
+#include <vector>
 
 #include "backends/opencv_dnn/broadcasting.h"
 #include "backends/opencv_dnn/resizing.h"
@@ -90,12 +92,13 @@ std::string badCast(const onnx::NodeProto& node, const GraphFacts& facts) {
         return "would not make truth values of its numbers";
     }
     const bool isFraction = from == onnx::TensorProto::FLOAT || from == onnx::TensorProto::DOUBLE;
+    if (!isFraction || !isWhole(static_cast<std::int32_t>(to))) {
+        return {};
+    }
     const onnx::NodeProto* producer = producerOf(facts.model().graph(), node.input(0));
     const bool isRounded =
         producer != nullptr && isAnyOf(producer->op_type(), {"Ceil", "Floor", "Round", "Sign"});
-    return isFraction && isWhole(static_cast<std::int32_t>(to)) && !isRounded
-               ? "would not cut its numbers to whole ones"
-               : "";
+    return isRounded ? "" : "would not cut its numbers to whole ones";
 }
 
 /// OpenCV takes one slope, or one of each channel.
@@ -122,15 +125,51 @@ std::string badCumSum(const onnx::NodeProto& node, const GraphFacts& /*facts*/) 
                : "";
 }
 
+/// The nodes that take the value.
+std::vector<const onnx::NodeProto*> consumersOf(const onnx::GraphProto& graph, const std::string& value) {
+    std::vector<const onnx::NodeProto*> consumers;
+    for (const onnx::NodeProto& node : graph.node()) {
+        if (std::find(node.input().begin(), node.input().end(), value) != node.input().end()) {
+            consumers.push_back(&node);
+        }
+    }
+    return consumers;
+}
+
+/// Whether the node is the difference in a softmax that is spelled out as of operator set 13: x - max(x), its
+/// exponential, and that divided by its sum. The importer makes one layer of these.
+bool isInSpelledSoftmax(const onnx::NodeProto& node, const GraphFacts& facts) {
+    constexpr std::int64_t kFirstOpset = 13;
+    const onnx::GraphProto& graph = facts.model().graph();
+    const onnx::NodeProto* largest = producerOf(graph, node.input(1));
+    if (node.op_type() != "Sub" || facts.opset() < kFirstOpset || largest == nullptr ||
+        largest->op_type() != "ReduceMax" || largest->input(0) != node.input(0)) {
+        return false;
+    }
+    const std::vector<const onnx::NodeProto*> users = consumersOf(graph, node.output(0));
+    if (users.size() != 1 || users[0]->op_type() != "Exp") {
+        return false;
+    }
+    const std::string& exponential = users[0]->output(0);
+    const std::vector<const onnx::NodeProto*> ends = consumersOf(graph, exponential);
+    return ends.size() == 2 && ends[0]->op_type() == "ReduceSum" && ends[1]->op_type() == "Div" &&
+           ends[1]->input(0) == exponential && ends[1]->input(1) == ends[0]->output(0);
+}
+
+std::string badOperands(const onnx::NodeProto& node, const GraphFacts& facts) {
+    const std::string reason = badBroadcast(node, facts);
+    return reason.empty() || isInSpelledSoftmax(node, facts) ? "" : reason;
+}
+
 struct Form {
     const char* opType;
     std::string (*reason)(const onnx::NodeProto&, const GraphFacts&);
 };
 
 constexpr Form kForms[] = {
-    {"Add", badBroadcast},         {"Sub", badBroadcast},
-    {"Mul", badBroadcast},         {"Div", badBroadcast},
-    {"Sum", badBroadcast},         {"Softmax", badSoftmax},
+    {"Add", badOperands},          {"Sub", badOperands},
+    {"Mul", badOperands},          {"Div", badOperands},
+    {"Sum", badOperands},          {"Softmax", badSoftmax},
     {"LogSoftmax", badSoftmax},    {"AveragePool", badAveragePool},
     {"AveragePool", badAutoPad},   {"MaxPool", badMaxPool},
     {"MaxPool", badAutoPad},       {"Conv", badAutoPad},
