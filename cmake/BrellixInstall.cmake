@@ -7,6 +7,20 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/brellix DESTINATION ${CMAKE_INST
 install(TARGETS brellix_model_zoo EXPORT brellix_model_zoo_targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
+# Another engine is not installed: its name and folder tell the package's users where to look. A sysroot is the builder's.
+set(engine_name)
+set(engine_link -lbrellix_ai_engine)
+if(NOT BRELLIX_BUILD_ENGINE)
+    set(engine_file ${BRELLIX_ENGINE_LIBRARY})
+    if(CMAKE_SYSROOT)
+        string(REPLACE "${CMAKE_SYSROOT}/" "/" engine_file "${engine_file}")
+    endif()
+    cmake_path(GET engine_file FILENAME engine_name)
+    cmake_path(GET engine_file PARENT_PATH engine_folder)
+    string(REPLACE " " "\\ " escaped_folder "${engine_folder}")
+    set(engine_link "-L${escaped_folder} -l:${engine_name}")
+endif()
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/brellix_model_zoo)
 install(EXPORT brellix_model_zoo_targets NAMESPACE brellix:: DESTINATION ${package_dir})
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/brellix_model_zooConfig.cmake.in

@@ -24,7 +24,9 @@ class Scripts(unittest.TestCase):
         for script in scripts:
             for option in ("--help", "-h"):
                 with self.subTest(f"{script.name} {option}"):
-                    done = subprocess.run(["/bin/bash", script, option], env={"PATH": programs.name},
+                    # From beside it, where the project's folder is elsewhere, and with folders that cd looks in first.
+                    done = subprocess.run(["/bin/bash", f"../scripts/{script.name}", option], cwd=SCRIPTS,
+                                          env={"PATH": programs.name, "CDPATH": f".:{SCRIPTS.parent}"},
                                           capture_output=True, text=True, check=False, timeout=60)
                     self.assertIn(f"Usage: scripts/{script.name}", done.stdout)
                     self.assertEqual((done.returncode, done.stderr), (0, ""))

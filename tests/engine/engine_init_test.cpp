@@ -322,6 +322,18 @@ TEST_F(EngineInit, ReplacesTheNetworkWhenItSucceeds) {
     EXPECT_EQ(floatsOf(outputs["out"]), std::vector<float>(12, 7.0F));
 }
 
+TEST_F(EngineInit, NamesStoredTypesThatItDoesNotKnowYet) {
+    NetworkBuilder network = addition(1.0F);
+    onnx::TensorProto& weights = *network.graph().add_initializer();
+    weights.set_name("small");
+    weights.add_dims(2);
+    weights.set_data_type(22);
+    weights.set_raw_data("\x12");
+    expectRefusal(init(configFor(network)), 4, {"'small'", "type 22", "float16"});
+    network.graph().mutable_initializer(network.graph().initializer_size() - 1)->set_data_type(99);
+    expectRefusal(init(configFor(network)), 2, {"'small'", "type 99", "damaged"});
+}
+
 TEST_F(EngineInit, DoesNotNeedTheFileAfterwards) {
     const AIEngineConfig config = configFor(addition(1.0F));
     expectSilentSuccess(init(config));

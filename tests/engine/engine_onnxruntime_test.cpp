@@ -237,6 +237,48 @@ TEST_F(EngineOnOnnxRuntime, LeavesTheOutputsWhereTheValuesMakeItFail) {
     EXPECT_EQ(floatsOf(outputs["out"]), (std::vector<float>{30.0F, 10.0F}));
 }
 
+TEST_F(EngineOnOnnxRuntime, LeavesTheOutputsWhereADivisionFails) {
+    NetworkBuilder network;
+    network.input("in", {1, 2}).output("early", {1, 2}).output("out", {1, 2});
+    network.int64s("one", {1}).int64s("ten", {10}).node("Neg", {"in"}, {"early"});
+    network.node("Cast", {"in"}, {"whole"}).integer("to", onnx::TensorProto::INT64);
+    network.node("Add", {"whole", "one"}, {"next"}).node("Div", {"ten", "next"}, {"parts"});
+    network.node("Cast", {"parts"}, {"out"}).integer("to", onnx::TensorProto::FLOAT);
+    EXPECT_EQ(floatsFrom(configFor(network), {4.0F, 1.0F}, 2), (std::vector<float>{2.0F, 5.0F}));
+    TensorMap inputs{{"in", floatBuffer({4.0F, -1.0F})}};
+    TensorMap outputs{{"early", byteBuffer(8, 7)}, {"out", byteBuffer(8, 7)}};
+    expectRefusal(infer(inputs, outputs), 9, {"ONNX Runtime failed", "zero", "values of this picture"});
+    EXPECT_EQ(bytesOf(outputs["early"]), std::vector<int>(8, 7));
+    EXPECT_EQ(bytesOf(outputs["out"]), std::vector<int>(8, 7));
+}
+
+TEST_F(EngineOnOnnxRuntime, GivesAnInputBackAsAnOutput) {
+    NetworkBuilder network;
+    network.input("in", {1, 2}).output("in", {1, 2}).output("out", {1, 2}).node("Neg", {"in"}, {"out"});
+    expectSilentSuccess(init(configFor(network)));
+    TensorMap inputs{{"in", floatBuffer({4.0F, -1.0F})}};
+    TensorMap outputs{{"in", byteBuffer(8, 7)}, {"out", byteBuffer(8, 7)}};
+    expectSilentSuccess(infer(inputs, outputs));
+    EXPECT_EQ(floatsOf(outputs["in"]), (std::vector<float>{4.0F, -1.0F}));
+    EXPECT_EQ(floatsOf(outputs["out"]), (std::vector<float>{-4.0F, 1.0F}));
+}
+
+TEST_F(EngineOnOnnxRuntime, GivesAnInputOnAGrid) {
+    NetworkBuilder network;
+    network.input("in", {1, 2}).output("out", {1, 2}, onnx::TensorProto::INT8);
+    network.floats("half", {}, {0.5F}).byte("zero", onnx::TensorProto::INT8, 0);
+    network.node("QuantizeLinear", {"in", "half", "zero"}, {"out"});
+    EXPECT_EQ(floatsFrom(configFor(network), {4.2F, -1.0F}, 2), (std::vector<float>{4.0F, -1.0F}));
+}
+
+TEST_F(EngineOnOnnxRuntime, RefusesNamesThatItWouldCutShort) {
+    NetworkBuilder network;
+    const std::string name("out\0b", 5);
+    network.input("in", {1, 2}).output("out", {1, 2}).output(name, {1, 2});
+    network.node("Neg", {"in"}, {"out"}).node("Abs", {"in"}, {name});
+    expectRefusal(init(configFor(network)), 4, {"zero byte", "rename"});
+}
+
 TEST_F(EngineOnOnnxRuntime, RefusesAnOutputWhoseShapeDependsOnThePicture) {
     NetworkBuilder network(13);
     network.input("in", {1, 2}).output("out", {1, -1});

@@ -37,5 +37,12 @@ foreach(file man/man1/brellix.1 man/man1/brellix-detect.1 bash-completion/comple
     endif()
 endforeach()
 
+# The unit belongs to the place where the tree was installed.
+file(STRINGS ${prefix}/share/brellix/brellix-detect.service command REGEX "^ExecStart=")
+string(FIND "${command}" "ExecStart=${WORK_DIR}/first/bin/brellix detect " position)
+if(NOT position EQUAL 0)
+    message(FATAL_ERROR "the unit for systemd starts another program than ${WORK_DIR}/first/bin/brellix: ${command}")
+endif()
+
 execute_process(COMMAND ${prefix}/bin/brellix --version OUTPUT_VARIABLE version COMMAND_ERROR_IS_FATAL ANY)
 message(STATUS "installed, moved, consumed; ${version}")

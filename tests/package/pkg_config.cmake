@@ -12,6 +12,8 @@ set(ENV{PKG_CONFIG_PATH} ${folder})
 foreach(variable includedir libdir)
     run(path pkg-config --variable=${variable} brellix_model_zoo)
     string(STRIP "${path}" path)
+    # Blanks and the like are answered with a backslash, for the shell.
+    separate_arguments(path UNIX_COMMAND "${path}")
     file(REAL_PATH "${path}" path)
     string(FIND "${path}" "${PREFIX}/" position)
     if(NOT position EQUAL 0 OR NOT IS_DIRECTORY "${path}")

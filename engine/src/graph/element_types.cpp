@@ -41,6 +41,11 @@ const ElementTypeFacts* find(std::int32_t code) {
 
 }  // namespace
 
+bool isLaterElementType(std::int32_t onnxType) {
+    constexpr std::int32_t kLastOfTheirs = 26;
+    return onnxType > onnx::TensorProto::BFLOAT16 && onnxType <= kLastOfTheirs;
+}
+
 std::string elementTypeName(std::int32_t onnxType) {
     const ElementTypeFacts* facts = find(onnxType);
     return facts != nullptr ? facts->name : "type " + std::to_string(onnxType);

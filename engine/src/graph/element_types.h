@@ -10,11 +10,15 @@
 
 namespace ai_orvo::alg::common {
 
-/// "float32", "int8", ... ; "type 99" for a code that ONNX does not define.
+/// "float32", "int8", ... ; "type 99" for any other code.
 std::string elementTypeName(std::int32_t onnxType);
 
 /// Bytes of one element in raw storage; 0 for strings and for unknown codes.
 std::size_t elementTypeSize(std::int32_t onnxType);
+
+/// Whether ONNX defines the code since the version that we are built with: floats of 8 bits, elements of 4
+/// and 2.
+bool isLaterElementType(std::int32_t onnxType);
 
 /// "1x3x640x640"; an unknown extent is "?"; no extents at all is "scalar".
 std::string shapeText(const std::vector<std::int64_t>& shape);

@@ -20,7 +20,7 @@ const onnx::TensorProto* constantOf(const onnx::GraphProto& graph, const std::st
         }
     }
     const onnx::NodeProto* producer = producerOf(graph, value);
-    if (producer == nullptr || producer->op_type() != "Constant") {
+    if (producer == nullptr || !isOnnxOperator(*producer, "Constant")) {
         return nullptr;
     }
     const onnx::AttributeProto* attribute = attributeOf(*producer, "value");
@@ -34,6 +34,14 @@ const onnx::AttributeProto* attributeOf(const onnx::NodeProto& node, const std::
         }
     }
     return nullptr;
+}
+
+bool isOfOnnx(const onnx::NodeProto& node) {
+    return node.domain().empty() || node.domain() == "ai.onnx";
+}
+
+bool isOnnxOperator(const onnx::NodeProto& node, const char* name) {
+    return isOfOnnx(node) && node.op_type() == name;
 }
 
 bool holdsGraph(const onnx::NodeProto& node) {

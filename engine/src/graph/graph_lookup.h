@@ -18,6 +18,12 @@ const onnx::TensorProto* constantOf(const onnx::GraphProto& graph, const std::st
 /// The attribute of that name; null where the node has none.
 const onnx::AttributeProto* attributeOf(const onnx::NodeProto& node, const std::string& name);
 
+/// Whether ONNX itself defines the node's operator; other domains may use its names.
+bool isOfOnnx(const onnx::NodeProto& node);
+
+/// Whether the node is ONNX's own operator of this name.
+bool isOnnxOperator(const onnx::NodeProto& node, const char* name);
+
 /// Whether the node has a graph of its own among its attributes (If, Loop, Scan).
 bool holdsGraph(const onnx::NodeProto& node);
 

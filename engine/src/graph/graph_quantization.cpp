@@ -21,24 +21,66 @@ bool isSingleElement(const onnx::TensorProto& tensor) {
     return true;
 }
 
-std::optional<float> scaleOf(const onnx::GraphProto& graph, const onnx::NodeProto& node) {
-    const onnx::TensorProto* tensor = constantOf(graph, node.input(kScaleInput));
+/// 0 where the value is no constant of one float.
+float constantFloat(const onnx::GraphProto& graph, const std::string& value) {
+    const onnx::NodeProto* producer = producerOf(graph, value);
+    if (producer != nullptr && isOnnxOperator(*producer, "Constant")) {
+        if (const onnx::AttributeProto* attribute = attributeOf(*producer, "value_float")) {
+            return attribute->f();
+        }
+    }
+    const onnx::TensorProto* tensor = constantOf(graph, value);
+    float number = 0.0F;
     if (tensor == nullptr || tensor->data_type() != onnx::TensorProto::FLOAT || !isSingleElement(*tensor)) {
-        return std::nullopt;
+        return number;
     }
-    float scale = 0.0F;
     if (tensor->float_data_size() == 1) {
-        scale = tensor->float_data(0);
-    } else if (tensor->raw_data().size() == sizeof(scale)) {
-        std::memcpy(&scale, tensor->raw_data().data(), sizeof(scale));
+        number = tensor->float_data(0);
+    } else if (tensor->raw_data().size() == sizeof(number)) {
+        std::memcpy(&number, tensor->raw_data().data(), sizeof(number));
     }
+    return number;
+}
+
+std::optional<float> scaleOf(const onnx::GraphProto& graph, const onnx::NodeProto& node) {
+    const float scale = constantFloat(graph, node.input(kScaleInput));
     return std::isnormal(scale) && scale > 0.0F ? std::optional<float>(scale) : std::nullopt;
 }
 
-/// ONNX takes an absent zero point as the unsigned byte 0.
-std::optional<std::int32_t> signedZeroPointOf(const onnx::GraphProto& graph, const onnx::NodeProto& node) {
-    if (node.input_size() <= kZeroPointInput || node.input(kZeroPointInput).empty()) {
-        return -128;
+bool hasZeroPoint(const onnx::NodeProto& node) {
+    return node.input_size() > kZeroPointInput && !node.input(kZeroPointInput).empty();
+}
+
+/// The type that a QuantizeLinear gives.
+std::int32_t byteTypeOf(const onnx::GraphProto& graph, const onnx::NodeProto& quantize) {
+    if (hasZeroPoint(quantize)) {
+        const onnx::TensorProto* tensor = constantOf(graph, quantize.input(kZeroPointInput));
+        return tensor != nullptr ? tensor->data_type() : onnx::TensorProto::UNDEFINED;
+    }
+    const onnx::AttributeProto* stated = attributeOf(quantize, "output_dtype");
+    std::int64_t type = onnx::TensorProto::UNDEFINED;
+    if (stated != nullptr) {
+        type = stated->i();
+    }
+    return type == onnx::TensorProto::UNDEFINED ? onnx::TensorProto::UINT8 : static_cast<std::int32_t>(type);
+}
+
+/// ONNX takes an absent zero point as the byte 0.
+std::optional<std::int32_t> signedZeroOf(std::int32_t byteType) {
+    switch (byteType) {
+        case onnx::TensorProto::UINT8:
+            return -128;
+        case onnx::TensorProto::INT8:
+            return 0;
+        default:
+            return std::nullopt;
+    }
+}
+
+std::optional<std::int32_t> signedZeroPointOf(const onnx::GraphProto& graph, const onnx::NodeProto& node,
+                                              std::int32_t byteType) {
+    if (!hasZeroPoint(node)) {
+        return signedZeroOf(byteType);
     }
     const onnx::TensorProto* tensor = constantOf(graph, node.input(kZeroPointInput));
     if (tensor == nullptr || !isSingleElement(*tensor)) {
@@ -64,13 +106,15 @@ std::optional<std::int32_t> signedZeroPointOf(const onnx::GraphProto& graph, con
 const onnx::NodeProto* producerOfKind(const onnx::GraphProto& graph, const std::string& value,
                                       const char* opType) {
     const onnx::NodeProto* node = producerOf(graph, value);
-    const bool fits = node != nullptr && node->op_type() == opType && node->input_size() > kScaleInput;
+    const bool fits = node != nullptr && isOnnxOperator(*node, opType) && node->input_size() > kScaleInput;
     return fits ? node : nullptr;
 }
 
-std::optional<AffineGrid> gridOf(const onnx::GraphProto& graph, const onnx::NodeProto& node) {
+/// \param byteType what an absent zero point is a zero of.
+std::optional<AffineGrid> gridOf(const onnx::GraphProto& graph, const onnx::NodeProto& node,
+                                 std::int32_t byteType) {
     const std::optional<float> scale = scaleOf(graph, node);
-    const std::optional<std::int32_t> zeroPoint = signedZeroPointOf(graph, node);
+    const std::optional<std::int32_t> zeroPoint = signedZeroPointOf(graph, node, byteType);
     if (!scale.has_value() || !zeroPoint.has_value()) {
         return std::nullopt;
     }
@@ -85,8 +129,7 @@ bool sameGrid(const std::optional<AffineGrid>& a, const std::optional<AffineGrid
 /// nothing tells whether they are signed.
 std::optional<QuantizedOutput> dequantizedOutput(const onnx::GraphProto& graph, const onnx::NodeProto& node,
                                                  const std::string& output) {
-    const bool hasZeroPoint = node.input_size() > kZeroPointInput && !node.input(kZeroPointInput).empty();
-    const std::optional<AffineGrid> grid = hasZeroPoint ? gridOf(graph, node) : std::nullopt;
+    const std::optional<AffineGrid> grid = gridOf(graph, node, onnx::TensorProto::UNDEFINED);
     return grid.has_value() ? std::optional(QuantizedOutput{output, *grid}) : std::nullopt;
 }
 
@@ -99,8 +142,10 @@ std::optional<QuantizedOutput> quantizedOutput(const onnx::GraphProto& graph, co
     if (quantize == nullptr) {
         return dequantize != nullptr ? dequantizedOutput(graph, *dequantize, output) : std::nullopt;
     }
-    const std::optional<AffineGrid> grid = gridOf(graph, *quantize);
-    if (!grid.has_value() || (dequantize != nullptr && !sameGrid(grid, gridOf(graph, *dequantize)))) {
+    const std::int32_t byteType = byteTypeOf(graph, *quantize);
+    const std::optional<AffineGrid> grid = gridOf(graph, *quantize, byteType);
+    if (!grid.has_value() ||
+        (dequantize != nullptr && !sameGrid(grid, gridOf(graph, *dequantize, byteType)))) {
         return std::nullopt;
     }
     return QuantizedOutput{quantize->input(kValueInput), *grid};

@@ -4,41 +4,61 @@
 #include <optional>
 #include <unordered_set>
 
+#include "graph/graph_lookup.h"
 #include "graph/graph_quantization.h"
 
 namespace ai_orvo::alg::common {
 namespace {
 
-/// From the back, since a node's users stand behind it.
-void removeUnusedQuantizers(onnx::GraphProto& graph) {
-    std::unordered_set<std::string> used;
+using Names = std::unordered_set<std::string>;
+
+/// The values that the graph gives and that its nodes take, also inside of the graphs that nodes hold.
+void addUses(const onnx::GraphProto& graph, Names& used) {
     for (const onnx::ValueInfoProto& output : graph.output()) {
         used.insert(output.name());
     }
-    google::protobuf::RepeatedPtrField<onnx::NodeProto> kept;
-    for (int i = graph.node_size() - 1; i >= 0; --i) {
-        onnx::NodeProto& node = *graph.mutable_node(i);
-        const bool quantizer = node.op_type() == "QuantizeLinear" || node.op_type() == "DequantizeLinear";
-        if (quantizer && node.output_size() == 1 && used.count(node.output(0)) == 0) {
-            continue;
-        }
+    for (const onnx::NodeProto& node : graph.node()) {
         used.insert(node.input().begin(), node.input().end());
-        kept.Add()->Swap(&node);
+        for (const onnx::AttributeProto& attribute : node.attribute()) {
+            if (attribute.has_g()) {
+                addUses(attribute.g(), used);
+            }
+            for (const onnx::GraphProto& inner : attribute.graphs()) {
+                addUses(inner, used);
+            }
+        }
     }
-    std::reverse(kept.begin(), kept.end());
-    graph.mutable_node()->Swap(&kept);
 }
 
-void addOutput(onnx::GraphProto& graph, const onnx::ValueInfoProto& original, const std::string& name) {
-    for (const onnx::ValueInfoProto& output : graph.output()) {
-        if (output.name() == name) {
-            return;
-        }
+bool isUnusedQuantizer(const onnx::NodeProto& node, const Names& used) {
+    const bool isQuantizer =
+        isOnnxOperator(node, "QuantizeLinear") || isOnnxOperator(node, "DequantizeLinear");
+    return isQuantizer && node.output_size() == 1 && used.count(node.output(0)) == 0;
+}
+
+/// Until nothing changes: a DequantizeLinear that goes leaves its QuantizeLinear unused.
+void removeUnusedQuantizers(onnx::GraphProto& graph) {
+    auto& nodes = *graph.mutable_node();
+    int before = 0;
+    do {
+        before = nodes.size();
+        Names used;
+        addUses(graph, used);
+        nodes.erase(
+            std::remove_if(nodes.begin(), nodes.end(),
+                           [&used](const onnx::NodeProto& node) { return isUnusedQuantizer(node, used); }),
+            nodes.end());
+    } while (nodes.size() != before);
+}
+
+/// A value that is an output already is none twice.
+void addOutput(onnx::GraphProto& graph, const onnx::ValueInfoProto& output) {
+    const bool isThere =
+        std::any_of(graph.output().begin(), graph.output().end(),
+                    [&](const onnx::ValueInfoProto& other) { return other.name() == output.name(); });
+    if (!isThere) {
+        *graph.add_output() = output;
     }
-    onnx::ValueInfoProto* output = graph.add_output();
-    *output = original;
-    output->set_name(name);
-    output->mutable_type()->mutable_tensor_type()->set_elem_type(onnx::TensorProto::FLOAT);
 }
 
 }  // namespace
@@ -50,11 +70,12 @@ std::vector<std::string> endBeforeQuantization(onnx::GraphProto& graph) {
     for (const onnx::ValueInfoProto& output : original.output()) {
         const std::optional<QuantizedOutput> quantized = quantizedOutput(original, output.name());
         values.push_back(quantized.has_value() ? quantized->floatValue : output.name());
+        onnx::ValueInfoProto end = output;
         if (quantized.has_value()) {
-            addOutput(graph, output, values.back());
-        } else {
-            *graph.add_output() = output;
+            end.set_name(values.back());
+            end.mutable_type()->mutable_tensor_type()->set_elem_type(onnx::TensorProto::FLOAT);
         }
+        addOutput(graph, end);
     }
     removeUnusedQuantizers(graph);
     return values;

@@ -114,6 +114,13 @@ class StoredTensorCheck {
                           "network '" + path_ + "': the data of tensor '" + tensor.name() +
                               "' lie in another file: export the network as one file");
         }
+        if (isLaterElementType(tensor.data_type())) {
+            throw Refusal(Status::kBackendRefusal,
+                          "network '" + path_ + "': tensor '" + tensor.name() + "' is stored as " +
+                              elementTypeName(tensor.data_type()) +
+                              ", an ONNX type that the engine does not know: export the network with weights "
+                              "of float32, float16 or int8");
+        }
         if (!holdsWhatItClaims(tensor)) {
             throw Refusal(Status::kNotAnOnnxNetwork,
                           "'" + path_ + "' is damaged: stored tensor '" + tensor.name() +

@@ -32,7 +32,11 @@ class CalibrationReader {
     Calibration read(const std::string& text) const {
         YAML::Node root;
         try {
-            root = YAML::Load(text);
+            const std::vector<YAML::Node> documents = YAML::LoadAll(text);
+            root = documents.empty() ? YAML::Node() : documents.front();
+            if (documents.size() > 1) {
+                refuse(documents[1].Mark(), "a second document begins");
+            }
         } catch (const YAML::Exception& error) {
             refuse(error.mark, error.msg);
         }
@@ -92,6 +96,10 @@ class CalibrationReader {
         Number value{};
         const char* const end = text.data() + text.size();
         const std::from_chars_result result = std::from_chars(text.data(), end, value);
+        if (result.ec == std::errc::result_out_of_range) {
+            refuse(node.Mark(), "expected " + kind +
+                                    " that is not too large or too small to be kept, found '" + text + "'");
+        }
         if (result.ec != std::errc() || result.ptr != end) {
             refuse(node.Mark(), "expected " + kind + ", found '" + text + "'");
         }

@@ -4,6 +4,7 @@
 #include <climits>
 #include <functional>
 #include <stdexcept>
+#include <unordered_set>
 #include <utility>
 
 #include <onnxruntime_session_options_config_keys.h>
@@ -45,10 +46,11 @@ void checkElementTypes(const EngineNetwork& network) {
     }
     for (const TensorDescription& output : network.outputs()) {
         if (!becomesFloat(output.elementType) && !output.grid.has_value()) {
-            refuse(network,
-                   "output '" + output.name + "' is " + elementTypeName(output.elementType) +
-                       ", it gives floats, and bytes that QuantizeLinear makes with one constant scale: "
-                       "export the network with float32 outputs");
+            refuse(
+                network,
+                "output '" + output.name + "' is " + elementTypeName(output.elementType) +
+                    ", it gives floats, and bytes that QuantizeLinear makes with one constant float32 scale: "
+                    "export the network with float32 outputs");
         }
     }
 }
@@ -94,6 +96,26 @@ Ort::SessionOptions sessionOptions(std::optional<int> threads) {
     return options;
 }
 
+/// Whether two outputs end at one value, or an output at an input. Of memory that is given for a value twice,
+/// ONNX Runtime writes some, and none for an input.
+bool sharesValues(const PreparedGraph& prepared) {
+    std::unordered_set<std::string> values(prepared.inputs.begin(), prepared.inputs.end());
+    return std::any_of(prepared.outputs.begin(), prepared.outputs.end(),
+                       [&values](const std::string& output) { return !values.insert(output).second; });
+}
+
+/// ONNX Runtime reads names up to their first zero byte, and takes two for one.
+void checkNames(const EngineNetwork& network, const PreparedGraph& prepared) {
+    for (const std::vector<std::string>* names : {&prepared.inputs, &prepared.outputs}) {
+        for (const std::string& name : *names) {
+            if (name.find('\0') != std::string::npos) {
+                refuse(network,
+                       "the name '" + name + "' holds a zero byte: rename that tensor of the network");
+            }
+        }
+    }
+}
+
 class OnnxRuntimeBackend : public EngineBackend {
   public:
     OnnxRuntimeBackend(const EngineNetwork& network, const PreparedGraph& prepared,
@@ -102,7 +124,7 @@ class OnnxRuntimeBackend : public EngineBackend {
           environment_(makeQuietEnvironment()),
           inputNames_(prepared.inputs),
           outputNames_(prepared.outputs),
-          copiesOutputs_(mayFailOnValues(prepared.model.graph(), prepared.inputs)) {
+          copiesOutputs_(mayFailOnValues(prepared.model.graph(), prepared.inputs) || sharesValues(prepared)) {
         shapes_.inputs = std::move(inputShapes);
         const std::string bytes = prepared.model.SerializeAsString();
         session_ = Ort::Session(environment_, bytes.data(), bytes.size(), sessionOptions(threads));
@@ -128,7 +150,8 @@ class OnnxRuntimeBackend : public EngineBackend {
         } catch (const Ort::Exception& error) {
             throw Refusal(Status::kInferenceFailed,
                           "network '" + path_ + "': ONNX Runtime failed: " + error.what() +
-                              "; this network ran when it was loaded, so memory may be short");
+                              "; this network ran when it was loaded: either memory is short, or "
+                              "the values of this picture are none that it can work on");
         }
     }
 
@@ -276,6 +299,7 @@ std::shared_ptr<EngineBackend> makeOnnxRuntimeBackend(std::optional<int> threads
     checkWindows(network, request.model);
     SettledInputs inputs = settleInputs(request.config, network);
     const PreparedGraph prepared = prepareGraph(request.model, namesOf(network.inputs()), inputs.shapes);
+    checkNames(network, prepared);
     try {
         auto backend =
             std::make_shared<OnnxRuntimeBackend>(network, prepared, std::move(inputs.shapes), threads);

@@ -9,7 +9,7 @@ namespace ai_orvo::alg::common {
 namespace {
 
 bool isAmong(const std::unordered_set<std::string>& kinds, const onnx::NodeProto& node) {
-    return (node.domain().empty() || node.domain() == "ai.onnx") && kinds.count(node.op_type()) != 0;
+    return isOfOnnx(node) && kinds.count(node.op_type()) != 0;
 }
 
 /// They look at no values, only at shapes, which are the same at each run.
@@ -23,7 +23,7 @@ const std::unordered_set<std::string>& arithmetic() {
     // clang-format off
     static const std::unordered_set<std::string> kinds{
         "Abs", "Add", "AveragePool", "BatchNormalization", "Cast", "Ceil", "Clip", "Concat", "Conv",
-        "ConvTranspose", "DepthToSpace", "DequantizeLinear", "Div", "DynamicQuantizeLinear", "Elu",
+        "ConvTranspose", "DepthToSpace", "DequantizeLinear", "DynamicQuantizeLinear", "Elu",
         "Equal", "Erf", "Exp", "Flatten", "Floor", "Gelu", "Gemm", "GlobalMaxPool", "GlobalAveragePool",
         "Greater", "GreaterOrEqual", "HardSigmoid", "HardSwish", "Identity", "InstanceNormalization",
         "LeakyRelu", "LayerNormalization", "Less", "LessOrEqual", "Log", "LogSoftmax", "MatMul", "Max",
@@ -35,12 +35,13 @@ const std::unordered_set<std::string>& arithmetic() {
     return kinds;
 }
 
-/// Their first operand is what they move or reduce; the others say where to.
+/// Their first operand is what they move, reduce or divide; the others say where to, or by what: of whole
+/// numbers a division by 0 fails.
 const std::unordered_set<std::string>& movers() {
     static const std::unordered_set<std::string> kinds{
-        "ArgMax",     "ArgMin",    "Expand",    "Gather",    "Pad",      "ReduceL2", "ReduceMax",
-        "ReduceMean", "ReduceMin", "ReduceSum", "Reshape",   "Resize",   "Slice",    "Split",
-        "Squeeze",    "Tile",      "TopK",      "Unsqueeze", "Upsample",
+        "ArgMax",    "ArgMin",     "Div",       "Expand",    "Gather",    "Pad",      "ReduceL2",
+        "ReduceMax", "ReduceMean", "ReduceMin", "ReduceSum", "Reshape",   "Resize",   "Slice",
+        "Split",     "Squeeze",    "Tile",      "TopK",      "Unsqueeze", "Upsample",
     };
     return kinds;
 }
