@@ -5,6 +5,7 @@
 #include <cmath>
 #include <functional>
 #include <numeric>
+#include <opencv2/core/version.hpp>
 
 #include "engine_fixture.h"
 
@@ -154,6 +155,9 @@ class OperationOnOpencv : public OnOpencv, public ::testing::WithParamInterface<
 class RefusedOperationOnOpencv : public OperationOnOpencv {};
 
 TEST_P(RefusedOperationOnOpencv, IsRefused) {
+    if (CV_VERSION_MAJOR > 4 || CV_VERSION_MINOR >= 7) {
+        GTEST_SKIP() << "OpenCV " << CV_VERSION << " matches operands by ONNX's rules";
+    }
     expectRefusal(init(configFor(network())), 4,
                   {"operator " + GetParam().opType + " 'node_out'", nameOf(GetParam().left),
                    nameOf(GetParam().right), "run it on the back-end onnxruntime"});

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <opencv2/core/version.hpp>
 #include <vector>
 
 #include "backends/opencv_dnn/broadcasting.h"
@@ -156,7 +157,14 @@ bool isInSpelledSoftmax(const onnx::NodeProto& node, const GraphFacts& facts) {
            ends[1]->input(0) == exponential && ends[1]->input(1) == ends[0]->output(0);
 }
 
+/// From OpenCV 4.7 on another layer matches operands, by ONNX's rules.
+constexpr bool kMatchesOperandsByCount =
+    CV_VERSION_MAJOR < 4 || (CV_VERSION_MAJOR == 4 && CV_VERSION_MINOR < 7);
+
 std::string badOperands(const onnx::NodeProto& node, const GraphFacts& facts) {
+    if (!kMatchesOperandsByCount) {
+        return {};
+    }
     const std::string reason = badBroadcast(node, facts);
     return reason.empty() || isInSpelledSoftmax(node, facts) ? "" : reason;
 }
@@ -186,7 +194,8 @@ std::string misreadForm(const GraphFacts& facts) {
             const std::string reason = node.op_type() == form.opType ? form.reason(node, facts) : "";
             if (!reason.empty()) {
                 return nodeLabel(node) + ": it " + reason +
-                       "; run it on the back-end onnxruntime, or export the network without this form";
+                       "; run it on the back-end onnxruntime, or export the network without this form or cut "
+                       "before it";
             }
         }
     }
