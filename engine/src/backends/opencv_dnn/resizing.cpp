@@ -74,9 +74,10 @@ double opencvPosition(const Axis& axis, const Sampling& sampling, std::int64_t i
 }
 
 bool isSampledAlike(const Axis& axis, const Sampling& sampling) {
-    constexpr double kTolerance = 1e-3;  // of a pixel, for single precision at large extents
-    constexpr std::int64_t kMostSamples = 1
-                                          << 16;  // far more than a picture has, against a stranger's extents
+    // Of a pixel, for single precision at large extents.
+    constexpr double kTolerance = 1e-3;
+    // Far more than a picture has, against a stranger's extents.
+    constexpr std::int64_t kMostSamples = 65536;
     const auto last = static_cast<double>(axis.in - 1);
     for (std::int64_t index = 0; index < std::min(axis.out, kMostSamples); ++index) {
         const float position = onnxPosition(axis, sampling, index);
