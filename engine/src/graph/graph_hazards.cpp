@@ -83,6 +83,21 @@ void checkWeights(const onnx::GraphProto& graph, const onnx::NodeProto& node, in
     }
 }
 
+void stateWindow(const onnx::GraphProto& graph, onnx::NodeProto& node) {
+    const std::optional<int> input = weightsInputOf(node);
+    if (!input || *input >= node.input_size() || attributeOf(node, "kernel_shape") != nullptr) {
+        return;
+    }
+    const onnx::TensorProto* const weights = constantOf(graph, node.input(*input));
+    if (weights == nullptr || weights->dims_size() <= kWindowAxis) {
+        return;
+    }
+    onnx::AttributeProto& window = *node.add_attribute();
+    window.set_name("kernel_shape");
+    window.set_type(onnx::AttributeProto::INTS);
+    window.mutable_ints()->Add(weights->dims().begin() + kWindowAxis, weights->dims().end());
+}
+
 /// Shape inference follows nested graphs, where the names are harder to look up.
 void checkFlat(const onnx::NodeProto& node) {
     if (holdsGraph(node)) {
@@ -121,15 +136,15 @@ void refuseHazards(const onnx::ModelProto& model) {
 
 void stateWindows(onnx::GraphProto& graph) {
     for (onnx::NodeProto& node : *graph.mutable_node()) {
-        const std::optional<int> input = weightsInputOf(node);
-        if (!input || attributeOf(node, "kernel_shape") != nullptr) {
-            continue;
+        stateWindow(graph, node);
+        for (onnx::AttributeProto& attribute : *node.mutable_attribute()) {
+            if (attribute.has_g()) {
+                stateWindows(*attribute.mutable_g());
+            }
+            for (onnx::GraphProto& nested : *attribute.mutable_graphs()) {
+                stateWindows(nested);
+            }
         }
-        const onnx::TensorProto& weights = *constantOf(graph, node.input(*input));
-        onnx::AttributeProto& window = *node.add_attribute();
-        window.set_name("kernel_shape");
-        window.set_type(onnx::AttributeProto::INTS);
-        window.mutable_ints()->Add(weights.dims().begin() + kWindowAxis, weights.dims().end());
     }
 }
 

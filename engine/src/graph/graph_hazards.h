@@ -17,10 +17,9 @@ void refuseHazards(const onnx::ModelProto& model);
 /// \throws std::invalid_argument that names the operator.
 void refuseBadWindows(const onnx::GraphProto& graph);
 
-/// Writes the window of each convolution that leaves it to its weights into the node. Shape inference
-/// compares an attribute's length with the input's, but walks along the input by the weights' without
-/// looking.
-/// \param graph one that `refuseHazards` has let pass.
+/// Writes the window of each convolution that leaves it to stored weights into the node, in nested graphs,
+/// too. Shape inference compares an attribute's length with the input's, but walks along the input by the
+/// weights' without looking; ONNX Runtime may have the same shape inference.
 void stateWindows(onnx::GraphProto& graph);
 
 }  // namespace ai_orvo::alg::common

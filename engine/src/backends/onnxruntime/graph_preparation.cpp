@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "graph/graph_hazards.h"
 #include "graph/quantized_ends.h"
 
 namespace ai_orvo::alg::common {
@@ -92,6 +93,7 @@ PreparedGraph prepareGraph(const onnx::ModelProto& model, const std::vector<std:
     prepared.outputs = endBeforeQuantization(graph);
     giveFloats(graph, prepared);
     settleInputs(graph, prepared, inputNames, inputShapes);
+    stateWindows(graph);
     return prepared;
 }
 
