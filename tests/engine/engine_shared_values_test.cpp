@@ -11,10 +11,10 @@ constexpr std::int8_t kUntouched = 0x5A;
 
 class EngineSharedValues : public EngineTest {
   protected:
-    /// Runs the network on 1, -2, 3.1, -4. \return its outputs `a` and `b` as floats.
+    /// Runs the network on 1, -2, 3.3, -4. \return its outputs `a` and `b` as floats.
     std::vector<std::vector<float>> outputsOf(const NetworkBuilder& network) {
         expectSilentSuccess(init(configFor(network)));
-        TensorMap inputs{{"in", floatBuffer({1.0F, -2.0F, 3.1F, -4.0F})}};
+        TensorMap inputs{{"in", floatBuffer({1.0F, -2.0F, 3.3F, -4.0F})}};
         TensorMap outputs{{"a", byteBuffer(16, kUntouched)}, {"b", byteBuffer(16, kUntouched)}};
         expectSilentSuccess(infer(inputs, outputs));
         return {floatsOf(outputs["a"]), floatsOf(outputs["b"])};
@@ -29,9 +29,9 @@ NetworkBuilder absolute() {
     return network;
 }
 
-const std::vector<float> kOnHalves{1.0F, 2.0F, 3.0F, 4.0F};
-const std::vector<float> kOnQuarters{1.0F, 2.0F, 3.0F, 4.0F};
-const std::vector<float> kAsTheyAre{1.0F, 2.0F, 3.1F, 4.0F};
+const std::vector<float> kOnHalves{1.0F, 2.0F, 3.5F, 4.0F};
+const std::vector<float> kOnQuarters{1.0F, 2.0F, 3.25F, 4.0F};
+const std::vector<float> kAsTheyAre{1.0F, 2.0F, 3.3F, 4.0F};
 
 TEST_F(EngineSharedValues, OfTwoGridsAreBothGiven) {
     NetworkBuilder network = absolute();
