@@ -84,7 +84,8 @@ void checkWeights(const onnx::GraphProto& graph, const onnx::NodeProto& node, in
 }
 
 void stateWindow(const onnx::GraphProto& graph, onnx::NodeProto& node) {
-    const std::optional<int> input = weightsInputOf(node);
+    // Others' operators of these names need not know the attribute.
+    const std::optional<int> input = isOfOnnx(node) ? weightsInputOf(node) : std::nullopt;
     if (!input || *input >= node.input_size() || attributeOf(node, "kernel_shape") != nullptr) {
         return;
     }
