@@ -1,5 +1,6 @@
 // A model that a destructor asks for a last frame: at the end of the process, or of a thread.
 
+#include "brellix/letterbox.h"
 #include "support/canned_scenes.h"
 #include "support/images.h"
 #include "support/object_digest.h"
@@ -47,15 +48,47 @@ class LastFrames {
 
 constexpr int kOtherObjects = 7;
 
-/// Ends the process with 0, or with `kOtherObjects`.
+/// Ends the process with 0, or with `kOtherObjects`. What frames leave behind in the process is newer than
+/// the static object, and gone before it.
 [[noreturn]] void endWithLastFrames(const CannedModel& kind) {
-    const std::uint64_t expected = digestOfFrames(*kind.make());
-    static const LastFrames last(kind, [expected](std::uint64_t found) {
+    static std::uint64_t expected = 0;
+    static const LastFrames last(kind, [](std::uint64_t found) {
         if (found != expected) {
             std::_Exit(kOtherObjects);
         }
     });
+    expected = digestOfFrames(*kind.make());
     std::exit(EXIT_SUCCESS);
+}
+
+/// Large enough for OpenCV to share out among its threads.
+std::uint64_t digestOfLetterbox() {
+    cv::Mat padded;
+    cv::Size target(640, 640);
+    letterbox(noisePicture(900, 700), padded, target);
+    return digestOf(padded);
+}
+
+/// Ends the process with 0, or with `kOtherObjects`.
+[[noreturn]] void endWithALastLetterbox() {
+    static std::uint64_t expected = 0;
+    struct LastLetterbox {
+        LastLetterbox() = default;
+        LastLetterbox(const LastLetterbox&) = delete;
+        LastLetterbox& operator=(const LastLetterbox&) = delete;
+        ~LastLetterbox() {
+            if (digestOfLetterbox() != expected) {
+                std::_Exit(kOtherObjects);
+            }
+        }
+    };
+    static const LastLetterbox last;
+    expected = digestOfLetterbox();
+    std::exit(EXIT_SUCCESS);
+}
+
+TEST(LastLetterbox, OfAStaticObjectIsDrawnAsBefore) {
+    EXPECT_EXIT(endWithALastLetterbox(), ::testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 class LastFramesTest : public ::testing::TestWithParam<CannedModel> {};

@@ -13,6 +13,10 @@
 namespace ai_orvo::alg::common {
 namespace {
 
+/// Lets static objects of an application run networks to the end of the process: what runs OpenCV's parallel
+/// loops is made with the first of them, while this library is loaded, and so outlives those objects.
+[[maybe_unused]] const int kLoopsOutliveTheApplication = cv::getThreadNum();
+
 [[noreturn]] void refuse(const EngineNetwork& network, const std::string& reason) {
     throw Refusal(Status::kBackendRefusal,
                   "network '" + network.path() + "' (opset " + std::to_string(network.opset()) +
