@@ -123,8 +123,10 @@ TEST_F(CalibrationFile, NamesTheLineOfEveryFault) {
     expectFault("schema: 1\ntensors:\n  a: {min: *b, max: 1}\n", "3", "");
     expectFault("schema: 1\ntensors:\n  a: {min: -1e-50, max: 1}\n", "3",
                 "too small to be kept, found '-1e-50'");
-    expectFault("schema: 1\ntensors: {}\n---\nschema: 1\n", "4", "second document");
+    expectFault("schema: 1\ntensors: {}\n---\nschema: 1\n", "3", "second document");
     expectFault("schema: 1\ntensors: {}\n...\nleft over\n", "4", "second document");
+    expectFault("schema: 1\ntensors: {}\n...\n,\n", "4", "second document");
+    expectFault(",", "1", "");
 }
 
 TEST_F(CalibrationFile, SurvivesDeepNesting) {

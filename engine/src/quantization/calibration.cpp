@@ -12,6 +12,7 @@
 #include <system_error>
 #include <vector>
 
+#include "quantization/second_document.h"
 #include "refusal.h"
 
 namespace ai_orvo::alg::common {
@@ -32,10 +33,9 @@ class CalibrationReader {
     Calibration read(const std::string& text) const {
         YAML::Node root;
         try {
-            const std::vector<YAML::Node> documents = YAML::LoadAll(text);
-            root = documents.empty() ? YAML::Node() : documents.front();
-            if (documents.size() > 1) {
-                refuse(documents[1].Mark(), "a second document begins");
+            root = YAML::Load(text);
+            if (const auto second = secondDocument(text)) {
+                refuse(*second, "a second document begins");
             }
         } catch (const YAML::Exception& error) {
             refuse(error.mark, error.msg);
