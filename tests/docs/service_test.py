@@ -18,7 +18,8 @@ from pathlib import Path
 
 PROGRAM = os.environ["BRELLIX_PROGRAM"]
 ROOT = Path(__file__).resolve().parents[2]
-UNIT = (ROOT / "apps" / "brellix" / "brellix-detect.service.in").read_text().replace("@BRELLIX_PROGRAM@", PROGRAM)
+TEMPLATE = (ROOT / "apps" / "brellix" / "brellix-detect.service.in").read_text()
+UNIT = TEMPLATE.replace("@BRELLIX_PROGRAM@", PROGRAM)
 SHAPES = ROOT / "models" / "shapes"
 
 
@@ -29,14 +30,24 @@ def value_of(key: str) -> str:
 
 
 class ExampleUnit(unittest.TestCase):
-    def test_systemd_knows_each_key(self) -> None:
+    def expect_that_systemd_takes(self, folder: Path, unit: str) -> None:
         if shutil.which("systemd-analyze") is None:
             self.skipTest("systemd is not installed")
+        file = folder / "brellix-detect.service"
+        file.write_text(unit)
+        done = subprocess.run(["systemd-analyze", "verify", "--man=no", file], capture_output=True, text=True, check=False)
+        self.assertEqual((done.returncode, done.stdout + done.stderr), (0, ""))
+
+    def test_systemd_knows_each_key(self) -> None:
         with tempfile.TemporaryDirectory() as folder:
-            unit = Path(folder, "brellix-detect.service")
-            unit.write_text(UNIT)
-            done = subprocess.run(["systemd-analyze", "verify", "--man=no", unit], capture_output=True, text=True, check=False)
-            self.assertEqual((done.returncode, done.stdout + done.stderr), (0, ""))
+            self.expect_that_systemd_takes(Path(folder), UNIT)
+
+    def test_the_program_may_lie_below_a_name_with_blanks(self) -> None:
+        with tempfile.TemporaryDirectory() as folder:
+            program = Path(folder, "two words", "brellix")
+            program.parent.mkdir()
+            program.symlink_to(PROGRAM)
+            self.expect_that_systemd_takes(Path(folder), TEMPLATE.replace("@BRELLIX_PROGRAM@", str(program)))
 
     def test_the_command_writes_a_line_a_frame_without_masks(self) -> None:
         """A picture stands in for the camera."""

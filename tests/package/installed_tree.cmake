@@ -39,7 +39,7 @@ endforeach()
 
 # The unit belongs to the place where the tree was installed.
 file(STRINGS ${prefix}/share/brellix/brellix-detect.service command REGEX "^ExecStart=")
-string(FIND "${command}" "ExecStart=${WORK_DIR}/first/bin/brellix detect " position)
+string(FIND "${command}" "ExecStart=\"${WORK_DIR}/first/bin/brellix\" detect " position)
 if(NOT position EQUAL 0)
     message(FATAL_ERROR "the unit for systemd starts another program than ${WORK_DIR}/first/bin/brellix: ${command}")
 endif()
