@@ -74,7 +74,7 @@ struct CutForm {
         TensorMap outputs;
         for (std::size_t head = 0; head < 3; ++head) {
             const auto grid = static_cast<std::size_t>(kInput / reference::kCutoffStrides[head]);
-            outputs[reference::kCutoffHeadNames[head]] = clearedBytes(3 * (kClasses + 5) * grid * grid);
+            outputs[reference::kCutoffHeadNames[head]] = clearedBytes(grid * grid * 3 * (kClasses + 5));
         }
         reference::CutoffSettings settings;
         settings.letterbox = letterbox;
@@ -85,7 +85,7 @@ struct CutForm {
 struct SegmentationForm {
     using Model = ai_orvo::model::YOLOv8Seg;
     static constexpr bool kTakesBytes = true;
-    static constexpr std::size_t kOutputBytes = kCells * (64 + kClasses + 32) + 32 * 160 * 160;
+    static constexpr std::size_t kOutputBytes = kCells * (64 + kClasses + 32) + std::size_t{32} * 160 * 160;
 
     static std::shared_ptr<Model> make() {
         // Three lines a frame, to wherever standard output leads, would be measured otherwise.

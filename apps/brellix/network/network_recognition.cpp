@@ -172,6 +172,7 @@ std::optional<cv::Size> openInputSize(const NetworkFacts& network) {
     int height = 0;
     int width = 0;
     const bool isSaid = said != network.metadata.end() &&
+                        // NOLINTNEXTLINE(cert-err34-c): five digits cannot overflow
                         std::sscanf(said->second.c_str(), "[%5d, %5d]", &height, &width) == 2;
     const bool isSize = isSaid && height > 0 && width > 0;
     return isSize ? cv::Size{width, height} : kUsualInputSize;
