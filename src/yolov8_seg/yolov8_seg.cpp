@@ -3,6 +3,7 @@
 #include "brellix/logger.h"
 #include "common/framework.h"
 #include "common/input_tensor.h"
+#include "common/model_config.h"
 #include "common/numeric.h"
 #include "common/run_report.h"
 #include "common/tensors.h"
@@ -48,8 +49,8 @@ YOLOv8Seg::YOLOv8Seg(const YAML::Node& document) {
     const auto modelPath = document["model_path"].as<std::string>();
     const auto framework = document["framework"].as<std::string>();
     classNum = document["class_num"].as<int>();
-    confThreshold = document["conf_thres"].as<float>();
-    nmsThreshold = document["nms_thres"].as<float>();
+    confThreshold = floatOf(document["conf_thres"]);
+    nmsThreshold = floatOf(document["nms_thres"]);
     const auto size = document["input_size"].as<std::vector<std::int64_t>>();
     isQuantized = document["is_quantized"].as<bool>();
 
