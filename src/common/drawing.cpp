@@ -7,8 +7,9 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
 
 namespace ai_orvo::model {
@@ -23,6 +24,7 @@ struct LabelStyle {
 
 constexpr int kFont = cv::FONT_HERSHEY_SIMPLEX;
 constexpr int kBoxThickness = 2;
+constexpr std::size_t kLongestLabel = 255;
 constexpr LabelStyle kSmallLabel{0.4, 1};
 constexpr LabelStyle kLargeLabel{1.0, 2};
 constexpr int kMaskColorCycle = 20;
@@ -43,10 +45,13 @@ cv::Rect drawable(const cv::Rect& rect) {
 }
 
 std::string labelText(const Object& object, const std::string& name) {
-    std::array<char, 256> text{};
-    std::snprintf(text.data(), text.size(), "%s %.1f%%", name.c_str(),
-                  static_cast<double>(object.prob * 100.0F));
-    return text.data();
+    // Has room for every float. Unlike those of printf, these digits do not follow the process's locale.
+    std::array<char, 64> digits;
+    const auto percent = std::to_chars(
+        digits.begin(), digits.end(), static_cast<double>(object.prob * 100.0F), std::chars_format::fixed, 1);
+    std::string text = name.c_str();
+    text.append(" ").append(digits.begin(), percent.ptr).append("%");
+    return text.substr(0, kLongestLabel);
 }
 
 /// By its corners: given a `cv::Rect`, later versions of OpenCV (4.10, not 4.6) cut it at the picture's
