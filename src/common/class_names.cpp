@@ -3,9 +3,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <fstream>
+#include <new>
 
 namespace ai_orvo::model {
 namespace {
@@ -44,10 +46,20 @@ bool isOfKind(const std::string& path, mode_t kind) {
 }  // namespace
 
 void read_class_name(std::string path, std::vector<std::string>& names) {
+    errno = 0;
     std::ifstream file(path);
-    std::string line;
-    while (std::getline(file, line)) {
-        names.push_back(line);
+    if (!file.is_open() && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    // A stream keeps a lack of memory to itself, and the names would end where the memory did.
+    file.exceptions(std::ios::badbit);
+    try {
+        for (std::string line; std::getline(file, line);) {
+            names.push_back(line);
+        }
+    } catch (const std::ios::failure&) {
+        // What cannot be read any further ends with its last whole line.
+        return;
     }
 }
 

@@ -1,6 +1,7 @@
 // Every allocation of a frame fails, alone and together with all that follow it: the caller learns of it or
 // the result is right all the same, nothing is lost, and the next frame is what it would have been.
 
+#include "brellix/class_names.h"
 #include "brellix/drawing.h"
 #include "brellix/yolov5.h"
 #include "faults/fail_each.h"
@@ -8,6 +9,7 @@
 #include "support/canned_scenes.h"
 #include "support/images.h"
 #include "support/object_digest.h"
+#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -122,6 +124,23 @@ TEST(OutOfMemoryOfYOLOv5, NeverCutsTheLineThatItPrints) {
     };
     EXPECT_GE(failEach(Shortage::kOneAllocation, detect), 10U);
     EXPECT_GE(failEach(Shortage::kAllFromThere, detect), 10U);
+}
+
+TEST(OutOfMemoryOfClassNames, NeverEndsTheListThere) {
+    const TemporaryFolder folder;
+    std::string lines;
+    for (int i = 0; i < 40; ++i) {
+        lines += "a name that is too long to be kept in the string itself, number " + std::to_string(i) + '\n';
+    }
+    const std::string path = folder.write("names.txt", lines);
+    const Work read = [&] {
+        std::vector<std::string> names;
+        read_class_name(path, names);
+        return std::uint64_t{names.size()};
+    };
+    EXPECT_EQ(read(), 40U);
+    EXPECT_GE(failEach(Shortage::kOneAllocation, read), 40U);
+    EXPECT_GE(failEach(Shortage::kAllFromThere, read), 40U);
 }
 
 std::string nameOf(const ::testing::TestParamInfo<OutOfMemory::ParamType>& info) {
