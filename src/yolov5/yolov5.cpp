@@ -62,7 +62,12 @@ YOLOv5::YOLOv5(const std::string& config_path) {
 }
 
 YOLOv5::~YOLOv5() {
-    std::cout << "Destruct yolov5\n";
+    try {
+        std::cout << "Destruct yolov5\n";
+    } catch (const std::ios::failure&) {
+        // An application may have asked for exceptions; out of a destructor they would end the process.
+        return;
+    }
 }
 
 void YOLOv5::detect(const cv::Mat& image, std::vector<Object>& objects) {

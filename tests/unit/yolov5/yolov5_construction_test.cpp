@@ -6,7 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <limits>
+#include <memory>
+#include <streambuf>
 
 namespace {
 
@@ -96,6 +99,19 @@ TEST(YOLOv5Construction, DestructorSaysSo) {
                   const YOLOv5 model("net", "RKNN", {64, 64}, 0.3F, 0.6F, 1);
               }),
               "Destruct yolov5\n");
+}
+
+TEST(YOLOv5Construction, DestructorOutlivesAnOutputThatThrows) {
+    struct Refusing : std::streambuf {
+    } refusing;
+    FakeEngine::reset();
+    auto model = std::make_unique<YOLOv5>("net", "RKNN", cv::Size(64, 64), 0.3F, 0.6F, 1);
+    std::streambuf* const before = std::cout.rdbuf(&refusing);
+    std::cout.exceptions(std::ios::badbit | std::ios::failbit);
+    model.reset();
+    EXPECT_TRUE(std::cout.bad());
+    std::cout.exceptions(std::ios::goodbit);
+    std::cout.rdbuf(before);
 }
 
 class YOLOv5UnknownFramework : public ::testing::TestWithParam<const char*> {};
