@@ -173,6 +173,8 @@ bool isUsual(const cv::Mat& image, const std::vector<Object>& objects) {
 /// For images and masks of any other type, and for OpenCV's refusal of masks that do not fit.
 cv::Mat overlayPlainly(const cv::Mat& image, const std::vector<Object>& objects,
                        const std::vector<cv::Scalar>& colors) {
+    // OpenCV 4.6 has no blending of half floats and calls it all the same.
+    CV_Assert(image.depth() != CV_16F);
     cv::Mat colored = image.clone();
     for (std::size_t i = 0; i < objects.size(); ++i) {
         // OpenCV takes an empty mask for the whole picture.

@@ -37,6 +37,13 @@ TEST(DrawObjectsMasks, WithoutObjectsThePictureIsBrightened) {
     EXPECT_TRUE(sameBytes(result, blended(image, image)));
 }
 
+TEST(DrawObjectsMasks, RefusesHalfFloats) {
+    const cv::Mat image(4, 4, CV_16FC3, cv::Scalar::all(0));
+    cv::Mat result;
+    EXPECT_THROW(draw_objects_masks(image, result, {}, {}, CLASS_COLORS, MASK_COLORS), cv::Exception);
+    EXPECT_TRUE(result.empty());
+}
+
 TEST(DrawObjectsMasks, MaskPixelsTakeTheLabelsColorModuloTwenty) {
     const cv::Mat image = noisePicture(60, 40);
     cv::Mat mask = cv::Mat::zeros(40, 60, CV_8U);
