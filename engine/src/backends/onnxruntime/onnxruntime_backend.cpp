@@ -1,5 +1,7 @@
 #include "backends/onnxruntime/onnxruntime_backend.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <climits>
 #include <functional>
@@ -131,6 +133,17 @@ class OnnxRuntimeBackend : public EngineBackend {
         runOptions_.SetRunLogSeverityLevel(ORT_LOGGING_LEVEL_FATAL);
         learnOutputShapes(network);
         watchForEndOfOnnxRuntime();
+    }
+
+    OnnxRuntimeBackend(const OnnxRuntimeBackend&) = delete;
+    OnnxRuntimeBackend& operator=(const OnnxRuntimeBackend&) = delete;
+
+    ~OnnxRuntimeBackend() override {
+        // A session waits for its threads, which a forked process does not have: there it is left alone.
+        if (getpid() != process_) {
+            static_cast<void>(session_.release());
+            static_cast<void>(environment_.release());
+        }
     }
 
     const TensorShapes& shapes() const { return shapes_; }
@@ -271,6 +284,7 @@ class OnnxRuntimeBackend : public EngineBackend {
     std::vector<std::string> outputNames_;
     TensorShapes shapes_;
     std::vector<std::vector<float>> inputCopies_;
+    pid_t process_ = getpid();
     bool copiesOutputs_;  ///< written in place otherwise
 };
 
