@@ -33,8 +33,9 @@ struct Object {
 ///
 /// Neither operation reports engine failures: an output that the engine left alone is decoded as it stands,
 /// so ask `last_run_report`. Exceptions of the engine, of OpenCV and of the standard library reach the caller
-/// (`std::bad_alloc` or `cv::Exception` with `StsNoMem` where memory runs out); `objects` then holds nothing
-/// to rely on, and the model can be used for the next image.
+/// (`std::bad_alloc` or `cv::Exception` with `StsNoMem` where memory runs out; in a thread's very first frame
+/// the C library may end the process where it cannot note what the thread keeps); `objects` then holds
+/// nothing to rely on, and the model can be used for the next image.
 ///
 /// Models may be used to the end of a thread and of the process, in destructors of thread-local and static
 /// objects, too, as long as the engine serves them (docs/engine.md); nothing is logged after the logger's

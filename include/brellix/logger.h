@@ -38,7 +38,8 @@ namespace brellix {
 /// `Instance`, `LOG_ERROR` and `LOG_INFO` may be used from several threads: lines stay whole, each has a
 /// number of its own, but lines of different threads may come in another order than their numbers. Code that
 /// reads or writes `count_` itself while others log has to hold `count_mutex_`. `logger_`, its sinks and
-/// `level_` may be changed only while nobody logs.
+/// `level_` may be changed only while nobody logs. `level_` decides which messages are counted, spdlog's own
+/// level which of them are written: who changes one changes both.
 class BRELLIX_API Logger {
   public:
     /// \param name name of the spdlog logger; only the first call's counts. The library says "spdlog".
@@ -77,7 +78,7 @@ class BRELLIX_API Logger {
 
     std::shared_ptr<spdlog::logger> logger_;  ///< null where its construction failed
     unsigned count_ : 7;                      ///< number of the last counted message, 127 is followed by 0
-    int level_ = spdlog::level::info;         ///< the least severe level that is logged
+    int level_ = spdlog::level::info;         ///< the least severe level that is counted
 
     /// Guards `count_`; one for the process, as the instance is.
     static inline std::mutex count_mutex_;

@@ -39,9 +39,10 @@ enum FrameworkCode : std::int32_t {
 struct AIBuff {
     /// The bytes, row-major in the tensor's layout, values in host byte order.
     std::shared_ptr<std::vector<std::int8_t>> data = std::make_shared<std::vector<std::int8_t>>();
-    std::int32_t type = kElementFloat32;   ///< element-type code, see `ElementType`
-    std::int32_t zp = 0;                   ///< zero point of an int8 tensor
-    float scale = 0.0F;                    ///< scale of an int8 tensor
+    std::int32_t type =
+        kElementFloat32;  ///< element-type code, see `ElementType`; of outputs, the engine's to set
+    std::int32_t zp = 0;  ///< zero point of an int8 tensor
+    float scale = 0.0F;   ///< scale of an int8 tensor
     std::vector<std::int32_t> aux_vector;  ///< the engine's own; the models neither read nor write it
     std::int32_t aux_int = 0;              ///< the engine's own; the models neither read nor write it
 };
