@@ -130,7 +130,8 @@ TEST(OutOfMemoryOfClassNames, NeverEndsTheListThere) {
     const TemporaryFolder folder;
     std::string lines;
     for (int i = 0; i < 40; ++i) {
-        lines += "a name that is too long to be kept in the string itself, number " + std::to_string(i) + '\n';
+        lines +=
+            "a name that is too long to be kept in the string itself, number " + std::to_string(i) + '\n';
     }
     const std::string path = folder.write("names.txt", lines);
     const Work read = [&] {
