@@ -35,7 +35,8 @@ struct Candidates {
     }
 };
 
-/// The output whose registered shape gives a head's grid.
+/// The output whose registered shape gives a head's grid. All three of a head have the same one; which is
+/// asked shows only where an application changes `config.output_shapes`.
 constexpr std::array<const char*, kSegHeads> kGridNames = {"output0", "output4", "output8"};
 
 /// A dimension of a registered output shape, 0 where there is no such.

@@ -2,10 +2,9 @@
 // line first, then the column, every product rounded before the sum. Written out here it is the same on every
 // processor, and only the pixels of an object's box are made.
 //
-// Of those, only the ones are interpolated whose neighbours in the source differ in sign. Weights lie between
-// 0 and 1, so that between values of which none is positive no product and no sum is positive, and NaN never
-// is; between positive finite values that are far enough from 0 not to vanish in a product every sum is
-// positive.
+// A pixel is interpolated only where its neighbours in the source differ in sign. Weights lie between 0 and
+// 1: if no neighbour is positive, neither is any product or sum, nor is NaN ever; if all are positive, finite
+// and far enough from 0 not to vanish in a product, so is every sum.
 
 #include "yolov8_seg/resized_window.h"
 

@@ -98,8 +98,8 @@ Ort::SessionOptions sessionOptions(std::optional<int> threads) {
     return options;
 }
 
-/// Whether two outputs end at one value, or an output at an input. Of memory that is given for a value twice,
-/// ONNX Runtime writes some, and none for an input.
+/// Whether two outputs end at one value, or an output at an input. ONNX Runtime writes only some of the
+/// memory that is bound to one value twice, and none that is bound to an input as an output.
 bool sharesValues(const PreparedGraph& prepared) {
     std::unordered_set<std::string> values(prepared.inputs.begin(), prepared.inputs.end());
     return std::any_of(prepared.outputs.begin(), prepared.outputs.end(),
