@@ -59,5 +59,42 @@ TEST(ClassMapping, ClassIndicesAreLabels) {
                   {"a.txt:4: the class is 3", "class_num of the configuration is 3"});
 }
 
+/// `names` by rising class index from 0 on, as YOLO has them, with objects of each.
+Dataset yoloNames(const std::vector<std::string>& names) {
+    Dataset data = dataset({});
+    for (const std::string& name : names) {
+        data.categories.push_back({static_cast<std::int64_t>(data.categories.size()), name, {}, true});
+    }
+    data.idsAreLabels = true;
+    return data;
+}
+
+TEST(ClassMapping, NamesThatRepeatAtTheSameIndicesOnBothSidesGoByIndex) {
+    const Dataset data = yoloNames({"crane", "disc", "crane", "cube"});
+    EXPECT_EQ(mapClasses(data, {{"crane", "cube", "crane", "disc"}, 4}, MappingRule::kByName),
+              (ClassMapping{{0, 0}, {1, 3}, {2, 2}, {3, 1}}));
+}
+
+TEST(ClassMapping, NamesThatRepeatElsewhereAreRefused) {
+    const Dataset data = yoloNames({"crane", "disc", "crane"});
+    expectRefused(data, {{"crane", "crane", "disc"}, 3}, MappingRule::kByName,
+                  {"truth.json: the category \"crane\" (id 0) has objects", "the dataset calls 0, 2 so",
+                   "the network 0, 1", "--names FILE", "--by-order"});
+    expectRefused(data, {{"crane", "disc", "cube"}, 3}, MappingRule::kByName,
+                  {"\"crane\"", "the network 0;"});
+    expectRefused(yoloNames({"crane", "disc"}), {{"crane", "disc", "crane"}, 3}, MappingRule::kByName,
+                  {"\"crane\"", "the dataset calls 0 so", "the network 0, 2"});
+}
+
+TEST(ClassMapping, RepeatedClassNamesAreRefusedWhereACategoryWithObjectsNeedsThem) {
+    const NetworkClasses repeated{{"cube", "disc", "cube"}, 3};
+    // Ids of COCO are no labels, even where they look so.
+    expectRefused(dataset({{0, "cube", {}, true}}), repeated, MappingRule::kByName,
+                  {"\"cube\" (id 0)", "the network 0, 2"});
+    EXPECT_EQ(
+        mapClasses(dataset({{1, "cube", {}, false}, {2, "disc", {}, true}}), repeated, MappingRule::kByName),
+        (ClassMapping{{1, 1}}));
+}
+
 }  // namespace
 }  // namespace brellix::testing

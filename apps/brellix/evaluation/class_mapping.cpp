@@ -4,6 +4,8 @@
 #include "console/text.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <set>
 
 namespace brellix::app {
 namespace {
@@ -24,21 +26,71 @@ std::string someNames(const std::vector<std::string>& names) {
     return text + (names.size() > kMostNamesInMessage ? ", ..." : "");
 }
 
+/// Indices of the classes that have the same name, by that name.
+using IndicesByName = std::map<std::string, std::set<std::int64_t>>;
+
+IndicesByName indicesIn(const std::vector<Category>& categories) {
+    IndicesByName indices;
+    for (const Category& category : categories) {
+        indices[category.name].insert(category.id);
+    }
+    return indices;
+}
+
+IndicesByName indicesIn(const std::vector<std::string>& names) {
+    IndicesByName indices;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        indices[names[i]].insert(static_cast<std::int64_t>(i));
+    }
+    return indices;
+}
+
+std::string listed(const std::set<std::int64_t>& indices) {
+    std::string text;
+    for (const std::int64_t index : indices) {
+        text += (text.empty() ? "" : ", ") + std::to_string(index);
+    }
+    return text;
+}
+
+std::string usedCategory(const Dataset& dataset, const Category& category) {
+    return dataset.path + ": the category \"" + printable(category.name) + "\" (id " +
+           std::to_string(category.id) + ") has objects, and ";
+}
+
+Failure unknownName(const Dataset& dataset, const Category& category,
+                    const std::vector<std::string>& classNames) {
+    return wrongUse(usedCategory(dataset, category) + "no class of the network is called so (" +
+                    someNames(classNames) +
+                    "); correct the names with --names FILE, or say --by-order where the sorted category ids "
+                    "are the classes 0, 1, 2 ...");
+}
+
+Failure repeatedName(const Dataset& dataset, const Category& category, const std::set<std::int64_t>& ids,
+                     const std::set<std::int64_t>& labels) {
+    return wrongUse(usedCategory(dataset, category) +
+                    "its name does not say which class it is: the dataset calls " + listed(ids) +
+                    " so, the network " + listed(labels) +
+                    "; give each a name of its own, in the dataset and with --names FILE, or say --by-order "
+                    "where the sorted category ids are the classes 0, 1, 2 ...");
+}
+
 ClassMapping mapByName(const Dataset& dataset, const NetworkClasses& classes) {
+    const IndicesByName idsOf = indicesIn(dataset.categories);
+    const IndicesByName labelsOf = indicesIn(classes.names);
     ClassMapping mapping;
     for (std::size_t i = 0; i < dataset.categories.size(); ++i) {
         const Category& category = dataset.categories[i];
-        const auto found = std::find(classes.names.begin(), classes.names.end(), category.name);
-        if (found != classes.names.end()) {
-            mapping[static_cast<int>(found - classes.names.begin())] = i;
+        const std::set<std::int64_t>& ids = idsOf.at(category.name);
+        const auto found = labelsOf.find(category.name);
+        const auto labels = found == labelsOf.end() ? std::set<std::int64_t>() : found->second;
+        if (ids.size() == 1 && labels.size() == 1) {
+            mapping[static_cast<int>(*labels.begin())] = i;
+        } else if (dataset.idsAreLabels && ids == labels) {
+            mapping[static_cast<int>(category.id)] = i;
         } else if (category.isUsed) {
-            throw wrongUse(dataset.path + ": the category \"" + printable(category.name) + "\" (id " +
-                           std::to_string(category.id) +
-                           ") has objects, and no class of the network is called "
-                           "so (" +
-                           someNames(classes.names) +
-                           "); correct the names with --names FILE, or say "
-                           "--by-order where the sorted category ids are the classes 0, 1, 2 ...");
+            throw labels.empty() ? unknownName(dataset, category, classes.names)
+                                 : repeatedName(dataset, category, ids, labels);
         }
     }
     return mapping;

@@ -19,14 +19,14 @@ struct NetworkClasses {
 };
 
 enum class MappingRule {
-    kByName,   ///< equal names; where a side has none, by order
+    kByName,   ///< equal names, those that repeat by YOLO's index; where a side has none, by order
     kByOrder,  ///< category ids in rising order are the labels 0, 1, 2 ...
 };
 
 /// Index of the category by the label of the network; labels without a category are missing.
 using ClassMapping = std::map<int, std::size_t>;
 
-/// Throws `Failure` where a category that has objects has no class, and says what to do.
+/// Throws `Failure` where a category that has objects has no class, or one of several, and says what to do.
 ClassMapping mapClasses(const Dataset& dataset, const NetworkClasses& classes, MappingRule rule);
 
 }  // namespace brellix::app
