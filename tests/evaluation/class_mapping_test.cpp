@@ -69,6 +69,32 @@ Dataset yoloNames(const std::vector<std::string>& names) {
     return data;
 }
 
+TEST(ClassMapping, NamedClassIndicesGoByOrderWhereItIsAskedFor) {
+    EXPECT_EQ(mapClasses(yoloNames({"ball", "disc", "prism"}), kNamed, MappingRule::kByOrder),
+              (ClassMapping{{0, 0}, {1, 1}, {2, 2}}));
+    Dataset sparse = yoloNames({"disc", "cone", "cube"});
+    sparse.categories[1].id = 7;
+    sparse.categories[2].id = 9;
+    EXPECT_EQ(mapClasses(sparse, kNamed, MappingRule::kByOrder), (ClassMapping{{0, 0}, {1, 1}, {2, 2}}));
+    EXPECT_EQ(mapClasses(sparse, kUnnamed, MappingRule::kByName), (ClassMapping{{0, 0}, {1, 1}, {2, 2}}));
+}
+
+TEST(ClassMapping, ANameTooManyIsNoClassThatWasFound) {
+    Dataset data = yoloNames({"disc", "cone", "cube", "ball"});
+    data.categories[3].isUsed = false;
+    expectRefused(data, kUnnamed, MappingRule::kByName,
+                  {"truth.json: there are 4 categories, and class_num of the configuration is 3"});
+}
+
+TEST(ClassMapping, ClassIndicesWithoutObjectsNeedNoClass) {
+    Dataset data = yoloNames({"", "", "", ""});
+    data.categories[3].isUsed = false;
+    EXPECT_EQ(mapClasses(data, kNamed, MappingRule::kByName), (ClassMapping{{0, 0}, {1, 1}, {2, 2}}));
+    data.categories[3].isUsed = true;
+    data.categories[3].seenAt = "a.txt:2";
+    expectRefused(data, kNamed, MappingRule::kByName, {"a.txt:2: the class is 3"});
+}
+
 TEST(ClassMapping, NamesThatRepeatAtTheSameIndicesOnBothSidesGoByIndex) {
     const Dataset data = yoloNames({"crane", "disc", "crane", "cube"});
     EXPECT_EQ(mapClasses(data, {{"crane", "cube", "crane", "disc"}, 4}, MappingRule::kByName),

@@ -109,6 +109,7 @@ TEST_F(YoloTruth, ADescriptionNamesFoldersAndClasses) {
         EXPECT_EQ(truth.dataset.categories[1].name, "cube");
         EXPECT_FALSE(truth.dataset.categories[0].isUsed);
         EXPECT_TRUE(truth.dataset.categories[1].isUsed);
+        EXPECT_NE(truth.dataset.categories[1].seenAt.find("a.txt:1"), std::string::npos);
     }
     write("data.yaml", "path: /of/another/machine\nval: [pictures/val]\nnames: {0: disc, 1: cube}\n");
     EXPECT_EQ(read().dataset.categories[1].name, "cube");

@@ -214,6 +214,17 @@ TEST_F(Eval, LabelsBesidePicturesAreADatasetToo) {
     expectRefusal({}, {"b.txt:1: the class is 3", "class_num of the configuration is 3"}, "yolo");
 }
 
+TEST_F(Eval, LabelsWhoseNamesAreOthersGoByOrder) {
+    makeFolder("yolo");
+    writePicture("yolo/b.png");
+    writeText("yolo/b.txt", "3 0.5 0.375 0.3125 0.15625\n7 0.1875 0.75 0.25 0.375\n");
+    writeText("yolo/data.yaml", "val: .\nnames: {3: Scheibe, 5: Kegel, 7: Quader}\n");
+    expectRefusal({}, {"\"Scheibe\" (id 3)", "--by-order"}, "yolo");
+    const json box = figures({"--by-order"}, 0, "yolo")["box"];
+    EXPECT_NEAR(box["AP"].get<double>(), 1.0, kRounding);
+    EXPECT_EQ(box["classes"][2]["label"], 2);
+}
+
 TEST_F(Eval, ObjectsOfABrokenPictureWithLabelsAreMissed) {
     makeFolder("yolo");
     writePicture("yolo/a.png");

@@ -12,10 +12,16 @@ namespace {
 
 constexpr std::size_t kMostNamesInMessage = 10;
 
+bool isNamed(const Category& category) {
+    return !category.name.empty();
+}
+
+bool hasAnyName(const Dataset& dataset) {
+    return std::any_of(dataset.categories.begin(), dataset.categories.end(), isNamed);
+}
+
 bool hasNames(const Dataset& dataset) {
-    return !dataset.categories.empty() &&
-           std::none_of(dataset.categories.begin(), dataset.categories.end(),
-                        [](const Category& category) { return category.name.empty(); });
+    return hasAnyName(dataset) && std::all_of(dataset.categories.begin(), dataset.categories.end(), isNamed);
 }
 
 std::string someNames(const std::vector<std::string>& names) {
@@ -96,15 +102,17 @@ ClassMapping mapByName(const Dataset& dataset, const NetworkClasses& classes) {
     return mapping;
 }
 
-/// Class indices are what they say; nothing but their range can be wrong.
+/// Class indices are what they say; nothing but the range of those that occur can be wrong.
 ClassMapping mapByLabel(const Dataset& dataset, const NetworkClasses& classes) {
     ClassMapping mapping;
     for (std::size_t i = 0; i < dataset.categories.size(); ++i) {
         const Category& category = dataset.categories[i];
+        if (!category.isUsed) {
+            continue;
+        }
         if (category.id < 0 || static_cast<std::uint64_t>(category.id) >= classes.count) {
-            throw wrongUse((category.seenAt.empty() ? dataset.path : category.seenAt) + ": the class is " +
-                           std::to_string(category.id) + ", and class_num of the configuration is " +
-                           std::to_string(classes.count) +
+            throw wrongUse(category.seenAt + ": the class is " + std::to_string(category.id) +
+                           ", and class_num of the configuration is " + std::to_string(classes.count) +
                            ": the dataset and the network do not belong together");
         }
         mapping[static_cast<int>(category.id)] = i;
@@ -132,7 +140,8 @@ ClassMapping mapClasses(const Dataset& dataset, const NetworkClasses& classes, M
     if (rule == MappingRule::kByName && hasNames(dataset) && !classes.names.empty()) {
         return mapByName(dataset, classes);
     }
-    return dataset.idsAreLabels ? mapByLabel(dataset, classes) : mapByOrder(dataset, classes);
+    return dataset.idsAreLabels && !hasAnyName(dataset) ? mapByLabel(dataset, classes)
+                                                        : mapByOrder(dataset, classes);
 }
 
 }  // namespace brellix::app

@@ -26,6 +26,8 @@ enum class MappingRule {
 /// Index of the category by the label of the network; labels without a category are missing.
 using ClassMapping = std::map<int, std::size_t>;
 
+/// Class indices of YOLO's labels that have no names are the network's own by either rule.
+///
 /// Throws `Failure` where a category that has objects has no class, or one of several, and says what to do.
 ClassMapping mapClasses(const Dataset& dataset, const NetworkClasses& classes, MappingRule rule);
 

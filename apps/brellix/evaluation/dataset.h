@@ -38,7 +38,7 @@ struct TruthPicture {
 struct Category {
     std::int64_t id = 0;
     std::string name;     ///< empty where the dataset names none
-    std::string seenAt;   ///< file and line of its first object, where it is known by that alone
+    std::string seenAt;   ///< file and line of its first object, where labels are files
     bool isUsed = false;  ///< there are objects of it
 };
 

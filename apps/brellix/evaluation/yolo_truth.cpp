@@ -101,6 +101,7 @@ std::vector<Category> categoriesFor(std::vector<Category> named, const UnplacedL
             throw wrongUse(place + ": the class is " + std::to_string(label) +
                            ", expected one that \"names\" of the dataset lists");
         }
+        found->seenAt = place;
         found->isUsed = true;
     }
     return named;
