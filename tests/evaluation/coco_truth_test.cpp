@@ -139,7 +139,11 @@ TEST_F(CocoTruth, WhatIsThereTwiceIsRefused) {
     document_["images"].push_back(document_["images"][0]);
     expectRefused({"images[1]: \"id\" is 7, expected one that no other"});
     document_["images"][1]["id"] = 8;
-    expectRefused({"images[1]: \"file_name\" is \"a.png\""});
+    for (const char* file : {"a.png", "./a.png", "set/../a.png", ".//a.png"}) {
+        document_["images"][1]["file_name"] = file;
+        expectRefused({std::string("images[1]: \"file_name\" is \"") + file + '"',
+                       "a picture that no other entry has"});
+    }
     document_ = original;
     document_["categories"].push_back(document_["categories"][0]);
     expectRefused({"categories[2]: \"id\" is 18"});

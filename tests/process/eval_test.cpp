@@ -145,6 +145,14 @@ TEST_F(Eval, PicturesAreFoundInTheFoldersAroundTheFile) {
     expectRefusal({"--images", "set"}, {"none of its 1 picture is in set", "b.png", "--images DIR"});
 }
 
+TEST_F(Eval, PicturesThatAreOneInTheirFolderAreRefused) {
+    makeFolder("set");
+    writePicture("set/b.png");
+    truth_["images"] = {image(1, "b.png"), image(2, "../set/b.png")};
+    writeTruth("truth.json");
+    expectRefusal({}, {"the image 2 is \"../set/b.png\"", "no other entry has", "set/b.png"});
+}
+
 TEST_F(Eval, CategoriesThatTheNetworkDoesNotHaveAreRefused) {
     truth_["categories"][1]["name"] = "ball";
     writeTruth("truth.json");

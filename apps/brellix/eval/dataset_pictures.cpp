@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <set>
 
 namespace brellix::app {
 namespace {
@@ -64,6 +65,20 @@ Search searchAround(const Dataset& dataset) {
     return search;
 }
 
+std::vector<std::string> pathsIn(const fs::path& folder, const Dataset& dataset) {
+    std::vector<std::string> paths;
+    std::set<std::string> taken;
+    for (const TruthPicture& picture : dataset.pictures) {
+        paths.push_back((folder / picture.file).lexically_normal().string());
+        if (!taken.insert(paths.back()).second) {
+            throw wrongUse(dataset.path + ": \"file_name\" of the image " + std::to_string(picture.id) +
+                           " is \"" + printable(picture.file) +
+                           "\", expected a picture that no other entry has: this one is " + paths.back());
+        }
+    }
+    return paths;
+}
+
 }  // namespace
 
 std::vector<std::string> picturePaths(const Dataset& dataset, const std::string& folder) {
@@ -80,11 +95,7 @@ std::vector<std::string> picturePaths(const Dataset& dataset, const std::string&
                        " is " + where + " (the first is " + dataset.pictures.front().file +
                        "); say with --images DIR where they are");
     }
-    std::vector<std::string> paths;
-    for (const TruthPicture& picture : dataset.pictures) {
-        paths.push_back((search.folder / picture.file).lexically_normal().string());
-    }
-    return paths;
+    return pathsIn(search.folder, dataset);
 }
 
 }  // namespace brellix::app

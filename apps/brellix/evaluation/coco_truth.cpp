@@ -5,12 +5,15 @@
 #include "evaluation/json_entry.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <set>
 #include <utility>
 
 namespace brellix::app {
 namespace {
+
+namespace fs = std::filesystem;
 
 using nlohmann::json;
 
@@ -89,7 +92,8 @@ std::vector<TruthPicture> readPictures(const std::string& path, const json& docu
         picture.id = readNewId(entry, ids);
         picture.file = entry.text("file_name");
         picture.size = readPictureSize(entry);
-        if (!files.insert(picture.file).second) {
+        // Two spellings of one path would be one picture with the objects of one of them.
+        if (!files.insert(fs::path(picture.file).lexically_normal().string()).second) {
             entry.refuse("file_name", "a picture that no other entry has");
         }
         pictures.push_back(std::move(picture));
