@@ -199,6 +199,23 @@ TEST_F(Eval, MasksAreMeasuredWhereBothHaveThem) {
     EXPECT_EQ(found[0]["segmentation"], truth_["annotations"][0]["segmentation"]);
 }
 
+TEST_F(Eval, APictureOfAnotherSizeThanAMaskFails) {
+    truth_["images"][0].erase("width");
+    truth_["images"][0].erase("height");
+    truth_["categories"][1]["name"] = "cone";
+    truth_["annotations"] = {annotation(1, 1, 90, {12, 20, 24, 24})};
+    truth_["annotations"][0]["segmentation"] = {{"size", {32, 64}}, {"counts", {0, 2048}}};
+    writeTruth("truth.json");
+    const ProgramResult result = run({"eval", "seg.yaml", "truth.json", "--json", "-"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.err.find("a.png: the picture has 64 x 64 pixels, and a mask of the dataset has 64 x 32"),
+              std::string::npos)
+        << result.err;
+    const json report = json::parse(result.out);
+    EXPECT_EQ(report["failed"], 1);
+    EXPECT_EQ(report["detections"], 0);
+}
+
 TEST_F(Eval, MasksAreNotMeasuredWhereTheTruthLacksOne) {
     truth_["categories"][1]["name"] = "cone";
     writeTruth("truth.json");

@@ -19,13 +19,23 @@ using ai_orvo::model::Object;
 // Where a picture cannot be read nobody knows how large its objects are; they are missed in any size.
 constexpr int kSizeOfUnreadPicture = 640;
 
+std::string sizeText(cv::Size size) {
+    return std::to_string(size.width) + " x " + std::to_string(size.height);
+}
+
+/// Run lengths have a size of their own, which is all that there is where the dataset does not say the
+/// picture's.
 void requireSize(const TruthPicture& truth, cv::Size found) {
+    const std::string cause = "the picture has " + sizeText(found) + " pixels, and ";
+    const std::string effect = ": its objects would be at other places";
     if (!truth.size.empty() && truth.size != found) {
-        const auto text = [](cv::Size size) {
-            return std::to_string(size.width) + " x " + std::to_string(size.height);
-        };
-        throw BrokenPicture("the picture has " + text(found) + " pixels, and the dataset says " +
-                            text(truth.size) + ": its objects would be at other places");
+        throw BrokenPicture(cause + "the dataset says " + sizeText(truth.size) + effect);
+    }
+    for (const TruthObject& object : truth.objects) {
+        if (object.mask && object.mask->mask.size != found) {
+            throw BrokenPicture(cause + "a mask of the dataset has " + sizeText(object.mask->mask.size) +
+                                effect);
+        }
     }
 }
 
