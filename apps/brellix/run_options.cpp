@@ -110,9 +110,35 @@ std::vector<std::string> loadInputs(const InputOptions& options, Console& consol
     return std::move(list.pictures);
 }
 
+ClassList loadClasses(const std::string& namesFile, const ModelConfig& config, Console& console) {
+    ClassList classes(namesFile, config.document);
+    const std::string mismatch = classes.mismatchWith(config.classNum);
+    if (!mismatch.empty()) {
+        console.warning(mismatch);
+    }
+    return classes;
+}
+
 void addModelFiles(const ModelConfig& config, ProtectedFiles& files) {
     files.addInputs(
         {config.path, config.networkPath, ai_orvo::alg::common::calibrationPath(config.networkPath)});
+}
+
+ProtectedFiles inputsOf(const ModelConfig& config, const std::string& namesFile,
+                        const std::vector<std::string>& sources) {
+    ProtectedFiles files;
+    addModelFiles(config, files);
+    files.addInput(namesFile);
+    files.addInputs(sources);
+    return files;
+}
+
+std::optional<Sink> createJsonFile(const std::string& path, ProtectedFiles& files) {
+    if (path.empty() || path == "-") {
+        return std::nullopt;
+    }
+    files.claim("--json", path);
+    return Sink::createFile(path);
 }
 
 }  // namespace brellix::app

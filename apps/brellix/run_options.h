@@ -3,14 +3,17 @@
 /// \file
 /// Options that several subcommands have, and what they stand for.
 
+#include "config/class_list.h"
 #include "config/model_config_check.h"
 #include "console/console.h"
 #include "files/inputs.h"
 #include "files/own_output.h"
 #include "files/protected_files.h"
+#include "files/sink.h"
 
 #include <CLI/App.hpp>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,7 +64,19 @@ ModelConfig loadConfig(const ModelRequest& request, Console& console);
 std::vector<std::string> loadInputs(const InputOptions& options, Console& console,
                                     Accepted accepted = Accepted::kPictures);
 
+/// \return the names of `namesFile`, or, where that is empty, of the configuration. The console is warned of
+///         names that do not fit the network. Throws `Failure` for a file that cannot be read.
+ClassList loadClasses(const std::string& namesFile, const ModelConfig& config, Console& console);
+
 /// Adds the configuration, its network and the calibration beside it, whether or not there is one.
 void addModelFiles(const ModelConfig& config, ProtectedFiles& files);
+
+/// \return the model's files, `namesFile` where there is one, and `sources`.
+ProtectedFiles inputsOf(const ModelConfig& config, const std::string& namesFile,
+                        const std::vector<std::string>& sources);
+
+/// \return the file at `path` that --json writes, from then on among `files`; nothing where `path` is empty or
+///         "-", which is standard output. Throws `Failure`.
+std::optional<Sink> createJsonFile(const std::string& path, ProtectedFiles& files);
 
 }  // namespace brellix::app

@@ -87,10 +87,7 @@ ExitStatus bench(const BenchOptions& options, OwnOutput& output, Console& consol
     const ModelConfig config = loadConfig(options.run.model, console);
     const std::vector<std::string> sources = loadInputs(options.run.input, console);
     if (!options.jsonFile.empty() && !options.jsonGoesToStandardOutput()) {
-        ProtectedFiles files;
-        addModelFiles(config, files);
-        files.addInputs(sources);
-        files.refuse("--json", options.jsonFile);
+        inputsOf(config, "", sources).refuse("--json", options.jsonFile);
     }
     const std::vector<LoadedPicture> pictures = loadPictures(sources, console);
     const auto model = buildModel(config);

@@ -137,23 +137,6 @@ CompareJob prepareJob(const CompareOptions& options, Console& console) {
             rules,        options.worst, !options.outFolder.empty()};
 }
 
-ProtectedFiles inputsOf(const CompareJob& job, const CompareOptions& options) {
-    ProtectedFiles files;
-    addModelFiles(job.a, files);
-    addModelFiles(job.b, files);
-    files.addInput(options.namesFile);
-    files.addInputs(job.sources);
-    return files;
-}
-
-std::optional<Sink> createJsonFile(const CompareOptions& options, ProtectedFiles& files) {
-    if (options.jsonFile.empty() || options.jsonGoesToStandardOutput()) {
-        return std::nullopt;
-    }
-    files.claim("--json", options.jsonFile);
-    return Sink::createFile(options.jsonFile);
-}
-
 void writeWorst(const std::string& folder, const ProtectedFiles& files, const CompareResult& result,
                 Console& console) {
     std::size_t rank = 0;
@@ -195,8 +178,9 @@ ExitStatus conclude(const CompareResult& result, const std::vector<std::string>&
 ExitStatus runCompare(const CompareOptions& options, OwnOutput& output, Console& console) {
     applyVerbosity(options.verbosity, output, console);
     const CompareJob job = prepareJob(options, console);
-    ProtectedFiles files = inputsOf(job, options);
-    std::optional<Sink> jsonFile = createJsonFile(options, files);
+    ProtectedFiles files = inputsOf(job.a, options.namesFile, job.sources);
+    addModelFiles(job.b, files);
+    std::optional<Sink> jsonFile = createJsonFile(options.jsonFile, files);
     if (job.drawsWorst) {
         createFolder(options.outFolder);
     }

@@ -90,24 +90,6 @@ MaskFormat maskFormatOf(const DetectOptions& options) {
                                            : MaskFormat::kRunLengths;
 }
 
-ClassList loadClasses(const DetectOptions& options, const ModelConfig& config, Console& console) {
-    ClassList classes(options.namesFile, config.document);
-    const std::string mismatch = classes.mismatchWith(config.classNum);
-    if (!mismatch.empty()) {
-        console.warning(mismatch);
-    }
-    return classes;
-}
-
-/// The file that --json names, where it names one.
-std::optional<Sink> createJsonFile(const DetectOptions& options, ProtectedFiles& files) {
-    if (options.jsonFile.empty() || options.jsonGoesToStandardOutput()) {
-        return std::nullopt;
-    }
-    files.claim("--json", options.jsonFile);
-    return Sink::createFile(options.jsonFile);
-}
-
 /// What a run works on, all of it checked.
 struct DetectJob {
     ModelConfig config;
@@ -118,17 +100,9 @@ struct DetectJob {
 
 DetectJob prepareJob(const DetectOptions& options, Console& console) {
     ModelConfig config = loadConfig(options.model, console);
-    ClassList classes = loadClasses(options, config, console);
+    ClassList classes = loadClasses(options.namesFile, config, console);
     ClassFilter filter(options.classes, classes, config.classNum);
     return {std::move(config), std::move(classes), std::move(filter), loadSources(options.sources, console)};
-}
-
-ProtectedFiles inputsOf(const DetectJob& job, const DetectOptions& options) {
-    ProtectedFiles files;
-    addModelFiles(job.config, files);
-    files.addInput(options.namesFile);
-    files.addInputs(job.sources.files());
-    return files;
 }
 
 Drawing drawingFor(const DetectJob& job) {
@@ -203,8 +177,8 @@ ExitStatus detect(const DetectOptions& options, OwnOutput& output, Console& cons
     }
     const DetectJob job = prepareJob(options, console);
     const auto model = buildModel(job.config);
-    ProtectedFiles files = inputsOf(job, options);
-    std::optional<Sink> jsonFile = createJsonFile(options, files);
+    ProtectedFiles files = inputsOf(job.config, options.namesFile, job.sources.files());
+    std::optional<Sink> jsonFile = createJsonFile(options.jsonFile, files);
     const ResultWriters writers = makeWriters(options, job, files, output.sink(), jsonFile, console);
     const StopRequest stop;
     const DetectRun run{*model, job.config.inputSize, job.filter, writers,

@@ -89,15 +89,6 @@ void addResultOptions(CLI::App& command, EvalOptions& options) {
         ->type_name("FILE");
 }
 
-ClassList loadClasses(const EvalOptions& options, const ModelConfig& config, Console& console) {
-    ClassList classes(options.namesFile, config.document);
-    const std::string mismatch = classes.mismatchWith(config.classNum);
-    if (!mismatch.empty()) {
-        console.warning(mismatch);
-    }
-    return classes;
-}
-
 std::vector<std::string> sourcesOf(const GroundTruth& truth, const EvalOptions& options) {
     if (truth.labels.empty()) {
         return picturePaths(truth.dataset, options.imagesFolder);
@@ -116,7 +107,7 @@ EvalJob prepareJob(const EvalOptions& options, Console& console) {
     ModelRequest request = options.model;
     request.confThreshold = request.confThreshold.value_or(kConfThreshold);
     ModelConfig config = loadConfig(request, console);
-    ClassList classes = loadClasses(options, config, console);
+    ClassList classes = loadClasses(options.namesFile, config, console);
     GroundTruth truth = readGroundTruth(options.dataset);
     if (options.limit > 0) {
         keepFirst(options.limit, truth);
@@ -133,15 +124,6 @@ struct EvalFiles {
     std::optional<Sink> json;
     std::optional<Sink> detections;
 };
-
-ProtectedFiles inputsOf(const EvalJob& job, const EvalOptions& options) {
-    ProtectedFiles files;
-    addModelFiles(job.config, files);
-    files.addInput(options.namesFile);
-    files.addInputs(job.truth.files);
-    files.addInputs(job.sources);
-    return files;
-}
 
 void claimFiles(const EvalOptions& options, ProtectedFiles files) {
     files.claim("--plot", options.plotFile);
@@ -165,7 +147,9 @@ EvalFiles createFiles(const EvalOptions& options, const EvalJob& job) {
     if (!options.plotFile.empty() && !cv::haveImageWriter(options.plotFile)) {
         throw wrongUse("--plot: " + options.plotFile + " has no extension of a picture, as .png is");
     }
-    claimFiles(options, inputsOf(job, options));
+    ProtectedFiles files = inputsOf(job.config, options.namesFile, job.sources);
+    files.addInputs(job.truth.files);
+    claimFiles(options, std::move(files));
     // The plot is written in one go at the end; better said now that it cannot be.
     static_cast<void>(createFile(options.plotFile));
     return {createFile(options.jsonFile), createFile(options.detectionsFile)};
