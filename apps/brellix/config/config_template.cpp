@@ -1,5 +1,7 @@
 #include "config/config_template.h"
 
+#include "console/utf8.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdio>
@@ -7,25 +9,6 @@
 
 namespace brellix::app {
 namespace {
-
-/// \return bytes of the UTF-8 code point at `position`; 0 where there is none.
-std::size_t codePointLength(std::string_view text, std::size_t position) {
-    const auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byteAt(position);
-    const std::size_t length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (length == 0 || lead > 0xF4 || position + length > text.size()) {
-        return 0;
-    }
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byteAt(position + i) & 0xC0U) != 0x80U) {
-            return 0;
-        }
-    }
-    const unsigned char second = length > 2 ? byteAt(position + 1) : 0;
-    const bool isOverlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
-    const bool isOutside = (lead == 0xED && second > 0x9F) || (lead == 0xF4 && second > 0x8F);
-    return isOverlong || isOutside ? 0 : length;
-}
 
 std::string escaped(unsigned char byte) {
     std::array<char, 8> text{};
@@ -74,17 +57,6 @@ std::string namesText(const ConfigTemplate& content) {
 }
 
 }  // namespace
-
-bool isUtf8(const std::string& text) {
-    for (std::size_t i = 0; i < text.size();) {
-        const std::size_t length = codePointLength(text, i);
-        if (length == 0) {
-            return false;
-        }
-        i += length;
-    }
-    return true;
-}
 
 std::string yamlQuoted(const std::string& text) {
     std::string quoted = "\"";

@@ -23,7 +23,4 @@ std::string configText(const ConfigTemplate& content);
 /// \return `text` as a double-quoted scalar of YAML. Bytes that are no UTF-8 become U+FFFD.
 std::string yamlQuoted(const std::string& text);
 
-/// \return whether a YAML file can hold `text` unchanged: it is UTF-8.
-bool isUtf8(const std::string& text);
-
 }  // namespace brellix::app

@@ -4,6 +4,7 @@
 #include "config/config_template.h"
 #include "console/shell_quote.h"
 #include "console/text.h"
+#include "console/utf8.h"
 #include "files/config_keys.h"
 #include "init/init_names.h"
 #include "init/network_advice.h"

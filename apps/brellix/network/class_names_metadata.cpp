@@ -1,5 +1,7 @@
 #include "network/class_names_metadata.h"
 
+#include "console/utf8.h"
+
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -12,26 +14,6 @@ constexpr std::uint32_t kLastCodePoint = 0x10FFFF;
 
 bool isSurrogate(std::uint32_t codePoint) {
     return codePoint >= 0xD800 && codePoint <= 0xDFFF;
-}
-
-void appendUtf8(std::uint32_t codePoint, std::string& text) {
-    const auto byte = [&text](std::uint32_t value) { text += static_cast<char>(value); };
-    const auto tail = [&](int shift) { byte(0x80U | ((codePoint >> shift) & 0x3FU)); };
-    if (codePoint < 0x80) {
-        byte(codePoint);
-    } else if (codePoint < 0x800) {
-        byte(0xC0U | (codePoint >> 6));
-        tail(0);
-    } else if (codePoint < 0x10000) {
-        byte(0xE0U | (codePoint >> 12));
-        tail(6);
-        tail(0);
-    } else {
-        byte(0xF0U | (codePoint >> 18));
-        tail(12);
-        tail(6);
-        tail(0);
-    }
 }
 
 /// Thrown inside the parser alone.
