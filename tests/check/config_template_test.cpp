@@ -60,6 +60,16 @@ TEST(ConfigTemplate, HoldsTheSettings) {
     EXPECT_EQ(document["class_mapping"][1].as<std::string>(), "- z");
 }
 
+TEST(ConfigTemplate, BracesInNamesAndPathsStayAsTheyAre) {
+    ConfigTemplate content;
+    content.modelPath = "{names}/{no end.onnx";
+    content.names = {{0, "{model}"}, {1, "}"}};
+    const YAML::Node document = YAML::Load(configText(content));
+    EXPECT_EQ(document["model_path"].as<std::string>(), content.modelPath);
+    EXPECT_EQ(document["class_mapping"][0].as<std::string>(), "{model}");
+    EXPECT_EQ(document["class_mapping"][1].as<std::string>(), "}");
+}
+
 TEST(ConfigTemplate, WithoutNamesTheMapIsEmpty) {
     const YAML::Node document = YAML::Load(configText(ConfigTemplate()));
     EXPECT_TRUE(document["class_mapping"].IsMap());
