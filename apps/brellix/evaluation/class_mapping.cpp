@@ -107,15 +107,15 @@ ClassMapping mapByLabel(const Dataset& dataset, const NetworkClasses& classes) {
     ClassMapping mapping;
     for (std::size_t i = 0; i < dataset.categories.size(); ++i) {
         const Category& category = dataset.categories[i];
-        if (!category.isUsed) {
-            continue;
-        }
-        if (category.id < 0 || static_cast<std::uint64_t>(category.id) >= classes.count) {
+        const bool isLabel = category.id >= 0 && static_cast<std::uint64_t>(category.id) < classes.count;
+        if (!isLabel && category.isUsed) {
             throw wrongUse(category.seenAt + ": the class is " + std::to_string(category.id) +
                            ", and class_num of the configuration is " + std::to_string(classes.count) +
                            ": the dataset and the network do not belong together");
         }
-        mapping[static_cast<int>(category.id)] = i;
+        if (isLabel) {
+            mapping[static_cast<int>(category.id)] = i;
+        }
     }
     return mapping;
 }
