@@ -1,15 +1,13 @@
 #include "bench/bench_run.h"
 
 #include "console/failure.h"
+#include "network/back_end_choice.h"
 #include "run/detect_picture.h"
 
 #include <sys/resource.h>
 
 #include <chrono>
 #include <exception>
-
-// Exported by our own engine; a board's own has no such function.
-extern "C" __attribute__((weak)) const char* brellix_ai_engine_last_backend() noexcept;
 
 namespace brellix::app {
 namespace {
@@ -24,10 +22,6 @@ std::int64_t peakMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return std::int64_t{usage.ru_maxrss} * 1024;
-}
-
-std::string backEndName() {
-    return brellix_ai_engine_last_backend == nullptr ? "unknown" : brellix_ai_engine_last_backend();
 }
 
 PictureResult runOn(const LoadedPicture& picture, ai_orvo::model::CvModel& model) {
@@ -80,14 +74,10 @@ BenchResult runBench(ai_orvo::model::CvModel& model, const std::vector<LoadedPic
         measured += whole;
     }
     console.hideStatusLine();
-    return {plan.frames,
-            summaryOf(times.pre),
-            summaryOf(times.infer),
-            summaryOf(times.post),
-            summaryOf(times.detect),
-            1000.0 * static_cast<double>(plan.frames) / measured,
-            peakMemory(),
-            backEndName()};
+    return {
+        plan.frames,           summaryOf(times.pre),    summaryOf(times.infer),
+        summaryOf(times.post), summaryOf(times.detect), 1000.0 * static_cast<double>(plan.frames) / measured,
+        peakMemory(),          lastBackEndName()};
 }
 
 }  // namespace brellix::app
