@@ -204,6 +204,17 @@ TEST_F(Init, OptionsOfAnotherClassAreSaidToHaveNoEffect) {
            {"--framework and --quantized have no effect: yolov5"});
 }
 
+TEST_F(Init, ReplacedFileKeepsItsPermissions) {
+    namespace fs = std::filesystem;
+    for (const fs::perms permissions : {fs::perms(0600), fs::perms(0664), fs::perms(0440)}) {
+        writeText("network.yaml", "a: b\n");
+        fs::permissions(path("network.yaml"), permissions);
+        EXPECT_EQ(run({"init", "network.onnx", "--force"}).status, 0);
+        EXPECT_EQ(fs::status(path("network.yaml")).permissions(), permissions);
+        fs::remove(path("network.yaml"));
+    }
+}
+
 TEST_F(Init, FileThatCannotBeWrittenIsAFailure) {
     expect(3, {"init", "network.onnx", "-o", "none/new.yaml"}, {"cannot write to none/new.yaml"});
     EXPECT_EQ(runWith(StandardOutput::kFullDisk, {"init", "network.onnx", "-o", "-"}).status, 3);

@@ -144,7 +144,21 @@ void writeFile(const std::string& path, const std::string& text) {
     file.close();
 }
 
-/// Where it cannot be written as a whole, an earlier file stays as it was, and none stays away.
+/// Puts a finished file in the place of one that stood at `path`, if any did.
+void putInPlace(const std::string& finished, const fs::file_status& before, const std::string& path) {
+    std::error_code error;
+    if (fs::exists(before)) {
+        fs::permissions(finished, before.permissions(), error);
+    }
+    if (!error) {
+        fs::rename(finished, path, error);
+    }
+    if (error) {
+        throw failedAtWork("cannot write to " + path + ": " + error.message());
+    }
+}
+
+/// If writing fails, an existing file is kept and no partial file is left.
 void writeWhole(const std::string& path, const std::string& text) {
     std::error_code error;
     const fs::file_status before = fs::symlink_status(path, error);
@@ -155,13 +169,10 @@ void writeWhole(const std::string& path, const std::string& text) {
     const std::string unfinished = path + ".unfinished";
     try {
         writeFile(unfinished, text);
+        putInPlace(unfinished, before, path);
     } catch (const Failure&) {
         fs::remove(unfinished, error);
         throw;
-    }
-    fs::rename(unfinished, path, error);
-    if (error) {
-        throw failedAtWork("cannot write to " + path + ": " + error.message());
     }
 }
 
