@@ -29,7 +29,7 @@ constexpr const char* kExamples =
     "  brellix check shapes.yaml --quiet && brellix detect shapes.yaml photo.jpg\n"
     "\n"
     "Exit status: 0 it fits (warnings are allowed), 1 it does not, 2 wrong use, a missing file or a\n"
-    "configuration that cannot be read.";
+    "configuration that cannot be read, 3 a failure at work.";
 
 void addCheckOptions(CLI::App& command, CheckOptions& options) {
     command
