@@ -201,7 +201,11 @@ TEST_F(Init, WhatIsNoOnnxNetworkIsWrongUse) {
 
 TEST_F(Init, OptionsOfAnotherClassAreSaidToHaveNoEffect) {
     expect(0, {"init", "network.onnx", "--quantized"},
-           {"--framework and --quantized have no effect: yolov5"});
+           {"brellix: --quantized has no effect: yolov5 does not read it\n"});
+    expect(0, {"init", "cut.onnx", "--force", "--framework", "RKNN"},
+           {"brellix: --framework has no effect: yolov5_cutoff does not read it\n"});
+    expect(0, {"init", "network.onnx", "--force", "--framework", "RKNN", "--quantized"},
+           {"brellix: --framework and --quantized have no effect: yolov5 reads neither\n"});
 }
 
 TEST_F(Init, ReplacedFileKeepsItsPermissions) {

@@ -108,10 +108,24 @@ void requireUtf8(const std::string& path) {
     }
 }
 
+/// \return what to say of options that the class does not read; empty where none was given.
+std::string effectless(const InitOptions& options, ModelClass modelClass) {
+    const bool hasFramework = options.framework != "ONNX";
+    if (traitsOf(modelClass).readsBackEndKeys || (!hasFramework && !options.quantized)) {
+        return "";
+    }
+    if (hasFramework && options.quantized) {
+        return "--framework and --quantized have no effect: " + nameOf(modelClass) + " reads neither";
+    }
+    return std::string(hasFramework ? "--framework" : "--quantized") +
+           " has no effect: " + nameOf(modelClass) + " does not read it";
+}
+
 ModelSettings settingsFor(const InitOptions& options, const Recognition& recognition, Console& console) {
     const ModelClass modelClass = *modelClassOf(recognition.kind);
-    if (!traitsOf(modelClass).readsBackEndKeys && (options.quantized || options.framework != "ONNX")) {
-        console.note("--framework and --quantized have no effect: " + nameOf(modelClass) + " reads neither");
+    const std::string note = effectless(options, modelClass);
+    if (!note.empty()) {
+        console.note(note);
     }
     return {modelClass, *recognition.inputSize, *recognition.classNum, options.framework, options.quantized};
 }
