@@ -19,8 +19,9 @@ PROGRAM = "prepare_network.py"
 DESCRIPTION = """\
 Makes a network that the models take out of an ordinary export of YOLOv5 or of YOLOv8 segmentation:
 static shape, float32, opset 12, constants computed, tensors named as the models name them.
-Needs python3-onnx and python3-numpy. Where OpenCV or ONNX Runtime can be imported, the result is run
-there and compared with the file as it came, which is computed with NumPy."""
+Needs python3-onnx and python3-numpy. The result is run on OpenCV (python3-opencv) and on ONNX Runtime, as
+far as they can be imported, else with NumPy, and compared with the file as it came, which is computed
+with NumPy."""
 
 EPILOG = """\
 forms:
