@@ -4,17 +4,34 @@
 #include <yolov8_seg/tensor_tables.h>
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <set>
 
 namespace brellix::app {
 namespace {
 
-constexpr std::array<ModelTraits, 3> kModels = {{
-    {ModelClass::kYoloV5, "yolov5", "rgb", true, false, false, false},
-    {ModelClass::kYoloV5Cutoff, "yolov5_cutoff", "bgr", true, false, false, true},
-    {ModelClass::kYoloV8Seg, "yolov8_seg", "bgr", false, true, true, true},
-}};
+constexpr ModelTraits yolov5() {
+    ModelTraits traits{ModelClass::kYoloV5, "yolov5", "rgb"};
+    traits.probabilityIsProduct = true;
+    return traits;
+}
+
+constexpr ModelTraits yolov5Cutoff() {
+    ModelTraits traits{ModelClass::kYoloV5Cutoff, "yolov5_cutoff", "bgr"};
+    traits.probabilityIsProduct = true;
+    traits.takesCalibration = true;
+    return traits;
+}
+
+constexpr ModelTraits yolov8Seg() {
+    ModelTraits traits{ModelClass::kYoloV8Seg, "yolov8_seg", "bgr"};
+    traits.makesMasks = true;
+    traits.readsBackEndKeys = true;
+    traits.takesCalibration = true;
+    return traits;
+}
+
+constexpr ModelTraits kModels[] = {yolov5(), yolov5Cutoff(), yolov8Seg()};
 
 /// \return whether the names are these, in any order.
 template <class Expected>
@@ -25,7 +42,7 @@ bool areExactly(const std::set<std::string>& names, const Expected& expected) {
 }  // namespace
 
 const ModelTraits& traitsOf(ModelClass modelClass) {
-    return *std::find_if(kModels.begin(), kModels.end(),
+    return *std::find_if(std::begin(kModels), std::end(kModels),
                          [&](const ModelTraits& traits) { return traits.modelClass == modelClass; });
 }
 
@@ -50,9 +67,9 @@ std::vector<std::string> modelClassNames() {
 }
 
 std::optional<ModelClass> modelClassNamed(const std::string& name) {
-    const auto found = std::find_if(kModels.begin(), kModels.end(),
+    const auto found = std::find_if(std::begin(kModels), std::end(kModels),
                                     [&](const ModelTraits& traits) { return traits.name == name; });
-    return found == kModels.end() ? std::nullopt : std::optional(found->modelClass);
+    return found == std::end(kModels) ? std::nullopt : std::optional(found->modelClass);
 }
 
 std::optional<ModelClass> modelClassWithOutputs(const std::vector<std::string>& outputs) {

@@ -14,12 +14,21 @@ enum class ModelClass { kYoloV5, kYoloV5Cutoff, kYoloV8Seg };
 /// What is particular about a class.
 struct ModelTraits {
     ModelClass modelClass;
-    const char* name;           ///< what "model" and --model take
-    const char* channelOrder;   ///< "rgb" or "bgr": in which order it feeds the colours
-    bool probabilityIsProduct;  ///< of two scores, each held against the confidence threshold for itself
-    bool makesMasks;            ///< its objects have masks, for which the network's input has to be square
-    bool readsBackEndKeys;      ///< its configuration has "framework" and "is_quantized"
-    bool takesCalibration;      ///< it may ask the engine for 8-bit outputs, for which a calibration is
+    const char* name;          ///< what "model" and --model take
+    const char* channelOrder;  ///< "rgb" or "bgr": in which order it feeds the colours
+
+    /// Its probability is the product of two scores, each of which is held against the confidence threshold
+    /// for itself.
+    bool probabilityIsProduct = false;
+
+    /// Its objects have masks, for which the network's input has to be square.
+    bool makesMasks = false;
+
+    /// Its configuration has "framework" and "is_quantized".
+    bool readsBackEndKeys = false;
+
+    /// It may ask the engine for 8-bit outputs, for which a calibration is.
+    bool takesCalibration = false;
 };
 
 const ModelTraits& traitsOf(ModelClass modelClass);
