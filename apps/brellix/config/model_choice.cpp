@@ -51,9 +51,14 @@ std::string fixFor(const NetworkFacts& network) {
             return what + command;
         case NetworkKind::kFused:
             return what + command + ", or " + sayIt;
-        default:
-            return what + sayIt;
+        case NetworkKind::kFusedTransposed:
+        case NetworkKind::kCut:
+        case NetworkKind::kSegmentation:
+        case NetworkKind::kFusedWithMasks:
+        case NetworkKind::kBoxesWithoutObjectness:
+            break;
     }
+    return what + sayIt;
 }
 
 Finding cannotGuess(const std::string& configPath, const NetworkFacts& network) {

@@ -59,9 +59,15 @@ std::string otherKind(const NetworkFacts& network, const Recognition& recognitio
             return text + lackOf(ModelClass::kYoloV8Seg, network) + "; " + preparation(network, recognition);
         case NetworkKind::kFusedTransposed:
             return text + "export it without the transposition at its end";
-        default:
-            return text + "export a YOLOv5 detection network or a YOLOv8 segmentation network";
+        case NetworkKind::kFused:
+        case NetworkKind::kCut:
+        case NetworkKind::kSegmentation:
+        case NetworkKind::kFusedWithMasks:
+        case NetworkKind::kBoxesWithoutObjectness:
+        case NetworkKind::kUnknown:
+            break;
     }
+    return text + "export a YOLOv5 detection network or a YOLOv8 segmentation network";
 }
 
 /// Float16 and open shapes: what keeps a network of the right kind from running. Empty where nothing does.
