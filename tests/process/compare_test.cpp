@@ -1,5 +1,7 @@
 #include "model_fixture.h"
 
+#include <yaml-cpp/yaml.h>
+
 namespace brellix::testing {
 namespace {
 
@@ -203,6 +205,31 @@ TEST_F(Compare, SaturatedBytesAreThoseOfTheModelsOwnOutputs) {
     EXPECT_EQ(head["lowest"], 1530);
     EXPECT_EQ(head["highest"], 2);
     EXPECT_EQ(head["saturated"], 1532.0 / 1536.0);
+    EXPECT_EQ(head["cut_off"], json()) << "neither side has floats";
+}
+
+TEST_F(Compare, BytesAtTheEndsAreCutOffOnlyWhereTheFloatsLieBeyondTheGrid) {
+    ASSERT_EQ(run({"calibrate", "seg8.yaml", "a.png"}).status, 0);
+    // Prototype 0 is 1 in one half and -1 in the other, the 31 others are 0 (16 x 16 each).
+    const auto proto = [this] {
+        const ProgramResult result = run({"compare", "seg.yaml", "seg8.yaml", "a.png", "--json", "-"});
+        EXPECT_EQ(result.status, 0) << result.err;
+        const json figures = json::parse(result.out);
+        EXPECT_EQ(figures["a"]["int8_outputs"], json::array());
+        return figures["b"]["int8_outputs"].back();
+    };
+    const json whole = proto();
+    EXPECT_EQ(whole["tensor"], "proto");
+    // The zero point is a whole number, so that the grid ends at one of the two values and near the other.
+    EXPECT_EQ(whole["lowest"].get<int>() + whole["highest"].get<int>(), 128);
+    EXPECT_EQ(whole["cut_off"], 0);
+    YAML::Node calibration = YAML::LoadFile(path("seg.onnx.calibration.yaml"));
+    for (const char* end : {"min", "max"}) {
+        YAML::Node range = calibration["tensors"]["proto"][end];
+        range = range.as<float>() / 2;
+    }
+    writeText("seg.onnx.calibration.yaml", YAML::Dump(calibration));
+    EXPECT_EQ(proto()["cut_off"], 256);
 }
 
 TEST_F(Compare, MasksAndBytesOfAFloatAndAnInt8ConfigurationAreCompared) {

@@ -16,7 +16,8 @@ Json bytesToJson(const ByteCounts& counts) {
                         {"bytes", count.bytes},
                         {"lowest", count.lowest},
                         {"highest", count.highest},
-                        {"saturated", count.saturatedShare()}});
+                        {"saturated", count.saturatedShare()},
+                        {"cut_off", count.cutOff ? Json(*count.cutOff) : Json(nullptr)}});
     }
     return json;
 }

@@ -15,13 +15,13 @@
 namespace brellix::app {
 namespace {
 
-/// One of the two models, with the bytes of its 8-bit outputs.
+/// One of the two models, with its latest outputs and the bytes of the 8-bit ones.
 class Side {
   public:
     explicit Side(const ModelConfig& config)
-        : config_(config), model_(buildModel(config, [this](const ai_orvo::model::TensorMap& outputs) {
-              latest_ = countBytes(outputs);
-          })) {}
+        : config_(config),
+          model_(
+              buildModel(config, [this](const ai_orvo::model::TensorMap& outputs) { latest_ = outputs; })) {}
 
     PictureResult detect(const std::string& source, const cv::Mat& picture) {
         PictureResult result = detectOn(picture, source, *model_);
@@ -29,8 +29,11 @@ class Side {
         return result;
     }
 
-    /// Counts the outputs of the latest picture in.
-    void keepBytes() { addCounts(latest_, bytes_); }
+    /// Counts the outputs of the latest picture in, on which the other side has run, too.
+    void keepBytes(const Side& other) { addCounts(countBytes(latest_, other.latest_), bytes_); }
+
+    /// Gives the outputs back to the model, which writes into the same memory again if nobody else holds it.
+    void releaseOutputs() { latest_.clear(); }
 
     const ByteCounts& bytes() const { return bytes_; }
 
@@ -43,7 +46,7 @@ class Side {
 
   private:
     const ModelConfig& config_;
-    ByteCounts latest_;
+    ai_orvo::model::TensorMap latest_;
     ByteCounts bytes_;
     std::unique_ptr<ai_orvo::model::CvModel> model_;
 };
@@ -58,8 +61,10 @@ CompareResult runComparison(const CompareJob& job, Console& console) {
     const auto task = [&](const std::string& source, const cv::Mat& picture) {
         const PictureResult inA = a.detect(source, picture);
         const PictureResult inB = b.detect(source, picture);
-        a.keepBytes();
-        b.keepBytes();
+        a.keepBytes(b);
+        b.keepBytes(a);
+        a.releaseOutputs();
+        b.releaseOutputs();
         const PictureComparison comparison = comparePicture(source, inA.objects, inB.objects, job.rules);
         result.comparison.add(comparison);
         worst.offer(comparison.severity(), [&] {

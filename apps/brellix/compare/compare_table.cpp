@@ -60,14 +60,16 @@ std::string saturationTable(const std::string& side, const ByteCounts& counts) {
         width = std::max(width, displayWidth(name));
     }
     const auto line = [&](std::string_view name, std::string_view bytes, std::string_view low,
-                          std::string_view high, std::string_view share) {
+                          std::string_view high, std::string_view share, std::string_view cutOff) {
         return padRight(printable(name), width) + padLeft(bytes, kNumberWidth) + padLeft(low, kNumberWidth) +
-               padLeft(high, kNumberWidth) + padLeft(share, kNumberWidth) + '\n';
+               padLeft(high, kNumberWidth) + padLeft(share, kNumberWidth) + padLeft(cutOff, kNumberWidth) +
+               '\n';
     };
-    std::string table = '\n' + line(title, "bytes", "at -128", "at 127", "saturated");
+    std::string table = '\n' + line(title, "bytes", "at -128", "at 127", "at the ends", "cut off");
     for (const auto& [name, count] : counts) {
         table += line(name, std::to_string(count.bytes), std::to_string(count.lowest),
-                      std::to_string(count.highest), fixed(count.saturatedShare() * 100.0, 3) + " %");
+                      std::to_string(count.highest), fixed(count.saturatedShare() * 100.0, 3) + " %",
+                      count.cutOff ? std::to_string(*count.cutOff) : "unknown");
     }
     return table;
 }
