@@ -11,9 +11,6 @@
 namespace brellix::app {
 namespace {
 
-// The deepest of the networks' three grids has one cell for 32 pixels.
-constexpr int kCoarsestStride = 32;
-
 std::string text(cv::Size size) {
     return std::to_string(size.width) + " x " + std::to_string(size.height);
 }
@@ -78,7 +75,8 @@ class Fit {
         }
         const cv::Size size = *recognition_.inputSize;
         if (size.width % kCoarsestStride != 0 || size.height % kCoarsestStride != 0) {
-            addNetworkInput(size, "multiples of 32, the coarsest stride");
+            addNetworkInput(size,
+                            "multiples of " + std::to_string(kCoarsestStride) + ", the coarsest stride");
         } else if (traitsOf(config_.modelClass).makesMasks && size.width != size.height) {
             addNetworkInput(size, "a square, which the masks need");
         } else if (size != config_.inputSize) {

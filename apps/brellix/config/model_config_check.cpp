@@ -3,6 +3,7 @@
 #include "config/model_choice.h"
 #include "console/text.h"
 #include "files/config_keys.h"
+#include "network/expected_tensors.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -12,9 +13,6 @@ namespace brellix::app {
 namespace {
 
 namespace fs = std::filesystem;
-
-// The deepest of the networks' three grids has one cell for 32 pixels.
-constexpr std::int64_t kCoarsestStride = 32;
 
 // The library names all classes up to the highest that "class_mapping" numbers: a number of ten digits would
 // fill the memory with names. No network has as many.
@@ -79,8 +77,11 @@ bool tensorsAreCountable(std::int64_t width, std::int64_t height, std::int64_t c
     if (width > kMost / 3 / height) {
         return false;
     }
-    const std::int64_t candidates =
-        3 * ((width / 8) * (height / 8) + (width / 16) * (height / 16) + (width / 32) * (height / 32));
+    constexpr std::int64_t kAnchors = 3;
+    std::int64_t candidates = 0;
+    for (const int stride : kStrides) {
+        candidates += kAnchors * (width / stride) * (height / stride);
+    }
     return candidates <= kMost / (classNum + 5);
 }
 

@@ -13,7 +13,6 @@ namespace engine = ai_orvo::alg::common;
 namespace model = ai_orvo::model;
 
 // What the models' own members hold.
-constexpr int kStrides[3] = {8, 16, 32};
 constexpr int kPrototypes = 32;
 constexpr int kPrototypeStride = 4;
 

@@ -14,6 +14,12 @@
 
 namespace brellix::app {
 
+/// Input pixels along a side of one cell in each of the networks' three grids.
+constexpr int kStrides[3] = {8, 16, 32};
+
+/// The sides of every input are multiples of it.
+constexpr int kCoarsestStride = kStrides[2];
+
 /// In what form a tensor's bytes cross the boundary to the engine.
 enum class TensorForm {
     kFloat32,
