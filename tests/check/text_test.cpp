@@ -27,5 +27,12 @@ TEST(Printable, ControlCharactersOfTwoBytesBecomeOneQuestionMark) {
     EXPECT_EQ(printable("\xc2\x1b"), "\xc2?");
 }
 
+TEST(Joined, PartsStandWithSomethingBetweenEachTwo) {
+    EXPECT_EQ(app::joined({}), "");
+    EXPECT_EQ(app::joined({"a"}), "a");
+    EXPECT_EQ(app::joined({"a", "", "b"}), "a, , b");
+    EXPECT_EQ(app::joined({"a", "b"}, "; "), "a; b");
+}
+
 }  // namespace
 }  // namespace brellix::testing

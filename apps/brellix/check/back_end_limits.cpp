@@ -1,5 +1,7 @@
 #include "check/back_end_limits.h"
 
+#include "console/text.h"
+
 #include <backends/opencv_dnn/suitability.h>
 #include <graph/element_types.h>
 #include <graph/engine_network.h>
@@ -50,19 +52,15 @@ std::string halfParts(const NetworkFacts& network) {
         std::any_of(graph.node().begin(), graph.node().end(), holdsHalfConstant)) {
         parts.emplace_back("weights");
     }
-    std::string text;
-    for (const std::string& part : parts) {
-        text += (text.empty() ? "" : ", ") + part;
-    }
-    return text;
+    return joined(parts);
 }
 
 /// \return the tensors with extents that the file leaves open.
 std::string openTensors(const NetworkFacts& network) {
-    std::string text;
-    const auto add = [&text](const char* side, const TensorDescription& tensor) {
+    std::vector<std::string> open;
+    const auto add = [&open](const char* side, const TensorDescription& tensor) {
         if (!tensor.isStatic()) {
-            text += (text.empty() ? "" : ", ") + (side + tensor.name) + ' ' + tensor.describeShape();
+            open.push_back(side + tensor.name + ' ' + tensor.describeShape());
         }
     };
     for (const TensorDescription& tensor : network.description.inputs) {
@@ -71,7 +69,7 @@ std::string openTensors(const NetworkFacts& network) {
     for (const TensorDescription& tensor : network.description.outputs) {
         add("output ", tensor);
     }
-    return text;
+    return joined(open);
 }
 
 void judgeOpset(BackEnd backEnd, const NetworkFacts& network, Findings& findings) {

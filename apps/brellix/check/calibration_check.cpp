@@ -2,6 +2,7 @@
 
 #include "check/calibration_rules.h"
 #include "console/shell_quote.h"
+#include "console/text.h"
 
 #include <graph/engine_network.h>
 #include <refusal.h>
@@ -80,16 +81,16 @@ class CalibrationJudge {
     }
 
     void judgeCoverage(const TensorRows& rows) {
-        std::string uncovered;
+        std::vector<std::string> uncovered;
         for (const TensorRow& row : rows) {
             if (!row.expected.isInput && row.found && !fixedGrid(row)) {
-                uncovered += (uncovered.empty() ? "" : ", ") + row.found->name;
+                uncovered.push_back(row.found->name);
             }
         }
         if (uncovered.empty()) {
             add(Severity::kOk, "covers the outputs");
         } else {
-            add(Severity::kWarning, "does not cover " + uncovered, "an entry for each output",
+            add(Severity::kWarning, "does not cover " + joined(uncovered), "an entry for each output",
                 calibrateCommand(" --force"));
         }
     }

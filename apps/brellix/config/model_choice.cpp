@@ -12,14 +12,6 @@ namespace {
 
 constexpr const char* kSayIt = "say it with the key \"model\" or with --model, one of: ";
 
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : ", ") + word;
-    }
-    return text;
-}
-
 ModelClass findModelClass(const std::string& name, const std::string& origin) {
     const std::optional<ModelClass> found = modelClassNamed(name);
     if (!found) {

@@ -58,6 +58,17 @@ std::string padLeft(std::string_view text, std::size_t width) {
     return blanksUpTo(text, width) + std::string(text);
 }
 
+std::string joined(const std::vector<std::string>& parts, std::string_view between) {
+    std::string text;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (i > 0) {
+            text += between;
+        }
+        text += parts[i];
+    }
+    return text;
+}
+
 std::string counted(std::size_t count, std::string_view noun) {
     return std::to_string(count) + ' ' + std::string(noun) + (count == 1 ? "" : "s");
 }

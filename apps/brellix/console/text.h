@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace brellix::app {
 
@@ -18,6 +19,9 @@ std::size_t displayWidth(std::string_view text);
 /// \return `text` padded with blanks to `width` columns; longer text stays as it is.
 std::string padRight(std::string_view text, std::size_t width);
 std::string padLeft(std::string_view text, std::size_t width);
+
+/// \return the parts with `between` each two.
+std::string joined(const std::vector<std::string>& parts, std::string_view between = ", ");
 
 /// \return "1 picture", "2 pictures".
 std::string counted(std::size_t count, std::string_view noun);

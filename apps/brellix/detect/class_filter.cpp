@@ -1,6 +1,7 @@
 #include "detect/class_filter.h"
 
 #include "console/failure.h"
+#include "console/text.h"
 
 #include <algorithm>
 #include <optional>
@@ -12,13 +13,13 @@ namespace {
 using ai_orvo::model::Object;
 
 std::string knownClasses(const ClassList& classes, int classNum) {
-    std::string list;
+    std::vector<std::string> known;
     for (int label = 0; label < classNum; ++label) {
         const std::string number = std::to_string(label);
         const std::string name = classes.nameOf(label);
-        list += (list.empty() ? "" : ", ") + number + (name == number ? "" : " " + name);
+        known.push_back(name == number ? number : number + ' ' + name);
     }
-    return list;
+    return joined(known);
 }
 
 /// \return the words between the commas of `list`, of which there is at least one.

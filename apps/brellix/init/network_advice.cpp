@@ -23,23 +23,23 @@ std::string preparation(const NetworkFacts& network, const Recognition& recognit
 
 /// \return the outputs of a class that the network lacks: "yolov8_seg lacks output2, output3, ...".
 std::string lackOf(ModelClass modelClass, const NetworkFacts& network) {
-    std::string missing;
+    std::vector<std::string> missing;
     for (const TensorRow& row : compareTensors(expectedTensors({modelClass, {64, 64}, 1, "ONNX", false}),
                                                network.description, BackEnd::kOpencvDnn)) {
         if (!row.expected.isInput && !row.found) {
-            missing += (missing.empty() ? "" : ", ") + row.expected.name;
+            missing.push_back(row.expected.name);
         }
     }
     return "for " + nameOf(modelClass) +
-           (missing.empty() ? " the right shapes are missing" : " it lacks " + missing);
+           (missing.empty() ? " the right shapes are missing" : " it lacks " + joined(missing));
 }
 
 std::string outputsOf(const NetworkFacts& network) {
-    std::string text;
+    std::vector<std::string> outputs;
     for (const engine::TensorDescription& output : network.description.outputs) {
-        text += (text.empty() ? "" : ", ") + output.name + ' ' + output.describeShape();
+        outputs.push_back(output.name + ' ' + output.describeShape());
     }
-    return text;
+    return joined(outputs);
 }
 
 std::string unknownKind(const NetworkFacts& network) {
@@ -75,17 +75,17 @@ std::string limitsOf(const NetworkFacts& network, const Recognition& recognition
     Findings findings;
     // A configuration is written for networks that every back-end runs.
     judgeBackEndLimits(BackEnd::kOpencvDnn, network, "", findings);
-    std::string found;
+    std::vector<std::string> found;
     for (const Finding& finding : findings) {
         if (finding.severity == Severity::kError && finding.what != "graph") {
-            found += (found.empty() ? "" : "; ") + finding.what + ": " + finding.found;
+            found.push_back(finding.what + ": " + finding.found);
         }
     }
     if (found.empty()) {
-        return found;
+        return {};
     }
     return network.path + ": this is " + describe(recognition.kind) +
-           ", but not in float32 and a static shape (" + found + "); " +
+           ", but not in float32 and a static shape (" + joined(found, "; ") + "); " +
            (recognition.kind == NetworkKind::kFused
                 ? preparation(network, recognition)
                 : "export it again with opset 12, float32 and a static shape");

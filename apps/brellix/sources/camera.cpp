@@ -2,6 +2,7 @@
 
 #include "console/failure.h"
 #include "console/stop_request.h"
+#include "console/text.h"
 #include "files/inputs.h"
 #include "files/picture_reader.h"
 
@@ -21,10 +22,7 @@ constexpr auto kPatience = 10s;
 constexpr auto kPauseBetweenTries = 50ms;
 
 std::string camerasHere() {
-    std::string list;
-    for (const std::string& path : matchesOf("/dev/video*")) {
-        list += (list.empty() ? "" : ", ") + path;
-    }
+    const std::string list = joined(matchesOf("/dev/video*"));
     return list.empty() ? "this machine has none" : "this machine has " + list;
 }
 
