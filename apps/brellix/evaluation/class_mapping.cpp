@@ -25,11 +25,11 @@ bool hasNames(const Dataset& dataset) {
 }
 
 std::string someNames(const std::vector<std::string>& names) {
-    std::string text;
+    std::vector<std::string> shown;
     for (std::size_t i = 0; i < std::min(names.size(), kMostNamesInMessage); ++i) {
-        text += (text.empty() ? "" : ", ") + printable(names[i]);
+        shown.push_back(printable(names[i]));
     }
-    return text + (names.size() > kMostNamesInMessage ? ", ..." : "");
+    return joined(shown) + (names.size() > kMostNamesInMessage ? ", ..." : "");
 }
 
 /// Indices of the classes that have the same name, by that name.
@@ -52,11 +52,11 @@ IndicesByName indicesIn(const std::vector<std::string>& names) {
 }
 
 std::string listed(const std::set<std::int64_t>& indices) {
-    std::string text;
+    std::vector<std::string> texts;
     for (const std::int64_t index : indices) {
-        text += (text.empty() ? "" : ", ") + std::to_string(index);
+        texts.push_back(std::to_string(index));
     }
-    return text;
+    return joined(texts);
 }
 
 std::string usedCategory(const Dataset& dataset, const Category& category) {
