@@ -4,6 +4,7 @@
 #include "config/config_template.h"
 #include "console/shell_quote.h"
 #include "console/text.h"
+#include "console/utf8.h"
 #include "network/class_names_metadata.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
