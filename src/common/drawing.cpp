@@ -49,7 +49,7 @@ std::string labelText(const Object& object, const std::string& name) {
     std::array<char, 64> digits;
     const auto percent = std::to_chars(
         digits.begin(), digits.end(), static_cast<double>(object.prob * 100.0F), std::chars_format::fixed, 1);
-    std::string text = name.c_str();
+    std::string text = name.substr(0, name.find('\0'));
     text.append(" ").append(digits.begin(), percent.ptr).append("%");
     return text.substr(0, kLongestLabel);
 }

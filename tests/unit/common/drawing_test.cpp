@@ -123,6 +123,15 @@ TEST(DrawObjects, TextIsCutAfter255Characters) {
     EXPECT_TRUE(sameBytes(result, drawn));
 }
 
+TEST(DrawObjects, ANameEndsAtAZeroByte) {
+    const cv::Mat image = noisePicture(120, 60);
+    cv::Mat result;
+    draw_objects(image, result, {object({10, 20, 30, 30}, 0, 0.5F)}, {std::string("a\0bc", 4)}, CLASS_COLORS);
+    cv::Mat drawn;
+    draw_objects(image, drawn, {object({10, 20, 30, 30}, 0, 0.5F)}, {"a"}, CLASS_COLORS);
+    EXPECT_TRUE(sameBytes(result, drawn));
+}
+
 TEST(DrawObjects, ImageAndResultMayBeTheSameMatrix) {
     cv::Mat image = noisePicture(100, 100);
     const cv::Mat original = image.clone();
