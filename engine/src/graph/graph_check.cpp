@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <exception>
 #include <new>
+#include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "graph/graph_hazards.h"
@@ -37,12 +39,41 @@ void checkRules(onnx::ModelProto& model) {
     }
 }
 
+std::unordered_set<std::string> typedValues(const onnx::GraphProto& graph) {
+    std::unordered_set<std::string> names;
+    for (const auto* values : {&graph.input(), &graph.value_info(), &graph.output()}) {
+        for (const onnx::ValueInfoProto& value : *values) {
+            names.insert(value.name());
+        }
+    }
+    for (const onnx::TensorProto& stored : graph.initializer()) {
+        names.insert(stored.name());
+    }
+    return names;
+}
+
+/// Where values are followed, too, the onnx library asks for the type of what Shape reads without looking
+/// whether it has one.
+bool canFollowValues(const onnx::GraphProto& graph) {
+    const std::unordered_set<std::string> typed = typedValues(graph);
+    return std::all_of(graph.node().begin(), graph.node().end(), [&typed](const onnx::NodeProto& node) {
+        return node.op_type() != "Shape" ||
+               std::all_of(node.input().begin(), node.input().end(),
+                           [&typed](const std::string& name) { return typed.count(name) > 0; });
+    });
+}
+
 /// What the file says about values in the middle may be left from before the graph was cut; only the graph
 /// itself decides.
 void inferFromNodes(onnx::ModelProto& model) {
     model.mutable_graph()->clear_value_info();
-    const onnx::ShapeInferenceOptions strict(true, 1, true);
-    onnx::shape_inference::InferShapes(model, onnx::OpSchemaRegistry::Instance(), strict);
+    // Faults of types first: they leave values without one, and are only told at the end.
+    const onnx::ShapeInferenceOptions ofTypes(true, 1, false);
+    onnx::shape_inference::InferShapes(model, onnx::OpSchemaRegistry::Instance(), ofTypes);
+    if (canFollowValues(model.graph())) {
+        const onnx::ShapeInferenceOptions ofValues(true, 1, true);
+        onnx::shape_inference::InferShapes(model, onnx::OpSchemaRegistry::Instance(), ofValues);
+    }
 }
 
 }  // namespace
