@@ -334,6 +334,23 @@ TEST_F(EngineInit, NamesStoredTypesThatItDoesNotKnowYet) {
     expectRefusal(init(configFor(network)), 2, {"'small'", "type 99", "damaged"});
 }
 
+TEST_F(EngineInit, TellsShapesThatDoNotFitBeforeAShape) {
+    NetworkBuilder network;
+    network.input("in", {1, 2}).input("more", {3, 5}).output("out", {2}, onnx::TensorProto::INT64);
+    network.node("Add", {"in", "more"}, {"sum"}).node("Shape", {"sum"}, {"out"});
+    const Answer answer = init(configFor(network));
+    EXPECT_NE(answer.status, 0);
+    EXPECT_NE(answer.standardError, "");
+}
+
+TEST_F(EngineInit, OutlivesAShapeOfAnotherDomainsValue) {
+    NetworkBuilder network;
+    network.input("in", {1, 2}).output("out", {2}, onnx::TensorProto::INT64);
+    network.node("Own", {"in"}, {"value"}).node("Shape", {"value"}, {"out"});
+    network.graph().mutable_node(0)->set_domain("own");
+    EXPECT_NE(init(configFor(network)).status, 0);
+}
+
 TEST_F(EngineInit, DoesNotNeedTheFileAfterwards) {
     const AIEngineConfig config = configFor(addition(1.0F));
     expectSilentSuccess(init(config));
