@@ -131,20 +131,20 @@ cv::Rect_<int> boxFrom(const std::array<float, 4>& distance, const SegGrid& grid
             truncateToInt(bottom - top)};
 }
 
-/// \param exponentials room for the bins of one side.
+/// The bins of a box's four sides.
+using BoxBins = std::vector<DflBin<4>>;
+
+/// \param exponentials room for the bins.
 template <typename Head>
 std::array<float, 4> distancesOf(const Head& head, const SegGrid& grid, std::size_t cell,
-                                 std::vector<float>& exponentials) {
-    std::array<float, 4> distances{};
-    std::size_t channel = 0;
-    for (float& distance : distances) {
-        for (float& exponential : exponentials) {
-            exponential = head.exponential(channel * grid.cells() + cell);
-            ++channel;
+                                 BoxBins& exponentials) {
+    for (std::size_t side = 0; side < 4; ++side) {
+        for (std::size_t bin = 0; bin < exponentials.size(); ++bin) {
+            const std::size_t channel = side * exponentials.size() + bin;
+            exponentials[bin][side] = head.exponential(channel * grid.cells() + cell);
         }
-        distance = expectationOf(exponentials);
     }
-    return distances;
+    return expectationsOf(exponentials);
 }
 
 template <typename Head>
@@ -156,7 +156,7 @@ int decodeHead(Head head, const YOLOv8Seg& model, const SegGrid& grid, const Seg
         return 0;
     }
     const std::size_t cells = grid.cells();
-    std::vector<float> exponentials(static_cast<std::size_t>(grid.dflLen));
+    BoxBins exponentials(static_cast<std::size_t>(grid.dflLen));
     std::array<Score, kBlock> best;
     int appended = 0;
     for (std::size_t first = 0; first < cells; first += kBlock) {

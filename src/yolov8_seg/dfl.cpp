@@ -8,18 +8,6 @@
 
 namespace ai_orvo::model {
 
-float expectationOf(const std::vector<float>& exponentials) {
-    float sum = 0.0F;
-    for (const float exponential : exponentials) {
-        sum += exponential;
-    }
-    float expectation = 0.0F;
-    for (std::size_t bin = 0; bin < exponentials.size(); ++bin) {
-        expectation += exponentials[bin] / sum * static_cast<float>(bin);
-    }
-    return expectation;
-}
-
 void computeDfl(std::vector<float>& logits, int dflLen, float out[4]) {
     if (dflLen < 1) {
         return;
@@ -27,12 +15,12 @@ void computeDfl(std::vector<float>& logits, int dflLen, float out[4]) {
     const auto bins = static_cast<std::size_t>(dflLen);
     // No more than there are logits: reading on throws before the rest is needed, and a bin count may be any
     // number.
-    std::vector<float> exponentials(std::min(bins, logits.size()));
+    std::vector<DflBin<1>> exponentials(std::min(bins, logits.size()));
     for (std::size_t side = 0; side < 4; ++side) {
         for (std::size_t bin = 0; bin < bins; ++bin) {
-            exponentials[bin] = std::exp(logits.at(side * bins + bin));
+            exponentials[bin] = {std::exp(logits.at(side * bins + bin))};
         }
-        out[side] = expectationOf(exponentials);
+        out[side] = expectationsOf(exponentials)[0];
     }
 }
 
