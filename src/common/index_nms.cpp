@@ -60,6 +60,14 @@ struct Ranked {
     bool suppressed = false;
 };
 
+/// An empty group with room for as many candidates as pictures usually give, so that it seldom grows.
+std::vector<Ranked> emptyGroup(std::size_t most) {
+    constexpr std::size_t kUsual = 128;
+    std::vector<Ranked> group;
+    group.reserve(std::min(most, kUsual));
+    return group;
+}
+
 /// Greedy suppression among candidates of one class, given by falling score; suppressed ones become -1.
 void suppress(std::vector<Ranked>& group, float threshold, std::vector<int>& order) {
     // An overlap of 0 exceeds a negative threshold, so that only then boxes apart have to be compared.
@@ -91,7 +99,7 @@ void nms(int validCount, std::vector<cv::Rect_<int>>& boxes, std::vector<int> cl
          std::vector<int>& order, int classId, float threshold) {
     const std::size_t candidates = std::min(boxes.size(), classIds.size());
     const std::size_t positions = std::min(order.size(), static_cast<std::size_t>(std::max(validCount, 0)));
-    std::vector<Ranked> group;
+    std::vector<Ranked> group = emptyGroup(std::min(positions, candidates));
     for (std::size_t position = 0; position < positions; ++position) {
         const auto candidate = static_cast<std::size_t>(order[position]);
         if (order[position] >= 0 && candidate < candidates && classIds[candidate] == classId) {
@@ -110,7 +118,7 @@ void suppressInEachClass(const std::vector<cv::Rect_<int>>& boxes, const std::ve
         positions.emplace_back(classIds[static_cast<std::size_t>(order[position])], position);
     }
     std::sort(positions.begin(), positions.end());
-    std::vector<Ranked> group;
+    std::vector<Ranked> group = emptyGroup(positions.size());
     for (std::size_t i = 0; i < positions.size(); ++i) {
         const auto [classId, position] = positions[i];
         group.push_back({CornerBox(boxes[static_cast<std::size_t>(order[position])]), position});
