@@ -37,7 +37,7 @@ std::optional<Letterboxed> resultOf(Letterbox letterbox) {
 cv::Mat sourceFrom(FuzzedData& data) {
     const int depth = data.byte() < 200 ? CV_8U : data.integer(CV_8U, CV_16F);
     const int type = CV_MAKETYPE(depth, data.byte() < 200 ? 3 : data.integer(1, 6));
-    const cv::Mat whole = picture(data, 256, depth == CV_16F ? CV_8UC3 : type);
+    cv::Mat whole = picture(data, 256, depth == CV_16F ? CV_8UC3 : type);
     const std::uint8_t kind = data.byte();
     if (kind < 160) {
         return whole;

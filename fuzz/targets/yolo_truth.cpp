@@ -11,6 +11,7 @@
 #include "support/temporary_folder.h"
 
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -58,7 +59,7 @@ void checkObject(const app::TruthObject& object, const app::Dataset& dataset) {
             "box");
     if (object.mask) {
         require(object.mask->mask.size == cv::Size(kWidth, kHeight), "size of a mask");
-        require(object.mask->area <= kWidth * kHeight, "area of a mask");
+        require(object.mask->area <= std::int64_t{kWidth} * kHeight, "area of a mask");
     }
 }
 

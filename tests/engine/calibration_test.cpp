@@ -16,7 +16,6 @@
 namespace brellix::testing {
 namespace {
 
-using ai_orvo::alg::common::CalibratedTensor;
 using ai_orvo::alg::common::Calibration;
 using ai_orvo::alg::common::readCalibration;
 using ai_orvo::alg::common::Refusal;

@@ -118,10 +118,11 @@ bool readCrowd(const JsonEntry& annotation) {
     if (value.is_boolean()) {
         return value.get<bool>();
     }
-    if (value != 0 && value != 1) {
+    const bool isOne = value == 1;
+    if (!isOne && value != 0) {
         annotation.refuse("iscrowd", "0 or 1");
     }
-    return value == 1;
+    return isOne;
 }
 
 double readArea(const JsonEntry& annotation, const TruthObject& object) {

@@ -100,7 +100,7 @@ std::string reasonAgainst(const NetworkFacts& network, const Recognition& recogn
     if (!modelClassOf(recognition.kind) || recognition.kind == NetworkKind::kFusedTransposed) {
         return otherKind(network, recognition);
     }
-    const std::string limits = limitsOf(network, recognition);
+    std::string limits = limitsOf(network, recognition);
     if (!limits.empty()) {
         return limits;
     }
