@@ -30,11 +30,11 @@ std::vector<std::string> readVal(const KeyReader& keys, const YAML::Node& docume
 
 /// The folder that "path" names seen from the file; tools leave paths of another machine there.
 fs::path rootOf(const std::string& path, const KeyReader& keys) {
-    const fs::path folder = fs::path(path).parent_path();
+    fs::path folder = fs::path(path).parent_path();
     if (!keys.has(kPathRule) || keys.isNull(kPathRule)) {
         return folder;
     }
-    const fs::path root = folder / keys.read<std::string>(kPathRule);
+    fs::path root = folder / keys.read<std::string>(kPathRule);
     std::error_code ignored;
     return fs::is_directory(root, ignored) ? root : folder;
 }
