@@ -77,8 +77,8 @@ void compareHead(YOLOv8Seg& model, const SegSettings& settings, SegHeadCase& hea
 
 void comparePrototypes(FuzzedData& data, YOLOv8Seg& model, const SegSettings& settings) {
     const int count = std::max(settings.maskCoefCount, 0);
-    const auto elements = static_cast<std::size_t>(count * settings.protoWidth * settings.protoHeight);
-    AIBuff proto = tensorFrom(data, settings.isQuantized, elements);
+    const int elements = count * settings.protoWidth * settings.protoHeight;
+    AIBuff proto = tensorFrom(data, settings.isQuantized, static_cast<std::size_t>(elements));
     const cv::Mat actual = testing::prototypesOf(model, settings, proto);
     const cv::Mat expected = testing::prototypesPlainly(settings, proto);
     require(actual.size() == expected.size() &&

@@ -11,7 +11,6 @@
 
 namespace brellix::reference {
 
-using ai_orvo::model::AIBuff;
 using ai_orvo::model::LetterboxInfo;
 
 namespace {
