@@ -15,11 +15,6 @@ namespace {
 // Until then pools, caches and the heap's own lists have found their size.
 constexpr std::size_t kWarmUpRounds = 10;
 
-// A block of 16 bytes lost with each of 100,000 frames is 1.5 MiB; heaps and kernels round to less than this.
-constexpr std::size_t kMostResidentGrowth = 1024 * 1024;
-// What is allocated is known to the byte; the standard library may keep a little more or less between frames.
-constexpr std::size_t kMostAllocatedGrowth = 16 * 1024;
-
 /// What a round over the pictures gives.
 class Round {
   public:
@@ -57,9 +52,13 @@ class Round {
     std::vector<std::uint64_t> digests_;
 };
 
-std::string grown(const char* what, std::size_t from, std::size_t to, std::size_t limit) {
-    return std::string(what) + " grew by " + std::to_string(to - from) + " bytes, from " +
-           std::to_string(from) + " to " + std::to_string(to) + "; the limit is " + std::to_string(limit);
+void holdGrowth(const char* what, std::size_t from, std::size_t to, std::size_t limit,
+                std::vector<std::string>& faults) {
+    if (to > from && to - from > limit) {
+        faults.push_back(std::string(what) + " grew by " + std::to_string(to - from) + " bytes, from " +
+                         std::to_string(from) + " to " + std::to_string(to) + "; the limit is " +
+                         std::to_string(limit));
+    }
 }
 
 }  // namespace
@@ -83,16 +82,10 @@ EnduranceResult endure(const EnduranceCase& which, std::size_t frames) {
     return result;
 }
 
-std::vector<std::string> faultsOf(const EnduranceResult& result) {
+std::vector<std::string> faultsOf(const EnduranceResult& result, const EnduranceLimits& limits) {
     std::vector<std::string> faults;
-    if (result.end.resident > result.start.resident + kMostResidentGrowth) {
-        faults.push_back(
-            grown("resident memory", result.start.resident, result.end.resident, kMostResidentGrowth));
-    }
-    if (result.end.allocated > result.start.allocated + kMostAllocatedGrowth) {
-        faults.push_back(
-            grown("allocated memory", result.start.allocated, result.end.allocated, kMostAllocatedGrowth));
-    }
+    holdGrowth("resident memory", result.start.resident, result.end.resident, limits.resident, faults);
+    holdGrowth("allocated memory", result.start.allocated, result.end.allocated, limits.allocated, faults);
     if (result.driftedFrames != 0) {
         faults.push_back(std::to_string(result.driftedFrames) + " of " + std::to_string(result.frames) +
                          " frames gave other objects than the first round");

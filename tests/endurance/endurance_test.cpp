@@ -61,6 +61,17 @@ TEST(Endurance, ALittleLostMemoryIsAFaultToo) {
                 ElementsAre(HasSubstr("allocated memory grew by ")));
 }
 
+TEST(Endurance, GrowthUpToTheLimitIsNone) {
+    EnduranceResult result;
+    result.objects = 1;
+    result.start = {1000, 500};
+    result.end = {1030, 540};
+    EXPECT_THAT(faultsOf(result, {30, 40}), IsEmpty());
+    EXPECT_THAT(faultsOf(result, {29, 39}),
+                ElementsAre(HasSubstr("by 30 bytes, from 1000 to 1030; the limit is 29"),
+                            HasSubstr("by 40 bytes, from 500 to 540; the limit is 39")));
+}
+
 TEST(Endurance, OneFrameThatDiffersIsAFault) {
     int frame = 0;
     EXPECT_THAT(faultsWith([&](Object& object) { object.prob = ++frame == 2500 ? 0.5F : 0.25F; }),
