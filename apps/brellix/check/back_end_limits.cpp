@@ -84,8 +84,7 @@ void judgeOpset(BackEnd backEnd, const NetworkFacts& network, Findings& findings
 std::string faultOfGraph(const NetworkFacts& network) {
     // The calibration has a say in the bytes that come out, none in what runs.
     const engine::EngineNetwork described(network.path, network.description, {});
-    const std::string reason =
-        engine::reasonAgainstOpencv(described, engine::prepareForOpencv(network.model));
+    std::string reason = engine::reasonAgainstOpencv(described, engine::prepareForOpencv(network.model));
     if (!reason.empty()) {
         return reason;
     }
