@@ -73,7 +73,7 @@ TEST_F(EngineInit, RefusesAFileBeyondTheFormatsLimit) {
 
 TEST_F(EngineInit, RefusesAnotherFormatAndNamesTheBoardsLibrary) {
     AIEngineConfig config;
-    config.model_path = folder_.write("network.rknn", std::string("RKNN\0\0\0\0 compiled for a board", 30));
+    config.model_path = folder_.write("network.rknn", std::string("RKNN\0\0\0\0 compiled for a board", 29));
     expectRefusal(init(config), 2,
                   {config.model_path, "this build runs ONNX networks", "the board's own engine library"});
 }
