@@ -26,7 +26,7 @@ bool isFree(const Buffer& buffer) {
     if (buffer.use_count() != 1) {
         return false;
     }
-    // Whoever let go of it last, on whatever thread, has done so with all that it read and wrote.
+    // Pairs with the release by which the last other owner let go: its reads and writes lie before ours.
     std::atomic_thread_fence(std::memory_order_acquire);
     return true;
 }
@@ -35,8 +35,10 @@ bool isFree(const Buffer& buffer) {
 class BufferPool {
   public:
     Buffer take(std::size_t bytes) {
+        // An owner elsewhere may resize a buffer until the moment it lets go: the size counts only after
+        // that.
         const auto found = std::find_if(buffers_.begin(), buffers_.end(), [bytes](const Buffer& buffer) {
-            return buffer->size() == bytes && isFree(buffer);
+            return isFree(buffer) && buffer->size() == bytes;
         });
         Buffer buffer;
         if (found != buffers_.end()) {
