@@ -68,10 +68,15 @@ std::vector<Ranked> emptyGroup(std::size_t most) {
     return group;
 }
 
-/// Greedy suppression among candidates of one class, given by falling score; suppressed ones become -1.
-void suppress(std::vector<Ranked>& group, float threshold, std::vector<int>& order) {
+/// Whether the more probable `keeper` suppresses the box.
+bool isSuppressed(const CornerBox& box, const CornerBox& keeper, float threshold) {
     // An overlap of 0 exceeds a negative threshold, so that only then boxes apart have to be compared.
     const bool apartNeverSuppress = !(threshold < 0.0F);
+    return !(apartNeverSuppress && areDisjoint(keeper, box)) && overlapOf(keeper, box) > threshold;
+}
+
+/// Greedy suppression among candidates of one class, given by falling score; suppressed ones become -1.
+void suppress(std::vector<Ranked>& group, float threshold, std::vector<int>& order) {
     for (std::size_t i = 0; i < group.size(); ++i) {
         if (group[i].suppressed) {
             order[group[i].position] = -1;
@@ -80,10 +85,7 @@ void suppress(std::vector<Ranked>& group, float threshold, std::vector<int>& ord
         const CornerBox keeper = group[i].box;
         for (std::size_t j = i + 1; j < group.size(); ++j) {
             Ranked& other = group[j];
-            if (other.suppressed || (apartNeverSuppress && areDisjoint(keeper, other.box))) {
-                continue;
-            }
-            other.suppressed = overlapOf(keeper, other.box) > threshold;
+            other.suppressed = other.suppressed || isSuppressed(other.box, keeper, threshold);
         }
     }
 }
@@ -95,18 +97,27 @@ float CalculateOverlap(float xmin0, float ymin0, float xmax0, float ymax0, float
     return overlapOf({xmin0, ymin0, xmax0, ymax0}, {xmin1, ymin1, xmax1, ymax1});
 }
 
+// In place: it asks for no memory of its own, so that nothing can fail.
 void nms(int validCount, std::vector<cv::Rect_<int>>& boxes, std::vector<int> classIds,
          std::vector<int>& order, int classId, float threshold) {
     const std::size_t candidates = std::min(boxes.size(), classIds.size());
     const std::size_t positions = std::min(order.size(), static_cast<std::size_t>(std::max(validCount, 0)));
-    std::vector<Ranked> group = emptyGroup(std::min(positions, candidates));
-    for (std::size_t position = 0; position < positions; ++position) {
-        const auto candidate = static_cast<std::size_t>(order[position]);
-        if (order[position] >= 0 && candidate < candidates && classIds[candidate] == classId) {
-            group.push_back({CornerBox(boxes[candidate]), position});
+    const auto isOfClass = [&](int entry) {
+        const auto candidate = static_cast<std::size_t>(entry);  // beyond all where the entry is negative
+        return candidate < candidates && classIds[candidate] == classId;
+    };
+    const auto boxOf = [&](int entry) { return CornerBox(boxes[static_cast<std::size_t>(entry)]); };
+    for (std::size_t i = 0; i < positions; ++i) {
+        if (!isOfClass(order[i])) {
+            continue;
+        }
+        const CornerBox keeper = boxOf(order[i]);
+        for (std::size_t j = i + 1; j < positions; ++j) {
+            if (isOfClass(order[j]) && isSuppressed(boxOf(order[j]), keeper, threshold)) {
+                order[j] = -1;
+            }
         }
     }
-    suppress(group, threshold, order);
 }
 
 void suppressInEachClass(const std::vector<cv::Rect_<int>>& boxes, const std::vector<int>& classIds,

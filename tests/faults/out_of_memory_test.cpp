@@ -3,6 +3,7 @@
 
 #include "brellix/class_names.h"
 #include "brellix/drawing.h"
+#include "brellix/nms.h"
 #include "brellix/yolov5.h"
 #include "faults/fail_each.h"
 #include "faults/strict_mat_allocator.h"
@@ -13,17 +14,20 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <numeric>
 #include <opencv2/core.hpp>
 #include <ostream>
 #include <streambuf>
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace brellix::testing {
@@ -52,6 +56,30 @@ std::vector<Object> detected(CvModel& model, const cv::Mat& image) {
     std::vector<Object> objects;
     model.detect(image, objects);
     return objects;
+}
+
+TEST(IndexNms, NeedsNoMemory) {
+    // Rising scores, which the partition splits worst, as well as scores in no order.
+    for (const bool isRising : {true, false}) {
+        std::vector<float> scores;
+        for (int i = 0; i < 500; ++i) {
+            scores.push_back(static_cast<float>(isRising ? i : i * 211 % 500));
+        }
+        std::vector<int> order(scores.size());
+        std::iota(order.begin(), order.end(), 0);
+        std::vector<cv::Rect> boxes(scores.size(), {10, 10, 20, 20});
+        std::vector<int> classIds(scores.size(), 1);
+        const AllocationFailure failure(1, Shortage::kAllFromThere);
+        quickSortIndiceInverse(scores, 0, 499, order);
+        const int best = order.front();
+        nms(500, boxes, std::move(classIds), order, 1, 0.5F);
+        const float whole = CalculateOverlap(0, 0, 9, 9, 0, 0, 9, 9);
+        EXPECT_FALSE(AllocationFailure::end());
+        EXPECT_EQ(scores.front(), 499.0F);
+        EXPECT_EQ(order.front(), best);
+        EXPECT_EQ(std::count(order.begin(), order.end(), -1), 499);
+        EXPECT_EQ(whole, 1.0F);
+    }
 }
 
 TEST_P(OutOfMemory, OfDetectIsToldAndTheNextFrameIsThatOfAnUntouchedModel) {

@@ -65,7 +65,7 @@ TEST(IndexSortProperty, TiesEndWhereThePartitionPutsThem) {
 }
 
 TEST(IndexSortProperty, RisingScoresEndWhereThePartitionPutsThem) {
-    // Each partition takes off one score only: after a few of them distinct scores are sorted another way.
+    // Each partition would take off one score only: distinct ones are turned around in place of that.
     Random random(75);
     for (const int distinct : {1, 2, 40, 2000}) {
         std::vector<float> scores(2000);
