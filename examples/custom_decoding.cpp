@@ -39,8 +39,10 @@ class OneObjectAPlace : public YOLOv5 {
 
   private:
     static std::vector<float> floats(const AIBuff& tensor) {
-        std::vector<float> values(tensor.data->size() / sizeof(float));
-        std::memcpy(values.data(), tensor.data->data(), values.size() * sizeof(float));
+        std::vector<float> values(tensor.data ? tensor.data->size() / sizeof(float) : 0);
+        if (!values.empty()) {
+            std::memcpy(values.data(), tensor.data->data(), values.size() * sizeof(float));
+        }
         return values;
     }
 
@@ -88,19 +90,25 @@ int main(int argc, char** argv) {
     }
     try {
         OneObjectAPlace model(argv[1]);
+        if (last_run_report().init_status != 0) {
+            return 2;  // the engine has said why on standard error
+        }
         const cv::Mat image = cv::imread(argv[2]);
-        if (last_run_report().init_status != 0 || image.empty()) {
-            std::cerr << "custom_decoding: no network or no picture\n";
+        if (image.empty()) {
+            std::cerr << argv[2] << ": not a picture\n";
             return 2;
         }
         std::vector<Object> objects;
         model.detect(image, objects);
+        if (last_run_report().inference_status != 0) {
+            return 3;  // what `objects` holds then comes from no network
+        }
         for (const Object& object : objects) {
             const cv::Rect2f& box = object.rect;
             std::cout << object.label << ' ' << object.prob << ' ' << box.x << ' ' << box.y << ' '
                       << box.width << ' ' << box.height << '\n';
         }
-        return last_run_report().inference_status == 0 ? 0 : 3;
+        return 0;
     } catch (const std::exception& error) {
         std::cerr << "custom_decoding: " << error.what() << '\n';
         return 2;

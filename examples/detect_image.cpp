@@ -36,6 +36,11 @@ int main(int argc, char** argv) {
 
         std::vector<std::string> names;
         read_class_name(YAML::LoadFile(argv[1]), names);
+        if (names.size() < static_cast<std::size_t>(model.class_num)) {
+            std::cerr << argv[1] << ": \"class_mapping\" names " << names.size() << " of " << model.class_num
+                      << " classes; add the others\n";
+            return 2;
+        }
         for (const Object& object : objects) {
             std::cout << names.at(static_cast<std::size_t>(object.label)) << ' ' << object.prob << ' '
                       << object.rect.x << ' ' << object.rect.y << ' ' << object.rect.width << ' '

@@ -42,6 +42,9 @@ int main(int argc, char** argv) {
 
         std::vector<Object> objects;
         model.detect(image, objects);
+        if (last_run_report().inference_status != 0) {
+            return 3;  // what `objects` holds then comes from no network
+        }
 
         std::filesystem::create_directories(argv[3]);
         int count = 0;

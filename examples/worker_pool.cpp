@@ -16,7 +16,6 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 using namespace ai_orvo::model;
@@ -75,15 +74,11 @@ int run(int workers, const std::string& config, const std::vector<std::string>& 
     }
     Results results(pictures.size());
     std::atomic<std::size_t> next{0};
-    std::vector<std::thread> threads;
+    std::vector<std::future<void>> running;  // whose end waits for the workers, whatever happens here
     for (const std::unique_ptr<YOLOv5>& model : models) {
-        threads.emplace_back([&] { work(*model, pictures, results, next); });
+        running.push_back(std::async(std::launch::async, [&] { work(*model, pictures, results, next); }));
     }
-    const int failed = printInOrder(pictures, results);
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    return failed == 0 ? 0 : 3;
+    return printInOrder(pictures, results) == 0 ? 0 : 3;
 }
 
 }  // namespace
