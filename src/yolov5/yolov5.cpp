@@ -39,13 +39,9 @@ YOLOv5::YOLOv5(const std::string& model_path, std::string framework, cv::Size in
                float nms, int classNum)
     : input_size(inputSize), conf_thres(conf), nms_thres(nms), class_num(classNum) {
     config.model_path = model_path;
-    if (framework == "TensorRT") {
-        config.framework = alg::common::kFrameworkTensorRt;
-    } else if (framework == "RKNN") {
-        config.framework = alg::common::kFrameworkRknn;
+    config.framework = frameworkCode(framework, false);
+    if (config.framework == alg::common::kFrameworkRknn) {
         config.rknn_flag = true;
-    } else {
-        exitForUnknownFramework(framework);
     }
     registerTensorsAndInit(*this);
 }
@@ -64,8 +60,9 @@ YOLOv5::YOLOv5(const std::string& config_path) {
 YOLOv5::~YOLOv5() {
     try {
         std::cout << "Destruct yolov5\n";
-    } catch (const std::ios::failure&) {
-        // An application may have asked for exceptions; out of a destructor they would end the process.
+    } catch (...) {
+        // An application may have asked for exceptions, its own stream buffer's reach us as they are; out of
+        // a destructor any would end the process.
         return;
     }
 }
