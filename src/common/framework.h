@@ -1,14 +1,15 @@
 #pragma once
 
 /// \file
-/// What happens to a back-end name that a model does not know.
+/// The back-ends' names, as constructors and configurations spell them.
 
 #include <string>
 
 namespace ai_orvo::model {
 
-/// Reports the name on standard output and ends the process with status 0: a published behaviour of the
-/// constructors that start scripts rely on.
-[[noreturn]] void exitForUnknownFramework(const std::string& framework);
+/// The engine's code for "TensorRT", "RKNN" or, where the model takes it, "ONNX", exactly. Any other name is
+/// reported on standard output and ends the process with status 0: a published behaviour of the constructors
+/// that start scripts rely on.
+int frameworkCode(const std::string& framework, bool takesOnnx);
 
 }  // namespace ai_orvo::model

@@ -6,6 +6,7 @@
 
 #include "common/buffer_pool.h"
 #include "common/letterbox_geometry.h"
+#include "common/numeric.h"
 #include "common/planes.h"
 #include "common/subsampling.h"
 
@@ -24,10 +25,6 @@ using alg::common::AIBuff;
 /// Whether the image can go the direct way.
 bool goesDirectly(const cv::Mat& image, const LetterboxGeometry& geometry) {
     return image.type() == CV_8UC3 && canLetterboxInto(image, geometry);
-}
-
-std::size_t pixelsOf(const cv::Size& size) {
-    return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
 }
 
 cv::Mat letterboxed(const cv::Mat& image, cv::Size target, LetterboxInfo& info) {
@@ -56,7 +53,7 @@ class ScaledPixels {
         factor_ = subsamplingFactor(image, size);
         if (factor_ == 0) {
             factor_ = 1;
-            memory_ = pooledTensor(3 * pixelsOf(size));
+            memory_ = pooledTensor(3 * areaOf(size));
             image_ = cv::Mat(size, CV_8UC3, memory_.data->data());
             scaleInto(image, image_);
         }
@@ -101,7 +98,7 @@ void fillAround(float* plane, const cv::Size& size, const cv::Rect& inside, floa
 
 AIBuff directFloats(const cv::Mat& image, const LetterboxGeometry& geometry, ChannelOrder order) {
     const cv::Size size = geometry.padded();
-    const std::size_t area = pixelsOf(size);
+    const std::size_t area = areaOf(size);
     AIBuff tensor = pooledTensor(3 * area * sizeof(float));
     auto* const first = reinterpret_cast<float*>(tensor.data->data());
     float* planes[3] = {first, first + area, first + 2 * area};
@@ -123,7 +120,7 @@ AIBuff directFloats(const cv::Mat& image, const LetterboxGeometry& geometry, Cha
 
 AIBuff directBytes(const cv::Mat& image, const LetterboxGeometry& geometry) {
     const cv::Size size = geometry.padded();
-    AIBuff tensor = pooledTensor(3 * pixelsOf(size));
+    AIBuff tensor = pooledTensor(3 * areaOf(size));
     letterboxInto(image, geometry, cv::Mat(size, CV_8UC3, tensor.data->data()));
     return tensor;
 }

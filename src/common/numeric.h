@@ -9,6 +9,7 @@
 #include <opencv2/core.hpp>
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 
@@ -60,6 +61,11 @@ int wrappingSum(Terms... terms) {
 template <typename... Factors>
 int wrappingProduct(Factors... factors) {
     return static_cast<int>((std::uint32_t{1} * ... * static_cast<std::uint32_t>(factors)));
+}
+
+/// Width times height, which the product of two `int` need not hold.
+inline std::size_t areaOf(const cv::Size& size) {
+    return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
 }
 
 /// `value` held inside [0, bound]; what is not greater than 0, NaN included, becomes 0.

@@ -2,16 +2,13 @@
 
 #include "common/numeric.h"
 #include "common/tensors.h"
+#include "yolov5/tensor_tables.h"
 
 #include <algorithm>
 #include <cstddef>
 
 namespace ai_orvo::model {
 namespace {
-
-// A row: centre x, centre y, width, height, objectness, then one score a class.
-constexpr std::size_t kObjectness = 4;
-constexpr std::size_t kFirstClass = 5;
 
 struct BestClass {
     int label = -1;
@@ -21,7 +18,7 @@ struct BestClass {
 BestClass bestClassOf(const FloatView& values, std::size_t row, int classNum) {
     BestClass best;
     for (int label = 0; label < classNum; ++label) {
-        const float score = values[row + kFirstClass + static_cast<std::size_t>(label)];
+        const float score = values[row + kFusedFirstClass + static_cast<std::size_t>(label)];
         if (score > best.score) {
             best = {label, score};
         }
@@ -47,12 +44,12 @@ void decodeFusedOutput(const AIBuff& output, const FusedDecoding& settings, std:
         return;
     }
     const FloatView values(output);
-    const std::size_t rowLength = kFirstClass + static_cast<std::size_t>(settings.classNum);
+    const std::size_t rowLength = kFusedFirstClass + static_cast<std::size_t>(settings.classNum);
     const std::size_t rows =
         std::min(static_cast<std::size_t>(settings.candidates), values.size() / rowLength);
     for (std::size_t index = 0; index < rows; ++index) {
         const std::size_t row = index * rowLength;
-        const float objectness = values[row + kObjectness];
+        const float objectness = values[row + kFusedObjectness];
         if (!(objectness > settings.confThres)) {
             continue;
         }

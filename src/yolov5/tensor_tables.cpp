@@ -8,7 +8,6 @@ namespace ai_orvo::model {
 namespace {
 
 constexpr std::int64_t kAnchorsPerCell = 3;
-constexpr std::int64_t kBoxAndObjectness = 5;
 
 }  // namespace
 
@@ -23,7 +22,8 @@ int countCandidates(const cv::Size& inputSize, const int (&strides)[3]) {
 void registerFusedTensors(const cv::Size& inputSize, int numCandidates, int classNum,
                           alg::common::AIEngineConfig& config) {
     config.input_sizes[kFusedInput] = wrappingProduct(3, inputSize.width, inputSize.height);
-    config.output_sizes[kFusedOutput] = wrappingProduct(classNum + kBoxAndObjectness, numCandidates);
+    config.output_sizes[kFusedOutput] =
+        wrappingProduct(wrappingSum(classNum, kFusedFirstClass), numCandidates);
 }
 
 }  // namespace ai_orvo::model

@@ -18,9 +18,6 @@
 namespace ai_orvo::model {
 namespace {
 
-constexpr std::size_t kObjectness = 4;
-constexpr std::size_t kFirstClass = 5;
-
 /// One anchor's planes of a head: channel k of a cell stands at k * area + cell.
 struct AnchorPlanes {
     ByteView bytes;    ///< from the anchor's first channel to the end of the tensor
@@ -28,7 +25,7 @@ struct AnchorPlanes {
 
     std::int8_t raw(std::size_t channel, std::size_t cell) const { return bytes[channel * area + cell]; }
 
-    const std::int8_t* objectness() const { return bytes.data() + kObjectness * area; }
+    const std::int8_t* objectness() const { return bytes.data() + kCutObjectness * area; }
 };
 
 /// The cells that are looked at together, and which of them pass: a bit each, the first cell's the lowest.
@@ -103,13 +100,12 @@ cv::Rect_<float> sourceBox(const AnchorPlanes& planes, const ByteTable& probabil
 
 /// Whether every byte that the decoder may touch lies inside the tensor.
 bool fits(const ByteView& bytes, const HeadLayout& layout) {
-    if (layout.gridW < 1 || layout.gridH < 1 || layout.channelsPerAnchor < static_cast<int>(kFirstClass) ||
-        layout.classNum > layout.channelsPerAnchor - static_cast<int>(kFirstClass)) {
+    if (layout.gridW < 1 || layout.gridH < 1 || layout.channelsPerAnchor < static_cast<int>(kCutFirstClass) ||
+        layout.classNum > layout.channelsPerAnchor - static_cast<int>(kCutFirstClass)) {
         return false;
     }
-    const std::size_t area = static_cast<std::size_t>(layout.gridW) * static_cast<std::size_t>(layout.gridH);
     const std::size_t channels = kCutAnchorsPerHead * static_cast<std::size_t>(layout.channelsPerAnchor);
-    return bytes.size() / channels >= area;
+    return bytes.size() / channels >= layout.cells();
 }
 
 /// Decodes one anchor of a head into `objects`.
@@ -150,8 +146,8 @@ class AnchorDecoder {
     }
 
     int addObjectsTogether(std::size_t first, PassingCells passing, std::vector<Object>& objects) const {
-        const CellIndices labels = indicesOfHighest(planes_.bytes.data() + kFirstClass * planes_.area + first,
-                                                    planes_.area, layout_.classNum);
+        const CellIndices labels = indicesOfHighest(
+            planes_.bytes.data() + kCutFirstClass * planes_.area + first, planes_.area, layout_.classNum);
         return forEachCell(passing, [&](std::size_t i) { addObject(first + i, labels[i], objects); });
     }
 
@@ -159,7 +155,7 @@ class AnchorDecoder {
         return forEachCell(passing, [&](std::size_t i) {
             const std::size_t cell = first + i;
             // Without classes the last anchor has no channel where the first class would stand.
-            if (kFirstClass * planes_.area + cell < planes_.bytes.size()) {
+            if (kCutFirstClass * planes_.area + cell < planes_.bytes.size()) {
                 gatherScores(cell);
                 addObject(cell, indexOfHighest(scores_.data(), scores_.size()), objects);
             }
@@ -179,9 +175,9 @@ class AnchorDecoder {
     }
 
     void addObject(std::size_t cell, std::size_t label, std::vector<Object>& objects) const {
-        const float classProbability = probabilities_[planes_.raw(kFirstClass + label, cell)];
+        const float classProbability = probabilities_[planes_.raw(kCutFirstClass + label, cell)];
         if (classProbability > settings_.confThres) {
-            const float objectness = probabilities_[planes_.raw(kObjectness, cell)];
+            const float objectness = probabilities_[planes_.raw(kCutObjectness, cell)];
             objects.push_back(
                 {sourceBox(planes_, probabilities_, cell, layout_, anchor_, settings_.letterbox),
                  static_cast<int>(label), objectness * classProbability, cv::Mat()});
@@ -190,7 +186,7 @@ class AnchorDecoder {
 
     /// The cell's scores side by side: in the tensor each lies in a plane of its own, far from the next.
     void gatherScores(std::size_t cell) const {
-        const std::int8_t* score = planes_.bytes.data() + kFirstClass * planes_.area + cell;
+        const std::int8_t* score = planes_.bytes.data() + kCutFirstClass * planes_.area + cell;
         for (std::int8_t& gathered : scores_) {
             gathered = *score;
             score += planes_.area;
@@ -213,7 +209,7 @@ int decodeHead(const AIBuff& output, const HeadLayout& layout, const HeadDecodin
     if (!fits(bytes, layout)) {
         return 0;
     }
-    const std::size_t area = static_cast<std::size_t>(layout.gridW) * static_cast<std::size_t>(layout.gridH);
+    const std::size_t area = layout.cells();
     const auto threshold =
         static_cast<std::int8_t>(qntF32ToAffine(unsigmoid(settings.confThres), output.zp, output.scale));
     const std::shared_ptr<const ByteTable> probabilities = byteTable(sigmoid, output.zp, output.scale);

@@ -7,6 +7,7 @@
 #include "brellix/letterbox.h"
 #include "yolov5_cutoff/tensor_tables.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace ai_orvo::model {
@@ -19,6 +20,8 @@ struct HeadLayout {
     int classNum;
     int channelsPerAnchor;
     const int (&anchors)[kCutAnchorsPerHead][2];  ///< width and height in network pixels
+
+    std::size_t cells() const { return static_cast<std::size_t>(gridW) * static_cast<std::size_t>(gridH); }
 };
 
 /// What the decoder needs to know of the image and of the settings.

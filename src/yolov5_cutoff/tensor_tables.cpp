@@ -2,17 +2,9 @@
 
 #include "common/numeric.h"
 
-#include <cstdint>
-
 namespace ai_orvo::model {
-namespace {
-
-constexpr std::int64_t kBoxAndObjectness = 5;
-
-}  // namespace
-
 int channelsPerAnchor(int classNum) {
-    return narrowToInt(classNum + kBoxAndObjectness);
+    return wrappingSum(classNum, kCutFirstClass);
 }
 
 void registerCutTensors(const cv::Size& inputSize, const int (&strides)[kCutHeads], int anchorChannels,

@@ -25,14 +25,7 @@ YOLOv5Cutoff::YOLOv5Cutoff(const std::string& model_path, std::string framework,
                            float conf, float nms, int classNum)
     : input_size(inputSize), conf_thres(conf), nms_thres(nms), class_num(classNum) {
     config.model_path = model_path;
-    if (framework == "TensorRT") {
-        config.framework = alg::common::kFrameworkTensorRt;
-    } else if (framework == "RKNN") {
-        config.rknn_flag = false;
-        config.framework = alg::common::kFrameworkRknn;
-    } else {
-        exitForUnknownFramework(framework);
-    }
+    config.framework = frameworkCode(framework, false);
     registerTensorsAndInit(*this);
 }
 

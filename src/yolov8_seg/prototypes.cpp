@@ -20,10 +20,6 @@ cv::Size matrixSize(const YOLOv8Seg& model) {
             std::max(model.maskCoefCount, 0)};
 }
 
-std::size_t elementsOf(const cv::Size& size) {
-    return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
-}
-
 /// out[i] = bytes[i] - zeroPoint, exactly.
 void subtractZeroPoint(const std::int8_t* bytes, std::size_t count, int zeroPoint, float* out) {
     std::size_t i = 0;
@@ -66,11 +62,11 @@ void fill(const AIBuff& proto, bool isQuantized, cv::Mat& matrix) {
 
 cv::Mat prototypesOf(const YOLOv8Seg& model, const AIBuff& proto, AIBuff& memory) {
     const cv::Size size = matrixSize(model);
-    if (!model.isQuantized && elementsOf(size) != 0 && FloatView(proto).size() >= elementsOf(size)) {
+    if (!model.isQuantized && areaOf(size) != 0 && FloatView(proto).size() >= areaOf(size)) {
         memory = proto;
         return {size, CV_32F, memory.data->data()};
     }
-    memory = pooledTensor(elementsOf(size) * sizeof(float));
+    memory = pooledTensor(areaOf(size) * sizeof(float));
     cv::Mat matrix(size, CV_32F, memory.data->data());
     fill(proto, model.isQuantized, matrix);
     return matrix;

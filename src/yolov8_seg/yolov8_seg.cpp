@@ -15,19 +15,6 @@
 namespace ai_orvo::model {
 namespace {
 
-int frameworkCode(const std::string& framework) {
-    if (framework == "TensorRT") {
-        return alg::common::kFrameworkTensorRt;
-    }
-    if (framework == "RKNN") {
-        return alg::common::kFrameworkRknn;
-    }
-    if (framework == "ONNX") {
-        return alg::common::kFrameworkOnnx;
-    }
-    exitForUnknownFramework(framework);
-}
-
 /// The back-end decides the form of the input, the quantisation flag how it is described. Sets the model's
 /// letterbox record.
 AIBuff inputFor(const cv::Mat& image, YOLOv8Seg& model) {
@@ -60,7 +47,7 @@ YOLOv8Seg::YOLOv8Seg(const YAML::Node& document) {
     protoHeight = inputSize.height / 4;
 
     config.model_path = modelPath;
-    config.framework = frameworkCode(framework);
+    config.framework = frameworkCode(framework, true);
     config.rknn_flag = false;
     registerSegTensors({inputSize, strides, classNum, {protoWidth, protoHeight}, maskCoefCount, isQuantized},
                        config);
