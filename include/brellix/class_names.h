@@ -18,8 +18,6 @@ namespace ai_orvo::model {
 ///
 /// \param path  the file.
 /// \param names position i becomes the label of class i where it was empty before; it is not cleared.
-///
-/// Safe to call from several threads on lists of their own, as everything in this header is.
 BRELLIX_API void read_class_name(std::string path, std::vector<std::string>& names);
 
 /// Fills `names` from the map "class_mapping" (class index to label) of a configuration document.

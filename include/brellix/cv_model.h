@@ -52,9 +52,10 @@ class BRELLIX_API CvModel {
     virtual ~CvModel();
 
     /// Finds the objects in an image.
-    /// \param image   8-bit BGR image, a part of a larger one, too. One that is empty, or so thin that no pixel is
-    ///                left of a side at the network's size, raises `cv::Exception`. Depth and channels are
-    ///                not looked at: what OpenCV does not refuse goes to the engine, which may refuse it.
+    /// \param image   8-bit BGR image; may be a part of a larger one. One that is empty, or so thin that scaling
+    ///                it to the network's size leaves a side without pixels, raises `cv::Exception`. Depth
+    ///                and channels are not checked: what OpenCV accepts goes to the engine, which may refuse
+    ///                it.
     /// \param objects receives the detections. Pass an empty vector: the detectors clear it first, the
     ///                segmentation model appends.
     virtual void detect(const cv::Mat& image, std::vector<Object>& objects) = 0;

@@ -22,8 +22,7 @@ BRELLIX_API extern const std::vector<std::vector<unsigned int>> MASK_COLORS;
 
 /// Draws each object's box and, at its top-left corner, its name and probability in per cent.
 ///
-/// Boxes are rounded to whole pixels, ties to even. Safe to call from several threads on images of their own,
-/// as everything in this header is.
+/// Boxes are rounded to whole pixels, ties to even.
 ///
 /// \param image       8-bit image, usually BGR.
 /// \param res         receives the drawing; may be the same matrix as `image`.

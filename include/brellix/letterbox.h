@@ -27,8 +27,8 @@ struct LetterboxInfo {
 /// \param dst    receives an image of exactly `target` size; may be the same matrix as `src`.
 /// \param target width and height of the network input in pixels; not modified.
 /// \return the record needed to map boxes back to source pixels.
-/// \throws cv::Exception for an empty source, and where the scaled image has no pixels left (2000 x 1 into
-///         640 x 640).
+/// \throws cv::Exception for a source that is empty or has more than two dimensions, for sizes of 10^9 and
+///         more, and where the scaled image has no pixels left (2000 x 1 into 640 x 640).
 ///
 /// Safe to call from several threads.
 BRELLIX_API LetterboxInfo letterbox(const cv::Mat& src, cv::Mat& dst, cv::Size& target);

@@ -19,6 +19,7 @@
 #include <spdlog/sinks/ansicolor_sink.h>
 #include <spdlog/sinks/systemd_sink.h>
 #include <spdlog/spdlog.h>
+#include <syslog.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -153,11 +154,9 @@ void logMessage(spdlog::source_loc where, spdlog::level::level_enum level,
 
 }  // namespace brellix
 
-// The journal's headers bring syslog's priority of the same name. Without parentheses it goes on meaning
-// that, so that `syslog(LOG_INFO, ...)` beside this header is what it was.
-#ifdef LOG_INFO
+// `syslog.h` has a priority of the same name, and the journal's headers bring it. Without parentheses it goes
+// on meaning that, so that `syslog(LOG_INFO, ...)` beside this header is what it was.
 #undef LOG_INFO
-#endif
 enum { LOG_INFO = LOG_NOTICE + 1 };
 
 #define BRELLIX_LOG_AT(level, prefix, ...) \

@@ -15,7 +15,7 @@ namespace ai_orvo::model {
 
 /// Intersection over union (the Jaccard index) of two boxes in integer pixels, `x + width` exclusive.
 ///
-/// Pure, and safe to call from several threads, as everything in this header is on data of its own.
+/// Pure.
 /// \return 0 to 1; 0 where the boxes only touch or the union is not positive. Extreme rectangles do not
 ///         overflow.
 BRELLIX_API float iou(cv::Rect_<int> a, cv::Rect_<int> b);

@@ -17,7 +17,7 @@ struct RunReport {
     double post_ms = 0.0;      ///< decoding, suppression, masks, milliseconds
 };
 
-/// \return the report of the calling thread; a `detect` that threw leaves the times of the one before.
+/// \return the report of the calling thread; a `detect` that threw leaves what the one before left.
 BRELLIX_API RunReport last_run_report();
 
 }  // namespace ai_orvo::model

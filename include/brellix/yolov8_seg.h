@@ -44,7 +44,11 @@ BRELLIX_API void computeDfl(std::vector<float>& logits, int dflLen, float out[4]
 /// Each object carries a mask as large as the source image, 255 inside the object, 0 elsewhere and everywhere
 /// outside its box. An object whose box has no pixels has an empty, zero mask. The network input has to be
 /// square: with any other shape `postprocess` raises `cv::Exception` as soon as something is found, or, where
-/// the border leaves no more of the input's longer side than the shorter one has, gives skewed masks.
+/// the longer side less one of its two borders is no longer than the shorter side, gives skewed masks.
+///
+/// Tensors that a failed inference left at zero, scale included, stand for a probability of one half in every
+/// cell: below such a confidence threshold `detect` then gives up to `maxDetections` objects of class 0.
+/// `last_run_report` tells.
 ///
 /// Every `detect` logs three lines through `brellix::Logger`, which models on several threads may do at once.
 class BRELLIX_API YOLOv8Seg : public CvModel {
@@ -72,7 +76,8 @@ class BRELLIX_API YOLOv8Seg : public CvModel {
     /// Decodes the outputs, suppresses overlaps and makes the masks.
     /// \param outputs the engine's outputs by name; a missing name is inserted and gives nothing.
     /// \param objects as for `detect`.
-    /// \throws cv::Exception where something is found and the network input is not square, see above.
+    /// \throws cv::Exception where something is found and the network input is not square, see above, and for
+    ///         an object whose right or lower distance overflows to NaN: its width or height may be negative.
     void postprocess(TensorMap& outputs, std::vector<Object>& objects) override;
 
     /// Decodes one head's candidates from float tensors and appends them to the four lists.
@@ -85,7 +90,8 @@ class BRELLIX_API YOLOv8Seg : public CvModel {
     /// \param inputHeight, inputWidth not used.
     /// \param stride          network pixels a cell.
     /// \param dflLen          bins a box side.
-    /// \param boxes           boxes in whole source pixels, inside the image.
+    /// \param boxes           boxes in whole source pixels, inside the image. An edge whose distance overflows
+    ///                        to NaN is 0, so that a width or height may be negative.
     /// \param maskCoefs       `maskCoefCount` values a candidate.
     /// \param scores, classIds probability and class of a candidate.
     /// \param threshold       probability that the best class has to exceed.

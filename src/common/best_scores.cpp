@@ -31,8 +31,8 @@ cv::v_float32x4 greater(const cv::v_float32x4& score, const cv::v_float32x4& bes
 #endif
 }
 
-/// Bytes in an order that the least common denominator of all processors, the maximum of unsigned bytes,
-/// knows.
+/// Signed bytes with their sign bit flipped: so unsigned order is theirs. Every processor has a maximum of
+/// unsigned bytes; SSE2 has none of signed ones.
 cv::v_uint8x16 biased(const std::int8_t* bytes) {
     return cv::v_reinterpret_as_u8(cv::v_load(bytes)) ^ cv::v_setall_u8(0x80);
 }

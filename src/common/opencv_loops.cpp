@@ -3,10 +3,11 @@
 namespace ai_orvo::model {
 namespace {
 
-/// OpenCV makes what runs its parallel loops with the first of them, and destroys it without a trace for
-/// those that come later: static objects of an application that were there before its first frame. Asked for
-/// while this library is loaded, it is older than them and outlives them. (Asking for the number of threads
-/// would do, too, but would settle that number before the application has chosen its processors.)
+/// OpenCV makes the object that runs its parallel loops on first use and destroys it at exit, before static
+/// objects that are older: an application's static object that runs a model in its destructor would find it
+/// gone. Asked for here, while the library is loaded, it is older than those and outlives them.
+/// (`cv::getNumThreads` would do, too, but would settle the number before the application has chosen its
+/// processors.)
 [[maybe_unused]] const int kLoopsOutliveTheApplication = cv::getThreadNum();
 
 }  // namespace
