@@ -35,10 +35,10 @@ bool isFree(const Buffer& buffer) {
 class BufferPool {
   public:
     Buffer take(std::size_t bytes) {
-        // An owner elsewhere may resize a buffer until the moment it lets go: the size counts only after
-        // that.
+        // An owner elsewhere may resize a buffer until it lets go: the size counts only after that. (Read
+        // through a copy, whose count says the same to tools that do not know fences.)
         const auto found = std::find_if(buffers_.begin(), buffers_.end(), [bytes](const Buffer& buffer) {
-            return isFree(buffer) && buffer->size() == bytes;
+            return isFree(buffer) && Buffer(buffer)->size() == bytes;
         });
         Buffer buffer;
         if (found != buffers_.end()) {

@@ -127,19 +127,22 @@ TEST(SeparateModels, MayHaveTensorsThatOtherThreadsReadResizeAndRelease) {
     // What an engine hands on is not looked at again before the last owner has let go of it.
     const auto model = cannedModels()[1].make();
     std::vector<std::future<std::uint64_t>> sums;
-    const ScopedEngineFault handsOn([&sums](TensorMap&, TensorMap& outputs) {
-        sums.push_back(std::async(std::launch::async, [kept = outputs]() mutable {
-            TensorMap tensors = std::move(kept);
-            const std::uint64_t sum = sumOf(tensors);
-            for (auto& [name, tensor] : tensors) {
-                tensor.data->resize(tensor.data->size() / 2);
-            }
-            return sum;
-        }));
+    TensorMap kept;
+    const ScopedEngineFault handsOn([&kept](TensorMap&, TensorMap& outputs) {
+        kept = outputs;
         return 0;
     });
     for (std::size_t frame = 0; frame < 100; ++frame) {
         detected(*model, frame);
+        // Another thread ends with this frame's tensors while the next frame is under way.
+        sums.push_back(std::async(std::launch::async, [tensors = std::exchange(kept, {})]() mutable {
+            const TensorMap last = std::move(tensors);
+            const std::uint64_t sum = sumOf(last);
+            for (const auto& [name, tensor] : last) {
+                tensor.data->resize(tensor.data->size() / 2);
+            }
+            return sum;
+        }));
     }
     const std::uint64_t first = sums.front().get();
     for (std::size_t frame = 1; frame < sums.size(); ++frame) {
