@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import itertools
 import shutil
 import subprocess
 import tempfile
@@ -13,6 +14,12 @@ SCRIPTS = Path(__file__).resolve().parents[2] / "scripts"
 # These hand on what they do not know to the programs that they run.
 HAND_ON = {"bench", "test"}
 HARMLESS = ["basename", "cat", "dirname", "dpkg", "sed"]  # a script that goes on would miss the system's other programs
+
+
+def header_of(script: Path) -> str:
+    """The comment at its head, without the line that names the shell."""
+    lines = itertools.takewhile(lambda line: line.startswith("#"), script.read_text().splitlines()[1:])
+    return "".join(line.removeprefix("#").removeprefix(" ") + "\n" for line in lines)
 
 
 class Scripts(unittest.TestCase):
@@ -36,7 +43,7 @@ class Scripts(unittest.TestCase):
                 with self.subTest(f"{script.name} {option}"):
                     done = self.run_script(script, option)
                     self.assertIn(f"Usage: scripts/{script.name}", done.stdout)
-                    self.assertEqual((done.returncode, done.stderr), (0, ""))
+                    self.assertEqual((done.returncode, done.stdout, done.stderr), (0, header_of(script), ""))
 
     def test_unknown_options_are_named_and_nothing_is_done(self) -> None:
         for script in self.scripts:
