@@ -35,8 +35,11 @@ class ExampleUnit(unittest.TestCase):
             self.skipTest("systemd is not installed")
         file = folder / "brellix-detect.service"
         file.write_text(unit)
-        done = subprocess.run(["systemd-analyze", "verify", "--man=no", file], capture_output=True, text=True, check=False)
-        self.assertEqual((done.returncode, done.stdout + done.stderr), (0, ""))
+        # Not what is wrong with the machine's own units, which it reads as well.
+        done = subprocess.run(["systemd-analyze", "verify", "--man=no", "--recursive-errors=no", file],
+                              capture_output=True, text=True, check=False)
+        said = [line for line in (done.stdout + done.stderr).splitlines() if file.name in line]
+        self.assertEqual((done.returncode, said), (0, []))
 
     def test_systemd_knows_each_key(self) -> None:
         with tempfile.TemporaryDirectory() as folder:
