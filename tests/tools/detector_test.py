@@ -6,7 +6,7 @@ import unittest
 import onnx
 from onnx import helper
 
-from exports import ANCHORS, OWN_ANCHORS, Variant, with_changes, yolov5, yolov5_heads
+from exports import ANCHORS, OWN_ANCHORS, Variant, yolov5, yolov5_heads
 from support import ToolTest, metadata_of, picture, run_opencv, shape_of
 
 CUT_NAMES = [f"/model.24/m.{k}/Conv_output_0" for k in range(3)]
@@ -225,7 +225,7 @@ class CutForm(ToolTest):
         self.assertIn("fused form", said)
 
     def test_own_anchors_are_remembered_by_the_fused_form(self):
-        fused = self.prepare(yolov5(with_changes(Variant(), anchors=OWN_ANCHORS)))
+        fused = self.prepare(yolov5(Variant(anchors=OWN_ANCHORS)))
         self.assertIn("fixed anchors", self.refusal(fused, "--cut"))
 
 

@@ -58,14 +58,14 @@ class Windows(unittest.TestCase):
         self.assertEqual((upper[0, 0], upper[3, 3], lower[0, 0], lower[3, 3]), (4, 1, 1, 4))
 
     def test_a_transposed_convolution_is_the_transpose_of_the_convolution(self):
-        x, y, weight = random(1, 4, 9, 8), random(1, 6, 4, 5, seed=2), random(6, 2, 3, 2, seed=3)
+        x, weight = random(1, 4, 9, 8), random(6, 2, 3, 2, seed=3)
         settings = {"strides": [2, 2], "pads": [1, 1, 1, 1], "dilations": [1, 1], "group": 2}
         forward = run("Conv", x, weight, **settings)
         self.assertEqual(forward.shape, (1, 6, 5, 5))
         y = random(*forward.shape, seed=4)
         back = run("ConvTranspose", y, weight, output_padding=[0, 0], **settings)
         x = x[:, :, :back.shape[2], :back.shape[3]]
-        forward = run("Conv", np.pad(x, ((0, 0), (0, 0), (0, 0), (0, 0))), weight, **settings)
+        forward = run("Conv", x, weight, **settings)
         there = float((forward * y[:, :, :forward.shape[2], :forward.shape[3]]).sum())
         self.assertAlmostEqual(there, float((x * back).sum()), delta=2e-4)
 

@@ -6,7 +6,7 @@ which OpenCV runs as it is, tells what the prepared form of every other variant 
 
 from __future__ import annotations
 
-from dataclasses import dataclass, field, replace
+from dataclasses import dataclass, field
 
 import numpy as np
 import onnx
@@ -44,7 +44,7 @@ class Variant:
 
     def plain(self) -> "Variant":
         """The same function as OpenCV 4.6 takes it."""
-        return Variant(classes=self.classes, width=self.width, height=self.height, anchors=self.anchors, half=False,
+        return Variant(classes=self.classes, width=self.width, height=self.height, anchors=self.anchors,
                        focus=self.focus)
 
 
@@ -395,7 +395,3 @@ def _boxes_from_bins(maker: Maker, boxes: str, cells: list[int]) -> str:
     low, high = maker.op("Sub", maker.floats(centres), near), maker.op("Add", maker.floats(centres), far)
     middle = maker.op("Div", maker.op("Add", low, high), maker.floats(2.0))
     return maker.op("Mul", maker.op("Concat", middle, maker.op("Sub", high, low), axis=1), maker.floats(steps))
-
-
-def with_changes(variant: Variant, **changes) -> Variant:
-    return replace(variant, **changes)
