@@ -14,7 +14,7 @@ class EngineRealNetworks : public EngineTest {
   protected:
     void SetUp() override {
         const char* folder = std::getenv("BRELLIX_NETWORKS");
-        if (folder == nullptr) {
+        if (folder == nullptr || *folder == '\0') {
             GTEST_SKIP() << "BRELLIX_NETWORKS is not set";
         }
         networks_ = folder;
