@@ -5,11 +5,12 @@
 
 # What the demo shows: every sample network finds something on every sample picture, and draws it.
 demo() {
-    local config expected found drawn
+    local config expected lines found drawn
     expected=$(count_pictures "$samples")
     [ "$expected" -gt 0 ] || fail "there are no sample pictures in $samples"
     for config in shapes_fused.yaml shapes_cut.yaml shapes_seg.yaml shapes_seg_int8.yaml; do
-        found=$(detect "$config" | grep -c '"box"' || true)
+        lines=$(detect "$config") || fail "$config: the program did not end with status 0"
+        found=$(grep -c '"box"' <<<"$lines" || true)
         drawn=$(count_pictures "$pictures")
         [ "$found" -eq "$expected" ] || fail "$config: objects on $found pictures of $expected"
         [ "$drawn" -eq "$expected" ] || fail "$config: $drawn annotated pictures of $expected"
