@@ -1,9 +1,22 @@
 # Sourced by scripts that fetch Debian packages which this machine is not to install: lists, status and cache lie in a
 # folder of the script's own, so the machine's package state stays as it is.
 
-# The archives of Debian that this machine's apt is configured with, as "URI SUITE" lines.
+# The archives of Debian that this machine's apt is configured with, each once, as "URI SUITE" lines. Suites are called by
+# their codenames: another name, stable, say, is another release's one day.
 debian_archives() {
-    apt-get indextargets --format '$(REPO_URI) $(RELEASE)' 'Created-By: Packages' 'Origin: Debian' 'Component: main'
+    local uri suite
+    apt-get indextargets --format '$(REPO_URI) $(CODENAME)' 'Created-By: Packages' 'Origin: Debian' 'Component: main' |
+        while read -r uri suite; do
+            echo "$(first_mirror "$uri") $suite"
+        done | awk '!seen[$0]++'
+}
+
+# first_mirror URI: the archive itself, or the first one of a list in a file, which scratch systems do not have.
+first_mirror() {
+    case "$1" in
+        mirror+file:*) awk '!/^[[:space:]]*(#|$)/ { print $1; exit }' "$(sed 's,^mirror+file:\(//\)\?,,; s,/$,,' <<<"$1")" ;;
+        *) echo "$1" ;;
+    esac
 }
 
 # The archives of another release of Debian, in the same form, from where this machine gets its own.
