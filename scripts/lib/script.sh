@@ -31,6 +31,15 @@ find_root() {
     command -v sudo >/dev/null
 }
 
+# BRELLIX_NETWORKS as every process finds it, from wherever that looks.
+resolve_networks() {
+    local networks=${BRELLIX_NETWORKS:-}
+    [ -n "$networks" ] || return 0
+    BRELLIX_NETWORKS=$(realpath -e -- "$networks") && [ -d "$BRELLIX_NETWORKS" ] ||
+        fail "BRELLIX_NETWORKS is '$networks', expected a folder of networks: correct it, or unset it"
+    export BRELLIX_NETWORKS
+}
+
 # require_own FOLDER STAMP: a folder that the script may make anew is missing, empty, or has its stamp.
 require_own() {
     [ ! -e "$1" ] || [ -f "$1/$2" ] || [ -z "$(ls -A "$1")" ] ||
