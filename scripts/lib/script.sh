@@ -1,5 +1,4 @@
 # Sourced by every script: its place and name, its help, its end, and what several of them do.
-# shellcheck disable=SC2034 # they use the variables
 
 unset CDPATH # with it cd may go elsewhere, and says where it went
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
