@@ -1,6 +1,7 @@
 // The measuring itself: a model that loses memory or whose results drift is told.
 
 #include "endurance/endurance.h"
+#include "support/canned_engine.h"
 #include "support/canned_scenes.h"
 #include "support/images.h"
 
@@ -39,6 +40,11 @@ std::vector<std::string> faultsWith(const StubModel::Twist& twist) {
     const EnduranceCase stub{
         "stub", [&] { return std::make_unique<StubModel>(twist); }, {noisePicture(8, 8), noisePicture(9, 9)}};
     return faultsOf(endure(stub, 3000));
+}
+
+/// A model over the canned engine.
+EnduranceCase aShortRun() {
+    return {"short", [] { return cannedModels()[0].make(); }, {noisePicture(8, 8)}};
 }
 
 TEST(Endurance, AModelThatStaysAsItIsHasNoFault) {
@@ -88,14 +94,15 @@ TEST(Endurance, OnePixelOfAMaskThatDiffersIsAFault) {
 }
 
 TEST(Endurance, FindingNothingIsAFault) {
-    const EnduranceCase blind{"blind", [] { return cannedModels()[0].make(); }, {noisePicture(8, 8)}};
-    EnduranceResult result = endure(blind, 20);
+    EnduranceResult result = endure(aShortRun(), 20);
     EXPECT_THAT(faultsOf(result), IsEmpty());
     result.objects = 0;
     EXPECT_THAT(faultsOf(result), ElementsAre("nothing was found, so that no drift could show"));
-    result.objects = 1;
-    result.failedFrames = 3;
-    EXPECT_THAT(faultsOf(result), ElementsAre("inference failed on 3 of 20 frames"));
+}
+
+TEST(Endurance, FailedFramesAreAFault) {
+    const ScopedEngineFault broken([](auto&, auto&) { return 9; });
+    EXPECT_THAT(faultsOf(endure(aShortRun(), 20)), ElementsAre("inference failed on 20 of 20 frames"));
 }
 
 }  // namespace
