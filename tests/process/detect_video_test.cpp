@@ -1,13 +1,11 @@
 #include "detect_fixture.h"
+#include "file_size_limit.h"
 
 #include "detect/annotated_video.h"
 #include "sources/video_file.h"
 
 #include <opencv2/videoio.hpp>
 
-#include <sys/resource.h>
-
-#include <csignal>
 #include <filesystem>
 
 namespace brellix::testing {
@@ -244,27 +242,6 @@ TEST_F(DetectVideo, AnnotatedVideoThatCannotBeCreatedIsAFailure) {
     EXPECT_NE(result.err.find("cannot write to seen/clip.avi: Is a directory"), std::string::npos)
         << result.err;
 }
-
-/// While it exists, no file of this process or its children grows past `bytes`, as on a full disk.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        earlierHandler_ = std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &earlier_);
-        const rlimit limit{bytes, earlier_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &earlier_);
-        std::signal(SIGXFSZ, earlierHandler_);
-    }
-
-  private:
-    rlimit earlier_{};
-    void (*earlierHandler_)(int) = nullptr;
-};
 
 TEST_F(DetectVideo, AnnotatedVideoThatDidNotFitIsAFailure) {
     writeVideo("clip.avi", 30, {640, 480});

@@ -1,14 +1,13 @@
 // Files that may grow no further, vanish, or must not be read; standard output that fails, for every command.
 
+#include "file_size_limit.h"
 #include "model_fixture.h"
 
 #include <linux/capability.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 
@@ -17,22 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
-
-/// No file of this process and of its children grows beyond so many bytes while it lives.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
-
-  private:
-    rlimit before_{};
-};
 
 class FullFiles : public ModelTest {
   protected:

@@ -141,7 +141,7 @@ class SpawnAttributes {
         posix_spawnattr_init(&attributes_);
         sigset_t signals;
         sigemptyset(&signals);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ}) {
             sigaddset(&signals, signal);
         }
         posix_spawnattr_setsigdefault(&attributes_, &signals);
