@@ -177,6 +177,8 @@ int exitStatusOf(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+constexpr int kPatienceMs = 120000;
+
 }  // namespace
 
 ProgramResult runProgram(const std::vector<std::string>& arguments, const ProgramSetup& setup) {
@@ -215,7 +217,6 @@ struct RunningProgram::Child {
 
     /// Reads more of the child's output. \return false at its end.
     bool readMore() {
-        constexpr int kPatienceMs = 120000;
         pollfd entry{out.number(), POLLIN, 0};
         require(poll(&entry, 1, kPatienceMs) > 0, "waiting for the program's output");
         std::array<char, 4096> part{};
@@ -270,9 +271,12 @@ void RunningProgram::signal(int number) {
 void RunningProgram::waitUntilOutputIsFull() {
     // Lines do not cross the pages that a pipe is made of, so the last bytes of each stay unused.
     const int nearlyAll = fcntl(child_->out.number(), F_GETPIPE_SZ) * 9 / 10;
-    for (int waiting = 0; waiting < nearlyAll;) {
+    int waiting = 0;
+    for (int tries = 0; waiting < nearlyAll; ++tries) {
+        // Ready without anything asked for: the other end is closed, and no more will come.
+        pollfd entry{child_->out.number(), 0, 0};
+        require(tries < kPatienceMs && poll(&entry, 1, 1) == 0, "waiting for a full pipe");
         require(ioctl(child_->out.number(), FIONREAD, &waiting) == 0, "FIONREAD");
-        usleep(1000);
     }
 }
 

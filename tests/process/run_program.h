@@ -45,7 +45,8 @@ class RunningProgram {
 
     void signal(int number);
 
-    /// Waits until the pipe of the child's standard output hardly takes any more.
+    /// Waits until the pipe of the child's standard output hardly takes any more. Throws
+    /// `std::runtime_error` where the child ends before.
     void waitUntilOutputIsFull();
 
     /// Closes the reading end of the child's standard output.
