@@ -65,7 +65,7 @@ TEST_F(DetectStream, TextBeforeTheFirstFrameNeedsNoForm) {
 
 TEST_F(DetectStream, PictureFileOfAnotherFormIsRefusedInOneLine) {
     cv::Mat noise(300, 300, CV_8UC3);
-    cv::randu(noise, cv::Scalar::all(0), cv::Scalar::all(256));
+    cv::RNG(7).fill(noise, cv::RNG::UNIFORM, 0, 256);
     writeMat("noise.png", noise);
     writeMat("noise.bmp", noise);
     const std::string expected = "expected JPEGs one after another, or paths of pictures, one a line";
