@@ -250,15 +250,29 @@ TEST_F(EngineInit, RefusesANodeWithoutItsInputs) {
     expectRefusal(init(configFor(network)), 4, {"cannot run it", "Conv"});
 }
 
+/// Makes the first node somebody else's operator, of which the onnx library knows nothing.
+void moveToAnotherDomain(NetworkBuilder& network) {
+    network.graph().mutable_node(0)->set_domain("somebody.else");
+    onnx::OperatorSetIdProto& opset = *network.model().add_opset_import();
+    opset.set_domain("somebody.else");
+    opset.set_version(1);
+}
+
 TEST_F(EngineInit, RefusesAnotherDomainsOperatorOfAKnownName) {
     for (const char* const kind : {"Conv", "QLinearConv", "MaxPool"}) {
         NetworkBuilder network;
         network.input("in", {1, 3, 2, 2}).output("out", {1, 3, 2, 2}).node(kind, {"in"}, {"out"});
-        network.graph().mutable_node(0)->set_domain("somebody.else");
-        onnx::OperatorSetIdProto& opset = *network.model().add_opset_import();
-        opset.set_domain("somebody.else");
-        opset.set_version(1);
+        moveToAnotherDomain(network);
         EXPECT_EQ(init(configFor(network)).status, 4) << kind;
+    }
+}
+
+TEST_F(EngineInit, RefusesAnotherDomainsOperatorWithoutAnInput) {
+    for (const char* const kind : {"Softmax", "LogSoftmax", "Cast", "PRelu", "Resize", "Upsample"}) {
+        NetworkBuilder network;
+        network.input("in", {1, 3, 2, 2}).output("out", {1, 3, 2, 2}).node(kind, {}, {"out"});
+        moveToAnotherDomain(network);
+        expectRefusal(init(configFor(network)), 4, {"cannot run it", kind, "somebody.else"});
     }
 }
 
@@ -347,13 +361,10 @@ TEST_F(EngineInit, TellsShapesThatDoNotFitBeforeAShape) {
 
 TEST_F(EngineInit, OutlivesAShapeOfAnotherDomainsValue) {
     NetworkBuilder network(kShapeIsFollowed);
-    onnx::OperatorSetIdProto& opset = *network.model().add_opset_import();
-    opset.set_domain("somebody.else");
-    opset.set_version(1);
     network.input("in", {1, 2}).output("out", {2});
     network.node("Own", {"in"}, {"value"}).node("Shape", {"value"}, {"shape"});
     network.node("Cast", {"shape"}, {"out"}).integer("to", onnx::TensorProto::FLOAT);
-    network.graph().mutable_node(0)->set_domain("somebody.else");
+    moveToAnotherDomain(network);
     EXPECT_NE(init(configFor(network)).status, 0);
 }
 

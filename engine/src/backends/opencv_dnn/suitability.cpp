@@ -74,6 +74,11 @@ std::string badNode(const onnx::NodeProto& node) {
         return nodeLabel(node) +
                " stands inside the graph: give the float network, the engine quantises its outputs";
     }
+    // What follows goes by the operators' names, and nobody has counted the inputs of others' operators.
+    if (!isOfOnnx(node)) {
+        return nodeLabel(node) + " is of the domain '" + node.domain() +
+               "': export the network with ONNX's own operators";
+    }
     if (holdsGraph(node)) {
         return nodeLabel(node) + " holds a graph of its own: export the network without control flow";
     }
