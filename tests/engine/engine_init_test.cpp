@@ -238,6 +238,23 @@ TEST_F(EngineInit, RefusesWeightsInAnotherFile) {
     expectRefusal(init(configFor(network)), 4, {"'addend'", "another file", "one file"});
 }
 
+/// Names ONNX's operator set once more, in that version.
+NetworkBuilder withSecondOpset(std::int64_t version) {
+    NetworkBuilder network = addition(1.0F);
+    onnx::OperatorSetIdProto& opset = *network.model().add_opset_import();
+    opset.set_domain("ai.onnx");
+    opset.set_version(version);
+    return network;
+}
+
+TEST_F(EngineInit, RefusesTwoVersionsOfTheOperatorSet) {
+    expectRefusal(init(configFor(withSecondOpset(1))), 2, {"operator set twice", "version 12", "version 1;"});
+}
+
+TEST_F(EngineInit, TakesOneVersionOfTheOperatorSetThatIsNamedTwice) {
+    expectSilentSuccess(init(configFor(withSecondOpset(12))));
+}
+
 TEST_F(EngineInit, RefusesAnUnknownOperator) {
     NetworkBuilder network;
     network.input("in", {1, 3, 2, 2}).output("out", {1, 3, 2, 2}).node("Magic", {"in"}, {"out"});

@@ -36,8 +36,21 @@ const onnx::AttributeProto* attributeOf(const onnx::NodeProto& node, const std::
     return nullptr;
 }
 
+bool isOnnxDomain(const std::string& domain) {
+    return domain.empty() || domain == "ai.onnx";
+}
+
+std::int64_t opsetOf(const onnx::ModelProto& model) {
+    for (const onnx::OperatorSetIdProto& set : model.opset_import()) {
+        if (isOnnxDomain(set.domain())) {
+            return set.version();
+        }
+    }
+    return 0;
+}
+
 bool isOfOnnx(const onnx::NodeProto& node) {
-    return node.domain().empty() || node.domain() == "ai.onnx";
+    return isOnnxDomain(node.domain());
 }
 
 bool isOnnxOperator(const onnx::NodeProto& node, const char* name) {

@@ -5,6 +5,7 @@
 
 #include <onnx/onnx_pb.h>
 
+#include <cstdint>
 #include <string>
 
 namespace ai_orvo::alg::common {
@@ -17,6 +18,12 @@ const onnx::TensorProto* constantOf(const onnx::GraphProto& graph, const std::st
 
 /// The attribute of that name; null where the node has none.
 const onnx::AttributeProto* attributeOf(const onnx::NodeProto& node, const std::string& name);
+
+/// Whether the name stands for ONNX's own operators.
+bool isOnnxDomain(const std::string& domain);
+
+/// The version of ONNX's own operators that the network uses; 0 where it names none.
+std::int64_t opsetOf(const onnx::ModelProto& model);
 
 /// Whether ONNX itself defines the node's operator; other domains may use its names.
 bool isOfOnnx(const onnx::NodeProto& node);

@@ -6,6 +6,7 @@
 
 #include "graph/element_types.h"
 #include "graph/graph_check.h"
+#include "graph/graph_lookup.h"
 #include "graph/graph_quantization.h"
 #include "refusal.h"
 
@@ -81,15 +82,6 @@ std::vector<TensorDescription> describeOutputs(const onnx::GraphProto& graph, co
 bool allStatic(const std::vector<TensorDescription>& tensors) {
     return std::all_of(tensors.begin(), tensors.end(),
                        [](const TensorDescription& tensor) { return tensor.isStatic(); });
-}
-
-std::int64_t opsetOf(const onnx::ModelProto& model) {
-    for (const onnx::OperatorSetIdProto& opset : model.opset_import()) {
-        if (opset.domain().empty() || opset.domain() == "ai.onnx") {
-            return opset.version();
-        }
-    }
-    return 0;
 }
 
 }  // namespace

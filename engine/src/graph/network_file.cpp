@@ -8,6 +8,7 @@
 #include <climits>
 #include <system_error>
 
+#include "graph/graph_lookup.h"
 #include "graph/stored_tensors.h"
 #include "refusal.h"
 
@@ -93,13 +94,25 @@ std::string readBytes(const std::string& path) {
     return bytes;
 }
 
+/// Libraries would disagree on which of two versions holds.
+void checkOperatorSets(const onnx::ModelProto& model, const std::string& path) {
+    if (model.opset_import_size() == 0) {
+        refuseForeign(path, "it names no operator set (an old or a truncated file)");
+    }
+    const std::int64_t opset = opsetOf(model);
+    for (const onnx::OperatorSetIdProto& set : model.opset_import()) {
+        if (isOnnxDomain(set.domain()) && set.version() != opset) {
+            refuseForeign(path, "it names ONNX's operator set twice, in version " + std::to_string(opset) +
+                                    " and in version " + std::to_string(set.version()));
+        }
+    }
+}
+
 void checkIsNetwork(const onnx::ModelProto& model, const std::string& path) {
     if (!model.has_graph() || model.graph().node_size() == 0 || model.graph().output_size() == 0) {
         refuseForeign(path, "it holds no graph with nodes and outputs");
     }
-    if (model.opset_import_size() == 0) {
-        refuseForeign(path, "it names no operator set (an old or a truncated file)");
-    }
+    checkOperatorSets(model, path);
 }
 
 }  // namespace

@@ -15,12 +15,8 @@ bool isStatic(const onnx::TensorShapeProto& shape) {
 
 }  // namespace
 
-GraphFacts::GraphFacts(const onnx::ModelProto& model, const onnx::ModelProto& inferred) : model_(model) {
-    for (const onnx::OperatorSetIdProto& set : model.opset_import()) {
-        if (set.domain().empty() || set.domain() == "ai.onnx") {
-            opset_ = set.version();
-        }
-    }
+GraphFacts::GraphFacts(const onnx::ModelProto& model, const onnx::ModelProto& inferred)
+    : model_(model), opset_(opsetOf(model)) {
     addValues(inferred.graph().input());
     addValues(inferred.graph().value_info());
     addValues(inferred.graph().output());

@@ -44,7 +44,7 @@ class GraphFacts {
     void addTensor(const std::string& name, const onnx::TensorProto& tensor);
 
     const onnx::ModelProto& model_;
-    std::int64_t opset_ = 0;
+    std::int64_t opset_;
     std::unordered_map<std::string, Extents> shapes_;
     std::unordered_map<std::string, std::int64_t> ranks_;
     std::unordered_map<std::string, std::int32_t> types_;
