@@ -92,7 +92,7 @@ class BRELLIX_ENGINE_API AIEngine {
     ///                size chooses the form: 4 bytes an element for float32, 1 for int8 (then `type`, `zp`
     ///                and `scale` are set too).
     /// \return 0 for success, else one of the codes that docs/engine.md lists; the outputs then stay as
-    ///         they were.
+    ///         they were, but for the bytes of float32 outputs where memory ran out in the middle of the run.
     int DoInference(TensorMap& inputs, TensorMap& outputs);
 
   private:

@@ -34,7 +34,8 @@ class EngineBackend {
 
     /// \param inputs  one tensor per network input, in the network's order.
     /// \param outputs each filled with float values, the ones before quantisation where the graph ends in it.
-    /// \throws Refusal (`kInferenceFailed`); no output was written then.
+    /// \throws Refusal (`kInferenceFailed`); no output was written then, but where memory ran out half-way and the
+    /// back-end writes in place.
     virtual void run(const std::vector<const float*>& inputs, const std::vector<OutputRequest>& outputs) = 0;
 
     /// As BRELLIX_ENGINE_BACKEND calls it.
