@@ -144,6 +144,18 @@ TEST_F(CalibrationFile, RefusesADirectoryInItsPlace) {
     }
 }
 
+TEST_F(CalibrationFile, SaysWhichFileFailsWhileItIsRead) {
+    // Nothing is mapped at the beginning of a process's memory.
+    const std::string path = "/proc/self/mem";
+    try {
+        readCalibration(path);
+        FAIL() << "accepted";
+    } catch (const Refusal& refusal) {
+        EXPECT_EQ(refusal.status(), Status::kFileUnreadable);
+        EXPECT_NE(std::string(refusal.what()).find("'" + path + "' cannot be read"), std::string::npos);
+    }
+}
+
 TEST_F(CalibrationFile, NamesThatAreNoTextAreNotWrittenAsOthers) {
     const std::string path = folder_.write("kept.yaml", "schema: 1\ntensors: {}\n");
     try {

@@ -42,6 +42,9 @@ TEST_F(EngineEnvironment, SaysOnceThatOpencvKeepsItsThreads) {
     const EnvironmentVariable backend("BRELLIX_ENGINE_BACKEND", "opencv_dnn");
     const EnvironmentVariable variable("BRELLIX_ENGINE_THREADS", "3");
     const int threads = cv::getNumThreads();
+    NetworkBuilder unknown;
+    unknown.input("in", {1, 2}).output("out", {1, 2}).node("Magic", {"in"}, {"out"});
+    expectRefusal(init(configFor(unknown)), 4, {"Magic"});
     const Answer first = init(configFor(addition(1.0F)));
     expectRefusal(first, 0, {"BRELLIX_ENGINE_THREADS=3 has no effect", "cv::setNumThreads"});
     expectSilentSuccess(init(configFor(addition(1.0F))));

@@ -23,10 +23,11 @@ void tellThreadsHaveNoEffect(int threads) {
 }
 
 std::shared_ptr<EngineBackend> makeOpencvDnn(const Environment& environment, const BackendRequest& request) {
+    std::shared_ptr<EngineBackend> backend = makeOpencvDnnBackend(request.model, request.network);
     if (environment.threads.has_value()) {
         tellThreadsHaveNoEffect(*environment.threads);
     }
-    return makeOpencvDnnBackend(request.model, request.network);
+    return backend;
 }
 
 #ifdef BRELLIX_WITH_ONNXRUNTIME

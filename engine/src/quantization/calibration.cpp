@@ -191,6 +191,22 @@ void requireTextNames(const std::string& path, const Calibration& calibration) {
     }
 }
 
+/// All bytes of the file.
+std::string contentOf(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::string text;
+    try {
+        text.assign(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+    } catch (const std::ios_base::failure&) {
+        // Iterators ask the file's buffer, which throws whatever the stream is told.
+        stream.setstate(std::ios::badbit);
+    }
+    if (!stream) {
+        refuseFile(path, "cannot be read: check its permissions or remove it");
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string calibrationPath(const std::string& networkPath) {
@@ -209,12 +225,7 @@ Calibration readCalibration(const std::string& path) {
     if (!S_ISREG(status.st_mode) || status.st_size > kLargestFile) {
         refuseFile(path, "cannot be read: it is not a regular file of at most 1 MiB; remove it");
     }
-    std::ifstream stream(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    if (!stream.good() && !stream.eof()) {
-        refuseFile(path, "cannot be read: check its permissions or remove it");
-    }
-    return CalibrationReader(path).read(text);
+    return CalibrationReader(path).read(contentOf(path));
 }
 
 void writeCalibration(const std::string& path, const Calibration& calibration) {
