@@ -1,8 +1,5 @@
 // What the back-end onnxruntime runs beyond the contract that all back-ends share, and how it fails.
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <filesystem>
 #include <iterator>
 
@@ -66,22 +63,6 @@ TEST_F(EngineOnOnnxRuntime, GivesHalfPrecisionOutputsAsInt8) {
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(outputs["out"].scale, 1.0F);
     EXPECT_EQ(bytesOf(outputs["out"]), (std::vector<int>{127, -127, -128, 0}));
-}
-
-// A service that loads its network and then goes to the background does this.
-TEST_F(EngineOnOnnxRuntime, LetsGoOfANetworkInAForkedProcess) {
-    const EnvironmentVariable threads("BRELLIX_ENGINE_THREADS", "4");
-    const AIEngineConfig config = configFor(absolute(onnx::TensorProto::FLOAT, {1, 2}));
-    expectSilentSuccess(init(config));
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(60);
-        _exit(engine_.Init(config));
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
-    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST_F(EngineOnOnnxRuntime, RunsHalfPrecisionWeights) {
