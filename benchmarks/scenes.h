@@ -30,7 +30,7 @@ ai_orvo::model::AIBuff fusedOutput(int candidates);
 /// Where candidates lie: around objects, as a trained network has them, or each by itself.
 enum class Placement { kAroundObjects, kScattered };
 
-/// The three int8 heads of the cut network with as many candidates, around 30 an object at most.
+/// The three int8 heads of the cut network with `candidates` candidates, around 30 an object at most.
 ai_orvo::model::TensorMap cutOutputs(int candidates, Placement placement);
 
 /// Low enough that the candidates of a small object, side by side, leave one.

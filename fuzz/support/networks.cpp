@@ -38,7 +38,8 @@ bool areSmall(const Values& values, std::int64_t most) {
 bool isSmall(const onnx::ModelProto& model, std::int64_t most) {
     const ai_orvo::alg::common::GraphVerdict verdict = ai_orvo::alg::common::judgeGraph(model);
     if (!verdict.fault.empty()) {
-        // The engine refuses such a graph before it runs it.
+        // OpenCV never sees such a graph. ONNX Runtime has its own opinion, and the values in the middle of
+        // what it runs may be large.
         return areSmall(model.graph().input(), most);
     }
     const onnx::GraphProto& graph = verdict.inferred.graph();

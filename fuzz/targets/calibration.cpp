@@ -1,4 +1,4 @@
-// The calibration file beside a network: read, or refused with one of two codes; what was read makes grids
+// The calibration file beside a network: read, or refused with the code for it; what was read makes grids
 // that are numbers, and is read back exactly after it was written.
 
 #include "quantization/calibration.h"

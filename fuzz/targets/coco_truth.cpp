@@ -1,5 +1,5 @@
 // Ground truth in COCO's form: read, or refused as wrong use; what was read is evaluated against itself,
-// where every figure is a share. Capped: masks of 2^20 pixels in all, 64 objects evaluated.
+// where every figure is a share. Capped: 64 objects evaluated.
 
 #include "evaluation/coco_truth.h"
 #include "console/failure.h"

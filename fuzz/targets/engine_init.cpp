@@ -25,12 +25,14 @@ using namespace ai_orvo::alg::common;
 constexpr std::int64_t kMostElements = 65536;
 constexpr int kHighestStatus = 11;
 
-/// What the file says; nothing where it is no network, or too large a one.
+/// What the file says.
 struct Network {
     onnx::ModelProto model;
     NetworkDescription description;
 };
 
+/// Empty for a file that is refused, with which Init is called all the same; nothing for a network that is
+/// too large to run.
 std::optional<Network> networkOf(const std::string& path) {
     try {
         Network network{readNetworkFile(path), {}};

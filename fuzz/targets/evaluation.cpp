@@ -3,12 +3,10 @@
 // detections each.
 
 #include "evaluation/evaluation.h"
-#include "property/random.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"
 
-#include <algorithm>
 #include <optional>
 #include <string>
 

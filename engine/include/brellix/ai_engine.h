@@ -53,7 +53,7 @@ using TensorMap = std::map<std::string, AIBuff>;
 /// What `AIEngine::Init` needs to know. A model fills it once, in its constructor.
 ///
 /// Sizes are element counts (not bytes), shapes are in NCHW order, types are `ElementType` codes. The
-/// detectors fill `model_path`, `input_sizes` and `output_sizes` only.
+/// detectors leave the tables of shapes and types empty.
 struct AIEngineConfig {
     std::string model_path;                                          ///< path of the compiled network
     std::map<std::string, int> input_sizes;                          ///< elements of each input

@@ -42,8 +42,8 @@ const ElementTypeFacts* find(std::int32_t code) {
 }  // namespace
 
 bool isLaterElementType(std::int32_t onnxType) {
-    constexpr std::int32_t kLastOfTheirs = 26;
-    return onnxType > onnx::TensorProto::BFLOAT16 && onnxType <= kLastOfTheirs;
+    constexpr std::int32_t kLastCodeOfOnnx = 26;
+    return onnxType > onnx::TensorProto::BFLOAT16 && onnxType <= kLastCodeOfOnnx;
 }
 
 std::string elementTypeName(std::int32_t onnxType) {

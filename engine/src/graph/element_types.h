@@ -16,8 +16,8 @@ std::string elementTypeName(std::int32_t onnxType);
 /// Bytes of one element in raw storage; 0 for strings and for unknown codes.
 std::size_t elementTypeSize(std::int32_t onnxType);
 
-/// Whether ONNX defines the code since the version that we are built with: floats of 8 bits, elements of 4
-/// and 2.
+/// Whether the code is ONNX's, but newer than the table of types here: floats of 8 bits and fewer, integers
+/// of 4 and 2.
 bool isLaterElementType(std::int32_t onnxType);
 
 /// "1x3x640x640"; an unknown extent is "?"; no extents at all is "scalar".

@@ -10,7 +10,7 @@ namespace {
 /// event, the program's path among them, to the user's cache folder, and starts a thread that sends them off
 /// and reads freed memory while the process ends. Nobody who runs a detector has asked for that, and this
 /// variable is the only way not to let it begin. It is set while we are loaded, since no other thread looks
-/// at the environment then. What the user has set stays.
+/// at the environment then (unless a program with threads opens us by dlopen). What the user has set stays.
 [[maybe_unused]] const int kReportingOff = ::setenv("ORT_DISABLE_TELEMETRY", "1", 0);
 
 std::atomic<bool> isGone{false};
