@@ -33,6 +33,9 @@ them; a candidate alone costs 80 scattered class bytes and an object, which no r
 depend on the machine more than all else: under a hypervisor, and next to other work, the references and OpenCV's calls, which
 allocate whole pictures, have taken three times as long as below, ours little longer.
 
+A picture of 1920x1080 stands below its floor: three of its pixels in each direction fall on one of the network's, of which
+bilinear interpolation takes the middle one, and the library takes that without calling `cv::resize`.
+
 `other`: `cv::resize`, `cv::copyMakeBorder` and `cv::dnn::blobFromImage`, as applications write it.
 Allocations are those of a frame in the steady state; large masks come as pages from the kernel and are not among them.
 """
