@@ -12,8 +12,7 @@ namespace ai_orvo::alg::common {
 namespace {
 
 [[noreturn]] void refuse(const onnx::NodeProto& node, const std::string& fault) {
-    throw std::invalid_argument("operator " + node.op_type() +
-                                (node.name().empty() ? "" : " '" + node.name() + "'") + ": " + fault);
+    throw std::invalid_argument(nodeLabel(node) + ": " + fault);
 }
 
 /// The whole numbers that an attribute of a sliding window may take; far beyond any real network's.
@@ -43,10 +42,8 @@ std::optional<int> weightsInputOf(const onnx::NodeProto& node) {
 }
 
 bool hasWindow(const onnx::NodeProto& node) {
-    static const char* const kPools[] = {"MaxPool",   "AveragePool", "LpPool",
-                                         "MaxUnpool", "MaxRoiPool",  "Col2Im"};
-    return weightsInputOf(node) || std::any_of(std::begin(kPools), std::end(kPools),
-                                               [&node](const char* pool) { return node.op_type() == pool; });
+    return weightsInputOf(node) ||
+           isAnyOf(node.op_type(), {"MaxPool", "AveragePool", "LpPool", "MaxUnpool", "MaxRoiPool", "Col2Im"});
 }
 
 void checkWindow(const onnx::NodeProto& node) {

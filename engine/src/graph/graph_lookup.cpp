@@ -57,6 +57,15 @@ bool isOnnxOperator(const onnx::NodeProto& node, const char* name) {
     return isOfOnnx(node) && node.op_type() == name;
 }
 
+std::string nodeLabel(const onnx::NodeProto& node) {
+    return "operator " + node.op_type() + (node.name().empty() ? "" : " '" + node.name() + "'");
+}
+
+bool isAnyOf(const std::string& text, std::initializer_list<const char*> choices) {
+    return std::any_of(choices.begin(), choices.end(),
+                       [&text](const char* choice) { return text == choice; });
+}
+
 bool holdsGraph(const onnx::NodeProto& node) {
     return std::any_of(node.attribute().begin(), node.attribute().end(),
                        [](const onnx::AttributeProto& attribute) {

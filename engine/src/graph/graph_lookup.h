@@ -6,6 +6,7 @@
 #include <onnx/onnx_pb.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 
 namespace ai_orvo::alg::common {
@@ -30,6 +31,12 @@ bool isOfOnnx(const onnx::NodeProto& node);
 
 /// Whether the node is ONNX's own operator of this name.
 bool isOnnxOperator(const onnx::NodeProto& node, const char* name);
+
+/// How refusals name the node: its kind and, where it has one, its name.
+std::string nodeLabel(const onnx::NodeProto& node);
+
+/// Whether the text, such as an operator's name or an attribute, is one of the choices.
+bool isAnyOf(const std::string& text, std::initializer_list<const char*> choices);
 
 /// Whether the node has a graph of its own among its attributes (If, Loop, Scan).
 bool holdsGraph(const onnx::NodeProto& node);

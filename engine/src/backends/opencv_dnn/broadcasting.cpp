@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <numeric>
 
+#include "graph/element_types.h"
+#include "graph/graph_lookup.h"
+
 namespace ai_orvo::alg::common {
 namespace {
 
@@ -106,18 +109,8 @@ bool isUpsideDown(const onnx::NodeProto& node, const GraphFacts& facts, const Ex
     return facts.isConstant(node.input(0)) ? countOf(left) > 1 : countOf(left) < countOf(right);
 }
 
-std::string describe(const Extents& shape) {
-    std::string text;
-    for (const std::int64_t extent : shape) {
-        text += (text.empty() ? "" : "x") + std::to_string(extent);
-    }
-    return text.empty() ? "scalar" : text;
-}
-
 bool isElementwise(const onnx::NodeProto& node) {
-    static const char* const kKinds[] = {"Add", "Sub", "Mul", "Div", "Sum"};
-    return node.input_size() == 2 && std::any_of(std::begin(kKinds), std::end(kKinds),
-                                                 [&](const char* kind) { return node.op_type() == kind; });
+    return node.input_size() == 2 && isAnyOf(node.op_type(), {"Add", "Sub", "Mul", "Div", "Sum"});
 }
 
 }  // namespace
@@ -131,7 +124,8 @@ std::string badBroadcast(const onnx::NodeProto& node, const GraphFacts& facts) {
     if (left == nullptr || right == nullptr) {
         return {};
     }
-    const std::string shapes = " its operands of the shapes " + describe(*left) + " and " + describe(*right);
+    const std::string shapes =
+        " its operands of the shapes " + shapeText(*left) + " and " + shapeText(*right);
     if (isUpsideDown(node, facts, *left, *right)) {
         return "would divide" + shapes + " the wrong way round";
     }

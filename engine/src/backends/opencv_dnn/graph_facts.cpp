@@ -86,8 +86,4 @@ std::string textOf(const onnx::NodeProto& node, const std::string& attribute, co
     return found == nullptr ? otherwise : found->s();
 }
 
-std::string nodeLabel(const onnx::NodeProto& node) {
-    return "operator " + node.op_type() + (node.name().empty() ? "" : " '" + node.name() + "'");
-}
-
 }  // namespace ai_orvo::alg::common

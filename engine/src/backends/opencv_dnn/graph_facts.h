@@ -58,7 +58,4 @@ std::int64_t integerOf(const onnx::NodeProto& node, const std::string& attribute
 /// The text attribute's value. \param otherwise what it is where the node has none.
 std::string textOf(const onnx::NodeProto& node, const std::string& attribute, const std::string& otherwise);
 
-/// How refusals name the node: its kind and, where it has one, its name.
-std::string nodeLabel(const onnx::NodeProto& node);
-
 }  // namespace ai_orvo::alg::common

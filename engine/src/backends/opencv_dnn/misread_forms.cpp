@@ -1,7 +1,6 @@
 #include "backends/opencv_dnn/misread_forms.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <opencv2/core/version.hpp>
 #include <vector>
 
@@ -11,11 +10,6 @@
 
 namespace ai_orvo::alg::common {
 namespace {
-
-bool isAnyOf(const std::string& text, std::initializer_list<const char*> choices) {
-    return std::any_of(choices.begin(), choices.end(),
-                       [&text](const char* choice) { return text == choice; });
-}
 
 /// Before operator set 13 all axes from the given one on count as one; OpenCV takes the given one alone.
 std::string badSoftmax(const onnx::NodeProto& node, const GraphFacts& facts) {

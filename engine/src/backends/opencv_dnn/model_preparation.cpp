@@ -45,9 +45,7 @@ void moveSplitSizesToAttribute(onnx::GraphProto& graph) {
 }
 
 bool hasAxisOfFirstInput(const onnx::NodeProto& node) {
-    static const char* const kKinds[] = {"Concat", "Gather", "LogSoftmax", "Softmax", "Split"};
-    return std::any_of(std::begin(kKinds), std::end(kKinds),
-                       [&node](const char* kind) { return node.op_type() == kind; });
+    return isAnyOf(node.op_type(), {"Concat", "Gather", "LogSoftmax", "Softmax", "Split"});
 }
 
 void forwardLoneConcats(onnx::GraphProto& graph) {

@@ -63,10 +63,9 @@ std::string badStoredTensor(const onnx::TensorProto& tensor) {
 }
 
 bool isQuantizedOperator(const std::string& opType) {
-    static const char* const kKinds[] = {"QuantizeLinear", "DequantizeLinear", "DynamicQuantizeLinear",
-                                         "ConvInteger", "MatMulInteger"};
-    return opType.rfind("QLinear", 0) == 0 || std::any_of(std::begin(kKinds), std::end(kKinds),
-                                                          [&](const char* kind) { return opType == kind; });
+    return opType.rfind("QLinear", 0) == 0 ||
+           isAnyOf(opType, {"QuantizeLinear", "DequantizeLinear", "DynamicQuantizeLinear", "ConvInteger",
+                            "MatMulInteger"});
 }
 
 std::string badNode(const onnx::NodeProto& node) {
@@ -107,12 +106,9 @@ std::string firstReason(const Items& items, Check check) {
 
 /// What the importer computes itself where it finds nothing but constants.
 bool isFoldable(const std::string& opType) {
-    static const char* const kKinds[] = {"Add",    "Cast",    "Concat",          "Constant", "Div",
-                                         "Expand", "Flatten", "ConstantOfShape", "Gather",   "Identity",
-                                         "Mul",    "Pow",     "Reshape",         "Shape",    "Slice",
-                                         "Sub",    "Squeeze", "Transpose",       "Unsqueeze"};
-    return std::any_of(std::begin(kKinds), std::end(kKinds),
-                       [&](const char* kind) { return opType == kind; });
+    return isAnyOf(opType, {"Add", "Cast", "Concat", "Constant", "Div", "Expand", "Flatten",
+                            "ConstantOfShape", "Gather", "Identity", "Mul", "Pow", "Reshape", "Shape",
+                            "Slice", "Sub", "Squeeze", "Transpose", "Unsqueeze"});
 }
 
 bool isConstantNode(const onnx::NodeProto& node, const std::unordered_set<std::string>& constants) {
