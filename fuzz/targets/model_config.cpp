@@ -16,6 +16,8 @@
 
 #include <yaml-cpp/yaml.h>
 
+#include <cstddef>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -30,16 +32,16 @@ using testing::FakeEngine;
 constexpr int kLongestSide = 64;
 constexpr int kMostClasses = 100;
 
-/// What the constructors throw for a bad file. \return whether there was a model.
-template <typename Construct>
-bool constructs(Construct construct) {
+/// The model; null for a file for which the constructor throws what it may throw.
+template <typename Model>
+std::unique_ptr<Model> constructed(const std::string& path) {
+    FakeEngine::reset();
     try {
-        construct();
-        return true;
+        return std::make_unique<Model>(path);
     } catch (const YAML::Exception&) {
     } catch (const std::out_of_range&) {
     }
-    return false;
+    return nullptr;
 }
 
 template <typename Model>
@@ -74,39 +76,42 @@ AIEngineConfig lastConfig() {
     return FakeEngine::instance().initialised.back();
 }
 
+/// Runs the detector. \return whether the file is a configuration for it.
+template <typename Model>
+bool runsDetector(const std::string& path, std::size_t outputs) {
+    const auto model = constructed<Model>(path);
+    if (model == nullptr) {
+        return false;
+    }
+    const AIEngineConfig config = lastConfig();
+    require(config.input_sizes.size() == 1 && config.output_sizes.size() == outputs, "tables of a detector");
+    detectOnce(*model, model->input_size, model->class_num);
+    return true;
+}
+
+/// Runs the segmentation model. \return whether the file is a configuration for it.
+bool runsSegmentation(const std::string& path) {
+    const auto model = constructed<ai_orvo::model::YOLOv8Seg>(path);
+    if (model == nullptr) {
+        return false;
+    }
+    const AIEngineConfig config = lastConfig();
+    require(config.input_shapes.size() == 1 && config.output_shapes.size() == 10,
+            "tables of the segmentation");
+    detectOnce(*model, model->inputSize, model->classNum);
+    return true;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     const EngineScope scope;
     static const testing::TemporaryFolder folder;
     const std::string path = folder.write("model.yaml", FuzzedData(bytes, size).rest());
-    FakeEngine::reset();
-    const bool isDetector = constructs([&] {
-        ai_orvo::model::YOLOv5 model(path);
-        const AIEngineConfig config = lastConfig();
-        require(config.input_sizes.size() == 1 && config.output_sizes.size() == 1,
-                "tables of the fused model");
-        detectOnce(model, model.input_size, model.class_num);
-    });
-    FakeEngine::reset();
-    const bool isCutDetector = constructs([&] {
-        ai_orvo::model::YOLOv5Cutoff model(path);
-        const AIEngineConfig config = lastConfig();
-        require(config.input_sizes.size() == 1 && config.output_sizes.size() == 3, "tables of the cut model");
-        detectOnce(model, model.input_size, model.class_num);
-    });
+    const bool isDetector = runsDetector<ai_orvo::model::YOLOv5>(path, 1);
+    const bool isCutDetector = runsDetector<ai_orvo::model::YOLOv5Cutoff>(path, 3);
     require(isDetector == isCutDetector, "the same file is a configuration for one detector only");
-    if (!staysAlive(path)) {
-        return 0;
-    }
-    FakeEngine::reset();
-    const bool isSegmentation = constructs([&] {
-        ai_orvo::model::YOLOv8Seg model(path);
-        const AIEngineConfig config = lastConfig();
-        require(config.input_shapes.size() == 1 && config.output_shapes.size() == 10,
-                "tables of the segmentation");
-        detectOnce(model, model.inputSize, model.classNum);
-    });
+    const bool isSegmentation = staysAlive(path) && runsSegmentation(path);
     require(isDetector || !isSegmentation, "keys that the segmentation model takes and a detector does not");
     return 0;
 }
