@@ -68,6 +68,18 @@ NetworkBuilder dense() {
     return network;
 }
 
+/// Somebody else's operator of a name that ONNX has, too.
+NetworkBuilder twoDomains() {
+    NetworkBuilder network;
+    network.input("in", {1, 3, 2, 2}).output("out", {1, 3, 2, 2});
+    network.node("Relu", {"in"}, {"positive"}).node("Softmax", {"positive"}, {"out"});
+    network.graph().mutable_node(1)->set_domain("somebody.else");
+    onnx::OperatorSetIdProto& opset = *network.model().add_opset_import();
+    opset.set_domain("somebody.else");
+    opset.set_version(1);
+    return network;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -84,6 +96,7 @@ int main(int count, char** arguments) {
         {"open_shape", openShape()},
         {"quantized", quantized()},
         {"sliced", sliced()},
+        {"two_domains", twoDomains()},
     };
     for (const auto& [name, network] : seeds) {
         std::ofstream file(std::string(arguments[1]) + "/" + name + ".onnx", std::ios::binary);

@@ -49,7 +49,7 @@ constexpr std::array<float, 8> kFloats = {0.0F,
                                           std::numeric_limits<float>::quiet_NaN(),
                                           std::numeric_limits<float>::infinity(),
                                           std::numeric_limits<float>::denorm_min()};
-constexpr std::array<const char*, 46> kOperators = {"Add",
+constexpr std::array<const char*, 50> kOperators = {"Add",
                                                     "Sub",
                                                     "Mul",
                                                     "Div",
@@ -94,7 +94,11 @@ constexpr std::array<const char*, 46> kOperators = {"Add",
                                                     "Tile",
                                                     "ConstantOfShape",
                                                     "LSTM",
-                                                    "NonMaxSuppression"};
+                                                    "NonMaxSuppression",
+                                                    "LogSoftmax",
+                                                    "Sum",
+                                                    "PRelu",
+                                                    "CumSum"};
 
 /// One field that can be changed.
 struct Place {
@@ -256,8 +260,12 @@ class Mutation {
                 return fields.AddInt32(message, field, static_cast<std::int32_t>(integer()));
             case FieldDescriptor::CPPTYPE_INT64:
                 return fields.AddInt64(message, field, integer());
+            case FieldDescriptor::CPPTYPE_UINT64:
+                return fields.AddUInt64(message, field, static_cast<std::uint64_t>(integer()));
             case FieldDescriptor::CPPTYPE_FLOAT:
                 return fields.AddFloat(message, field, anyOf(kFloats));
+            case FieldDescriptor::CPPTYPE_DOUBLE:
+                return fields.AddDouble(message, field, static_cast<double>(anyOf(kFloats)));
             case FieldDescriptor::CPPTYPE_STRING:
                 return fields.AddString(message, field, text(*field, {}));
             case FieldDescriptor::CPPTYPE_MESSAGE: {

@@ -1,8 +1,9 @@
-// A network file as far as the engine judges it before a back-end sees it: read, described, checked against
+// A network file as far as the engine judges it before OpenCV sees it: read, described, checked against
 // tables, prepared. Refused with a code, or consistent. What the file stores is at most as large as the file,
 // so nothing is capped but its length (scripts/fuzz).
 
 #include "graph/network_file.h"
+#include "backends/opencv_dnn/misread_forms.h"
 #include "backends/opencv_dnn/model_preparation.h"
 #include "backends/opencv_dnn/suitability.h"
 #include "graph/engine_network.h"
@@ -83,7 +84,18 @@ void checkBound(const std::vector<engine::BoundTensor>& bound,
     }
 }
 
-/// What Init does, but for the back-end. Every refusal has a code and a sentence.
+/// What the back-end opencv_dnn asks before it hands the network to OpenCV.
+void judgeForOpencv(const onnx::ModelProto& model, const engine::EngineNetwork& network) {
+    engine::OpencvModel prepared = engine::prepareForOpencv(model);
+    const engine::GraphVerdict verdict = engine::judgeGraph(model);
+    if (!engine::reasonAgainstOpencv(network, prepared).empty() || !verdict.fault.empty()) {
+        return;
+    }
+    engine::stateAttributes(prepared.model, verdict.inferred);
+    static_cast<void>(engine::misreadForm(engine::GraphFacts(prepared.model, verdict.inferred)));
+}
+
+/// What Init does, but for the libraries that run networks. Every refusal has a code and a sentence.
 void judge(const std::string& path) {
     onnx::ModelProto model = engine::readNetworkFile(path);
     // Describing may replace the model.
@@ -95,9 +107,7 @@ void judge(const std::string& path) {
     }
     const engine::AIEngineConfig config = tablesFor(data, description);
     const engine::EngineNetwork network(path, std::move(description), {});
-    const engine::OpencvModel prepared = engine::prepareForOpencv(model);
-    static_cast<void>(engine::reasonAgainstOpencv(network, prepared));
-    static_cast<void>(engine::judgeGraph(model));
+    judgeForOpencv(model, network);
     engine::TensorMap inputs = buffersFor(data, network.inputs());
     engine::TensorMap outputs = buffersFor(data, network.outputs());
     engine::checkConfiguration(config, network);
