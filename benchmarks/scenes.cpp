@@ -1,6 +1,7 @@
 #include "scenes.h"
 
 #include "property/random.h"
+#include "reference/cutoff_boxes.h"
 #include "reference/letterbox.h"
 #include "reference/quantization.h"
 #include "reference/tensor_building.h"
@@ -166,8 +167,6 @@ AIBuff fusedOutput(int candidates) {
 
 TensorMap cutOutputs(int candidates, Placement placement) {
     Random random(12);
-    constexpr std::array<const char*, 3> kNames = {
-        "/model.24/m.0/Conv_output_0", "/model.24/m.1/Conv_output_0", "/model.24/m.2/Conv_output_0"};
     std::array<std::vector<float>, 3> heads;
     for (int head = 0; head < 3; ++head) {
         const int cells = gridOf(head) * gridOf(head);
@@ -186,7 +185,7 @@ TensorMap cutOutputs(int candidates, Placement placement) {
     }
     TensorMap outputs;
     for (std::size_t head = 0; head < 3; ++head) {
-        outputs[kNames[head]] = quantized(heads[head], false);
+        outputs[reference::kCutoffHeadNames[head]] = quantized(heads[head], false);
     }
     return outputs;
 }

@@ -94,19 +94,6 @@ Measured measureDecoding(int objects, int repeats, bool isQuantized) {
     return measured;
 }
 
-bool sameObjectsAndMasks(std::vector<Object> a, std::vector<Object> b) {
-    if (a.size() != b.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (!testing::sameImage(a[i].mask, b[i].mask)) {
-            return false;
-        }
-        a[i].mask = b[i].mask = cv::Mat();
-    }
-    return static_cast<bool>(testing::sameObjects(a, b));
-}
-
 Measured measurePostprocessing(int objects, bool isQuantized, const cv::Size& picture,
                                Prototypes prototypes = Prototypes::kSmooth) {
     const auto data = std::make_shared<SegCase>(objects, 3, isQuantized, picture, prototypes);
@@ -124,7 +111,9 @@ Measured measurePostprocessing(int objects, bool isQuantized, const cv::Size& pi
             }
         }
     };
-    measured.agree = [=] { return sameObjectsAndMasks(data->ours(), data->reference()); };
+    measured.agree = [=] {
+        return static_cast<bool>(testing::sameObjectsAndMasks(data->ours(), data->reference()));
+    };
     return measured;
 }
 
