@@ -2,6 +2,8 @@
 
 #include <onnx/onnx_pb.h>
 
+#include <climits>
+
 namespace ai_orvo::alg::common {
 namespace {
 
@@ -54,6 +56,17 @@ std::string elementTypeName(std::int32_t onnxType) {
 std::size_t elementTypeSize(std::int32_t onnxType) {
     const ElementTypeFacts* facts = find(onnxType);
     return facts != nullptr ? facts->size : 0;
+}
+
+std::size_t elementsOf(const std::vector<std::int64_t>& shape) {
+    std::int64_t count = 1;
+    for (const std::int64_t extent : shape) {
+        if (extent < 1 || extent > INT_MAX / count) {
+            return 0;
+        }
+        count *= extent;
+    }
+    return static_cast<std::size_t>(count);
 }
 
 std::string shapeText(const std::vector<std::int64_t>& shape) {

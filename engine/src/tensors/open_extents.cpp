@@ -1,6 +1,5 @@
 #include "tensors/open_extents.h"
 
-#include <climits>
 #include <cmath>
 
 #include "graph/element_types.h"
@@ -37,12 +36,8 @@ const Value* entryFor(const std::map<std::string, Value>& table, const EngineNet
 /// A shape of the configuration that a tensor can really have.
 void checkExtents(const EngineNetwork& network, const TensorDescription& tensor,
                   const std::vector<std::int64_t>& shape) {
-    std::int64_t elements = 1;
-    for (const std::int64_t extent : shape) {
-        if (extent < 1 || extent > INT_MAX / elements) {
-            refuse(network, tensor, "the configuration's shape " + shapeText(shape) + " is none of a tensor");
-        }
-        elements *= extent;
+    if (elementsOf(shape) == 0) {
+        refuse(network, tensor, "the configuration's shape " + shapeText(shape) + " is none of a tensor");
     }
 }
 

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <climits>
 #include <functional>
 #include <stdexcept>
 #include <unordered_set>
@@ -73,18 +72,6 @@ std::vector<const char*> pointersTo(const std::vector<std::string>& names) {
         pointers.push_back(name.c_str());
     }
     return pointers;
-}
-
-/// Elements of a shape without open extents; 0 for one beyond what the engine can count.
-std::size_t elementsOf(const Shape& shape) {
-    std::int64_t count = 1;
-    for (const std::int64_t extent : shape) {
-        if (extent < 1 || extent > INT_MAX / count) {
-            return 0;
-        }
-        count *= extent;
-    }
-    return static_cast<std::size_t>(count);
 }
 
 Ort::SessionOptions sessionOptions(std::optional<int> threads) {
