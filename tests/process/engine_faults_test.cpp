@@ -68,5 +68,20 @@ TEST_F(FaultyEngine, LostOutputsGiveNoObjectsOnTheirPictureOnly) {
     }
 }
 
+/// The exit status is what has a service started anew.
+TEST_F(FaultyEngine, ThatHasDiedEndsTheRunOnAStream) {
+    std::string stream;
+    for (int frame = 0; frame < 120; ++frame) {
+        stream += jpegOfLevel(100);
+    }
+    ::setenv("BRELLIX_TEST_FAULTS", ('.' + std::string(119, 'f')).c_str(), 1);
+    const ProgramResult result = runWithInput(stream, {"detect", "model.yaml", "-", "--json", "-"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(objectCounts(result.out), std::vector<std::size_t>{1});
+    EXPECT_NE(result.err.find("brellix: standard input: 100 frames in a row failed\n"), std::string::npos)
+        << result.err;
+    EXPECT_NE(result.err.find("100 of 101 frames failed"), std::string::npos) << result.err;
+}
+
 }  // namespace
 }  // namespace brellix::testing

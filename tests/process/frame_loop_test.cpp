@@ -19,13 +19,15 @@ using namespace app;
 
 /// What a source gives at one step.
 enum class Step { kFrame, kBrokenFrame, kTrouble };
+using Steps = std::vector<Step>;
 
 /// A source that does what it is told, like a camera that vanishes.
 class FakeSource : public FrameSource {
   public:
-    FakeSource(const std::string& name, std::vector<Step> steps) : steps_(std::move(steps)) {
+    FakeSource(const std::string& name, Steps steps, FrameOrigin origin = FrameOrigin::kLive)
+        : steps_(std::move(steps)) {
         id_.source = name;
-        id_.origin = FrameOrigin::kLive;
+        id_.origin = origin;
         id_.framesPerSecond = 30.0;
     }
 
@@ -52,7 +54,7 @@ class FakeSource : public FrameSource {
     std::optional<std::size_t> frameCount() const override { return steps_.size(); }
 
   private:
-    std::vector<Step> steps_;
+    Steps steps_;
     std::size_t next_ = 0;
     FrameId id_;
 };
@@ -104,8 +106,8 @@ TEST_F(FramesInALoop, LimitCountsFramesThatAreDone) {
 
 TEST_F(FramesInALoop, EachSourceGivesItsFirstAndThenEveryNth) {
     std::vector<std::unique_ptr<FrameSource>> sources;
-    sources.push_back(std::make_unique<FakeSource>("a", std::vector<Step>(4, Step::kFrame)));
-    sources.push_back(std::make_unique<FakeSource>("b", std::vector<Step>(3, Step::kFrame)));
+    sources.push_back(std::make_unique<FakeSource>("a", Steps(4, Step::kFrame)));
+    sources.push_back(std::make_unique<FakeSource>("b", Steps(3, Step::kFrame)));
     SourceQueue queue(std::move(sources), 3);
     EXPECT_EQ(queue.frameCount(), 2U);
     EXPECT_DOUBLE_EQ(queue.id().framesPerSecond, 10.0);
@@ -116,11 +118,44 @@ TEST_F(FramesInALoop, EachSourceGivesItsFirstAndThenEveryNth) {
 
 TEST_F(FramesInALoop, TroubleOfOneSourceLeavesTheNext) {
     std::vector<std::unique_ptr<FrameSource>> sources;
-    sources.push_back(std::make_unique<FakeSource>("a", std::vector<Step>{Step::kTrouble}));
-    sources.push_back(std::make_unique<FakeSource>("b", std::vector<Step>{Step::kFrame}));
+    sources.push_back(std::make_unique<FakeSource>("a", Steps{Step::kTrouble}));
+    sources.push_back(std::make_unique<FakeSource>("b", Steps{Step::kFrame}));
     SourceQueue queue(std::move(sources), 1);
     EXPECT_EQ(run(queue).failed, 1U);
     EXPECT_EQ(seen_, Names{"b #0"});
+}
+
+Steps operator+(Steps first, const Steps& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+TEST_F(FramesInALoop, CameraWhoseFramesFailOneAfterAnotherEndsTheRun) {
+    FakeSource source("camera 0", Steps(1, Step::kFrame) + Steps(200, Step::kBrokenFrame));
+    const LoopOutcome outcome = run(source);
+    EXPECT_EQ(outcome.done, 1U);
+    EXPECT_EQ(outcome.failed, 100U);
+    EXPECT_FALSE(outcome.isStopped);
+    const std::string end =
+        "brellix: camera 0 #100: cannot be decoded\nbrellix: camera 0: 100 frames in a row failed\n";
+    ASSERT_GE(messages_.size(), end.size());
+    EXPECT_EQ(messages_.substr(messages_.size() - end.size()), end);
+}
+
+TEST_F(FramesInALoop, OneGoodFrameKeepsACameraGoing) {
+    const Steps bad(99, Step::kBrokenFrame);
+    const Steps good(1, Step::kFrame);
+    FakeSource source("camera 0", bad + good + bad + good);
+    const LoopOutcome outcome = run(source);
+    EXPECT_EQ(outcome.done, 2U);
+    EXPECT_EQ(outcome.failed, 198U);
+}
+
+TEST_F(FramesInALoop, VideoIsReadToItsEndWhateverFails) {
+    FakeSource source("a.avi", Steps(200, Step::kBrokenFrame) + Steps(1, Step::kFrame), FrameOrigin::kVideo);
+    const LoopOutcome outcome = run(source);
+    EXPECT_EQ(outcome.done, 1U);
+    EXPECT_EQ(outcome.failed, 200U);
 }
 
 class StoppedLoop : public FramesInALoop {
@@ -136,7 +171,7 @@ class StoppedLoop : public FramesInALoop {
 };
 
 TEST_F(StoppedLoop, FinishesTheFrameInWork) {
-    FakeSource source("a.avi", std::vector<Step>(5, Step::kFrame));
+    FakeSource source("a.avi", Steps(5, Step::kFrame));
     const LoopOutcome outcome = run(source);
     EXPECT_TRUE(outcome.isStopped);
     EXPECT_EQ(outcome.done, 2U);
@@ -146,8 +181,8 @@ TEST_F(StoppedLoop, FinishesTheFrameInWork) {
 
 TEST_F(StoppedLoop, DoesNotGoOnToTheNextSource) {
     std::vector<std::unique_ptr<FrameSource>> sources;
-    sources.push_back(std::make_unique<FakeSource>("a", std::vector<Step>(2, Step::kFrame)));
-    sources.push_back(std::make_unique<FakeSource>("b", std::vector<Step>(2, Step::kFrame)));
+    sources.push_back(std::make_unique<FakeSource>("a", Steps(2, Step::kFrame)));
+    sources.push_back(std::make_unique<FakeSource>("b", Steps(2, Step::kFrame)));
     SourceQueue queue(std::move(sources), 1);
     EXPECT_TRUE(run(queue).isStopped);
     EXPECT_EQ(seen_, (Names{"a #0", "a #1"}));

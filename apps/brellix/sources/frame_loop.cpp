@@ -8,11 +8,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <exception>
 #include <string>
 
 namespace brellix::app {
 namespace {
+
+/// An engine or a device that has died fails on every frame, and a source without an end would go on for
+/// ever; whoever started the program can start it anew. Three seconds of a usual camera.
+constexpr std::size_t kMostFailuresInARow = 100;
 
 std::string sizeText(cv::Size size) {
     return std::to_string(size.width) + " x " + std::to_string(size.height);
@@ -51,7 +56,7 @@ class FrameLoop {
     }
 
   private:
-    /// \return false at the source's end.
+    /// \return false at the source's end, and where it is given up.
     bool step(std::size_t limit) {
         showProgress(limit);
         std::string place;
@@ -63,13 +68,28 @@ class FrameLoop {
             progress_.follow(source_.id());
             runTask();
             ++outcome_.done;
+            failuresInARow_ = 0;
         } catch (const Failure&) {
             throw;
         } catch (const std::exception& error) {
             console_.error(place + ": " + error.what());
-            ++outcome_.failed;
+            countFailure();
         }
         progress_.advance();
+        return !isGivenUp();
+    }
+
+    void countFailure() {
+        ++outcome_.failed;
+        failuresInARow_ = source_.id().origin == FrameOrigin::kLive ? failuresInARow_ + 1 : 0;
+    }
+
+    bool isGivenUp() const {
+        if (failuresInARow_ < kMostFailuresInARow) {
+            return false;
+        }
+        console_.error(source_.id().source + ": " + std::to_string(failuresInARow_) +
+                       " frames in a row failed");
         return true;
     }
 
@@ -107,6 +127,7 @@ class FrameLoop {
     Console& console_;
     const FrameTask& task_;
     LoopOutcome outcome_;
+    std::size_t failuresInARow_ = 0;  ///< of a source without an end
     Progress progress_;
 };
 

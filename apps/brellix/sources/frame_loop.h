@@ -26,8 +26,8 @@ struct LoopOutcome {
 /// Reads the frames one after another and hands each to the task, with a line of progress on a terminal,
 /// until the source ends, `limit` frames are done or a stop is requested; the frame in work is finished.
 ///
-/// A frame that cannot be read, or that the task throws for, is reported and passed over; only a `Failure`
-/// of the task ends the run.
+/// A frame that cannot be read, or that the task throws for, is reported and passed over; a `Failure` of the
+/// task ends the run, and so do many such frames in a row of a camera or stream.
 /// \param networkInput size of the network's input, for messages.
 LoopOutcome overFrames(FrameSource& source, cv::Size networkInput, Console& console, const FrameTask& task,
                        std::size_t limit = std::numeric_limits<std::size_t>::max());
