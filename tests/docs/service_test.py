@@ -20,6 +20,7 @@ PROGRAM = os.environ["BRELLIX_PROGRAM"]
 ROOT = Path(__file__).resolve().parents[2]
 TEMPLATE = (ROOT / "apps" / "brellix" / "brellix-detect.service.in").read_text()
 UNIT = TEMPLATE.replace("@BRELLIX_PROGRAM@", PROGRAM)
+GUIDE = (ROOT / "docs" / "board-day-one.md").read_text()
 SHAPES = ROOT / "models" / "shapes"
 
 
@@ -67,9 +68,29 @@ class ExampleUnit(unittest.TestCase):
         self.assertGreater(len(objects), 0)
         self.assertFalse([found for found in objects if "mask" in found])
 
-    def test_a_missing_configuration_is_the_status_that_is_not_tried_again(self) -> None:
-        done = subprocess.run([PROGRAM, "detect", "missing.yaml", "--camera", "0"], capture_output=True, check=False)
-        self.assertEqual(str(done.returncode), value_of("RestartPreventExitStatus"))
+    def test_what_may_pass_is_a_failure_that_is_tried_again(self) -> None:
+        """A missing camera and a missing configuration: neither is a success, and no status is left out."""
+        self.assertEqual((value_of("Restart"), value_of("StartLimitIntervalSec")), ("on-failure", "0"))
+        self.assertNotIn("RestartPreventExitStatus", UNIT)
+        for configuration in (str(SHAPES / "shapes_seg.yaml"), "missing.yaml"):
+            done = subprocess.run([PROGRAM, "detect", configuration, "--camera", "9999"], capture_output=True, check=False)
+            self.assertEqual(done.returncode, 2)
+
+    def test_nothing_holds_up_the_boot(self) -> None:
+        """What comes before the program, or a type other than the usual, would keep the start waiting."""
+        self.assertNotRegex(UNIT, r"(?m)^(ExecStartPre|ExecCondition|Type|TimeoutStartSec)=")
+
+    def test_cameras_are_within_its_rights(self) -> None:
+        """Each of these closes /dev/videoN: PrivateDevices= as a whole, the others allow some other device only."""
+        self.assertNotRegex(UNIT, r"(?m)^(PrivateDevices|ProtectClock|DevicePolicy|DeviceAllow)=")
+        self.assertIn("video", value_of("SupplementaryGroups").split())
+
+    def test_systemd_takes_the_commands_of_the_guide_in_its_place(self) -> None:
+        commands = re.findall(r"^ExecStart=.*$", GUIDE, re.MULTILINE)
+        self.assertGreater(len(commands), 0)
+        for command in commands:
+            with self.subTest(command), tempfile.TemporaryDirectory() as folder:
+                self.expect_that_systemd_takes(Path(folder), UNIT.replace(f"ExecStart={value_of('ExecStart')}", command))
 
 
 if __name__ == "__main__":
