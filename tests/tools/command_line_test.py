@@ -70,6 +70,25 @@ class Files(ToolTest):
         self.assertIn("No space left on device", err)
         self.assertEqual([p.name for p in self.folder.iterdir()], ["export.onnx"])
 
+    def test_an_interruption_leaves_no_file(self):
+        with mock.patch("os.replace", side_effect=KeyboardInterrupt):
+            status, _, err = run_tool(self.export, "-o", self.folder / "out.onnx")
+        self.assertEqual(status, 130)
+        self.assertIn("nothing was written", err)
+        self.assertEqual([p.name for p in self.folder.iterdir()], ["export.onnx"])
+
+    def test_a_name_that_no_file_system_takes_is_named(self):
+        long = self.folder / ("n" * 300 + ".onnx")
+        status, _, err = run_tool(long)
+        self.assertEqual((status, err), (2, f"prepare_network.py: '{long}' cannot be read: File name too long\n"))
+        status, _, err = run_tool(self.export, "-o", long)
+        self.assertEqual((status, err), (3, f"prepare_network.py: '{long}': File name too long\n"))
+
+    def test_a_folder_that_must_not_be_read_is_named(self):
+        with mock.patch.object(Path, "is_dir", side_effect=PermissionError(13, "Permission denied")):
+            status, _, err = run_tool(self.export)
+        self.assertEqual((status, err), (2, f"prepare_network.py: '{self.export}' cannot be read: Permission denied\n"))
+
     def test_a_folder_that_cannot_be_written_is_said_before_the_work(self):
         with mock.patch("os.access", return_value=False):
             status, out, err = run_tool(self.export)
@@ -141,6 +160,26 @@ class Process(ToolTest):
     def test_wrong_use_is_status_2(self):
         for arguments in ((), ("a.onnx", "--size", "640"), ("a.onnx", "--nothing")):
             self.assertEqual(self.run_program(*arguments).returncode, 2)
+
+    def test_standard_output_that_cannot_be_written_is_status_3(self):
+        self.save(yolov5(Variant()))
+        with open("/dev/full", "w", encoding="ascii") as full:
+            done = self.run_with_output(full)
+        self.assertEqual((done.returncode, done.stderr),
+                         (3, "prepare_network.py: cannot write to standard output: No space left on device\n"))
+
+    def test_a_reader_that_has_gone_is_status_3(self):
+        self.save(yolov5(Variant()))
+        reader, writer = os.pipe()
+        os.close(reader)
+        with open(writer, "w", encoding="ascii") as pipe:
+            done = self.run_with_output(pipe)
+        self.assertEqual((done.returncode, done.stderr),
+                         (3, "prepare_network.py: cannot write to standard output: Broken pipe\n"))
+
+    def run_with_output(self, output) -> subprocess.CompletedProcess:
+        return subprocess.run([sys.executable, "-B", str(TOOL), "export.onnx"], stdout=output, stderr=subprocess.PIPE,
+                              text=True, cwd=self.folder, check=False)
 
     def test_missing_packages_are_named(self):
         # Without its site module, Python does not find installed packages.

@@ -44,7 +44,7 @@ metadata of the result:
 
 exit status:
   0 written   1 the prepared network computes something else than the export   2 wrong use, or a network
-  that is not taken   3 the file could not be written
+  that is not taken   3 the file or standard output could not be written
 
 examples:
   prepare_network.py yolov5n.onnx                        the fused form, yolov5n_fused.onnx
@@ -70,6 +70,8 @@ def main(arguments: list[str] | None = None) -> int:
                      f"{first_line(error)}); export the network again with opset 12", BAD_INPUT)
     except WorkFailure as failure:
         return _fail(failure, FAILED)
+    except OSError as error:
+        return _fail(f"'{error.filename}': {error.strerror}" if error.filename else error, FAILED)
     except KeyboardInterrupt:
         return _fail("interrupted, nothing was written", INTERRUPTED)
 
@@ -162,7 +164,12 @@ def _progress(done: int, count: int) -> None:
 
 
 def _say(*words: object) -> None:
-    print(*words, flush=True)
+    try:
+        print(*words, flush=True)
+    except OSError as error:
+        # What the buffer holds would fail once more, with a traceback, when the interpreter ends.
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        raise WorkFailure(f"cannot write to standard output: {error.strerror}") from error
 
 
 def _fail(reason: object, status: int) -> int:

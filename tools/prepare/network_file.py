@@ -38,9 +38,9 @@ def read_network(path: Path) -> Network:
 
 
 def _parse(path: Path) -> onnx.ModelProto:
-    if path.is_dir():
-        raise Refusal(f"'{path}' is a folder; give the export, an ONNX file")
     try:
+        if path.is_dir():
+            raise Refusal(f"'{path}' is a folder; give the export, an ONNX file")
         data = path.read_bytes()
     except OSError as error:
         raise Refusal(f"'{path}' cannot be read: {error.strerror}") from error
@@ -201,10 +201,12 @@ def write_atomically(data: bytes, path: Path) -> None:
         os.umask(mask)
         os.chmod(temporary, 0o666 & ~mask)
         os.replace(temporary, path)
-    except OSError as error:
+    except BaseException as error:
         if temporary:
             Path(temporary).unlink(missing_ok=True)
-        raise WorkFailure(f"'{path}' cannot be written: {error.strerror}") from error
+        if isinstance(error, OSError):
+            raise WorkFailure(f"'{path}' cannot be written: {error.strerror}") from error
+        raise
 
 
 def first_line(error: BaseException) -> str:
