@@ -1,4 +1,4 @@
-# Headers, CMake package, pkg-config file and sample networks. The libraries and the program install themselves beside
+# Headers, CMake package, pkg-config file, sample networks and what prepares networks. The libraries and the program install themselves beside
 # their targets.
 
 include(CMakePackageConfigHelpers)
@@ -37,4 +37,8 @@ install(FILES ${PROJECT_BINARY_DIR}/brellix_model_zoo.pc DESTINATION ${CMAKE_INS
 if(BRELLIX_BUILD_APPS)
     # Beside each other as in the sources, so that their configurations hold from share/brellix as they do from there.
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/models DESTINATION ${CMAKE_INSTALL_DATADIR}/brellix)
+    # What the program names where a network has to be prepared first.
+    install(PROGRAMS ${PROJECT_SOURCE_DIR}/tools/prepare_network.py DESTINATION ${CMAKE_INSTALL_DATADIR}/brellix/tools)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/tools/prepare DESTINATION ${CMAKE_INSTALL_DATADIR}/brellix/tools
+        FILES_MATCHING PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
 endif()

@@ -44,5 +44,6 @@ if(NOT position EQUAL 0)
     message(FATAL_ERROR "the unit for systemd starts another program than ${WORK_DIR}/first/bin/brellix: ${command}")
 endif()
 
+execute_process(COMMAND ${prefix}/share/brellix/tools/prepare_network.py --help OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${prefix}/bin/brellix --version OUTPUT_VARIABLE version COMMAND_ERROR_IS_FATAL ANY)
 message(STATUS "installed, moved, consumed; ${version}")
