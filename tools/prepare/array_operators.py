@@ -8,16 +8,9 @@ import numpy as np
 
 from .element_types import numpy_type_of
 from .network import Node
+from .operators import OPERATORS, operator
 
 ELEMENTS_MAX = 1 << 28
-OPERATORS: dict[str, Callable] = {}
-
-
-def operator(*kinds: str) -> Callable:
-    def enter(function: Callable) -> Callable:
-        OPERATORS.update((kind, function) for kind in kinds)
-        return function
-    return enter
 
 
 def _elementwise(kind: str, function: Callable) -> None:

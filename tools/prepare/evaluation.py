@@ -12,13 +12,13 @@ from typing import Callable
 
 import numpy as np
 
-from . import array_operators, layer_operators
+from . import array_operators, layer_operators  # noqa: F401  Both enter what they compute into the table.
 from .network import Network, Node, needed_nodes
 from .network_file import READING_ERRORS, first_line
+from .operators import OPERATORS
 from .refusal import Incomputable, Refusal
 
 Progress = Callable[[int, int], None]
-OPERATORS = {**array_operators.OPERATORS, **layer_operators.OPERATORS}
 
 
 def compute_node(node: Node, values: list[np.ndarray | None], opset: int) -> list[np.ndarray]:

@@ -2,23 +2,14 @@
 
 from __future__ import annotations
 
-from typing import Callable
-
 import numpy as np
 
 from .array_operators import checked_shape
 from .network import Node
+from .operators import operator
 
-OPERATORS: dict[str, Callable] = {}
 NEAREST_PLACES = {b"round_prefer_floor": lambda p: np.ceil(p - 0.5), b"round_prefer_ceil": lambda p: np.floor(p + 0.5),
                   b"floor": np.floor, b"ceil": np.ceil}
-
-
-def operator(*kinds: str) -> Callable:
-    def enter(function: Callable) -> Callable:
-        OPERATORS.update((kind, function) for kind in kinds)
-        return function
-    return enter
 
 
 class Window:
