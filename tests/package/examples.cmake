@@ -57,3 +57,26 @@ string(REGEX REPLACE "(dw: |Destruct )[^\n]*\n" "" results "${said}")
 if(NOT results STREQUAL expected)
     message(FATAL_ERROR "worker_pool said: ${results}expected: ${expected}")
 endif()
+
+# A video of three frames in the camera's place, written by the program itself.
+execute_process(
+    COMMAND cat ${picture} ${picture} ${picture}
+    COMMAND ${PREFIX}/bin/brellix detect ${shapes}/shapes_fused.yaml - --out ${WORK_DIR} --json -
+    WORKING_DIRECTORY ${SOURCE_DIR} OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+set(video ${WORK_DIR}/standard-input.avi)
+run(lines ${PREFIX}/bin/brellix detect ${shapes}/shapes_fused.yaml ${video} --json -)
+string(REGEX MATCHALL "\"box\":" boxes "${lines}")
+list(LENGTH boxes expected)
+run(said ${build}/watch_camera ${shapes}/shapes_fused.yaml ${video})
+require_count(watch_camera "${said}" "[1-9][0-9]* objects, [0-9.]+ ms\n" 3)
+string(REGEX MATCHALL "[0-9]+ objects, " counts "${said}")
+string(REPLACE " objects, ;" "+" sum "${counts};0")
+math(EXPR found "${sum}")
+if(NOT found EQUAL expected)
+    message(FATAL_ERROR "watch_camera found ${sum} objects, expected ${expected}: ${said}")
+endif()
+execute_process(COMMAND ${build}/watch_camera ${shapes}/shapes_fused.yaml ${WORK_DIR}/missing.avi
+    WORKING_DIRECTORY ${SOURCE_DIR} RESULT_VARIABLE status ERROR_VARIABLE said OUTPUT_QUIET)
+if(NOT status EQUAL 2 OR NOT said MATCHES "missing.avi: cannot be opened\n")
+    message(FATAL_ERROR "watch_camera without a camera: status ${status}, ${said}")
+endif()
