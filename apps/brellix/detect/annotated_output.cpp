@@ -123,7 +123,7 @@ void AnnotatedWriter::write(const PictureResult& result) {
     closeVideo();
     videoSource_.clear();
     // A source that was not known beforehand.
-    files_.addInput(result.id.source);
+    files_.setCurrentInput(result.id.source);
     const std::string path = pathOf(names_.of(result.id));
     files_.refuse("--out", path);
     writePicture(result, path);

@@ -17,7 +17,7 @@ CropWriter::CropWriter(const std::string& folder, const std::vector<FrameId>& so
 void CropWriter::write(const PictureResult& result) {
     const std::string& stem = stems_.of(result.id);
     // A source that was not known beforehand.
-    files_.addInput(result.id.source);
+    files_.setCurrentInput(result.id.source);
     for (std::size_t i = 0; i < result.objects.size(); ++i) {
         const ai_orvo::model::Object& object = result.objects[i];
         const cv::Rect box = cropBox(object.rect, result.picture.size());

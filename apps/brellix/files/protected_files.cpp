@@ -46,15 +46,31 @@ void ProtectedFiles::addInputs(const std::vector<std::string>& paths) {
     }
 }
 
+void ProtectedFiles::setCurrentInput(const std::string& path) {
+    const std::vector<std::string> marks = marksOf(path);
+    current_ = marks.empty() ? "" : marks.back();
+    if (!marks.empty()) {
+        holders_[marks.front()].clear();
+    }
+}
+
+/// \return an option, an empty text for the inputs; nothing where nobody holds it.
+std::optional<std::string> ProtectedFiles::holderOf(const std::string& mark) const {
+    const auto entry = holders_.find(mark);
+    return entry != holders_.end() ? std::optional(entry->second)
+           : mark == current_      ? std::optional(std::string())
+                                   : std::nullopt;
+}
+
 void ProtectedFiles::refuse(const std::string& option, const std::string& target) const {
     for (const std::string& mark : marksOf(target)) {
-        const auto entry = holders_.find(mark);
-        if (entry == holders_.end() || entry->second == option) {
+        const std::optional<std::string> holder = holderOf(mark);
+        if (!holder || *holder == option) {
             continue;
         }
         throw wrongUse(option + ": " + target +
-                       (entry->second.empty() ? " is one of the inputs and would be overwritten"
-                                              : " is where " + entry->second + " writes, too") +
+                       (holder->empty() ? " is one of the inputs and would be overwritten"
+                                        : " is where " + *holder + " writes, too") +
                        "; choose another path");
     }
 }

@@ -4,6 +4,7 @@
 /// Files that a run must not write over.
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,11 @@ class ProtectedFiles {
     void addInput(const std::string& path);
     void addInputs(const std::vector<std::string>& paths);
 
+    /// Protects an input that was not known beforehand, one of a row of any length. The file system may give
+    /// the number of a file that is gone to the next new one, a result perhaps: of the inputs before this one
+    /// only the places stay protected.
+    void setCurrentInput(const std::string& path);
+
     /// Throws `Failure` where `target`, which the option `option` writes, is an input or what another option
     /// writes.
     void refuse(const std::string& option, const std::string& target) const;
@@ -27,7 +33,10 @@ class ProtectedFiles {
     void claim(const std::string& option, const std::string& target);
 
   private:
+    std::optional<std::string> holderOf(const std::string& mark) const;
+
     std::map<std::string, std::string> holders_;  ///< by place or by identity: an option, empty for inputs
+    std::string current_;                         ///< the last mark of the current input
 };
 
 }  // namespace brellix::app
