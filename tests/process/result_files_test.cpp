@@ -117,6 +117,19 @@ TEST_F(ResultFiles, ResultsAreKeptApart) {
         "--out: seen/worst-1-a.png is where --json writes, too");
 }
 
+TEST_F(ResultFiles, StandardOutputIsNotWrittenByItsName) {
+    writeCocoDataset();
+    for (const std::string name : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"}) {
+        const std::string words = ": " + name + " cannot be written by its name; give -";
+        expectRefused({"detect", "model.yaml", "a.png", "--json", name}, "--json" + words);
+        expectRefused({"bench", "model.yaml", "a.png", "--json", name}, "--json" + words);
+        expectRefused({"compare", "model.yaml", "cut.yaml", "a.png", "--json", name}, "--json" + words);
+        expectRefused({"eval", "model.yaml", "truth.json", "--detections", name}, "--detections" + words);
+        expectRefused({"init", "network.onnx", "--force", "-o", name}, "--out" + words);
+        expectRefused({"calibrate", "cut.yaml", "a.png", "--force", "-o", name}, "--out" + words);
+    }
+}
+
 TEST_F(ResultFiles, OneDeviceMayTakeThemAll) {
     writeCocoDataset();
     const ProgramResult result = run(

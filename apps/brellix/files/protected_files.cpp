@@ -32,6 +32,11 @@ std::vector<std::string> marksOf(const std::string& path) {
     return marks;
 }
 
+/// Behind these names is the nothing that the library's lines go to (`OwnOutput`).
+bool isNameOfStandardOutput(const std::string& path) {
+    return path == "/dev/stdout" || path == "/dev/fd/1" || path == "/proc/self/fd/1";
+}
+
 }  // namespace
 
 void ProtectedFiles::addInput(const std::string& path) {
@@ -63,6 +68,10 @@ std::optional<std::string> ProtectedFiles::holderOf(const std::string& mark) con
 }
 
 void ProtectedFiles::refuse(const std::string& option, const std::string& target) const {
+    if (isNameOfStandardOutput(target)) {
+        throw wrongUse(option + ": " + target +
+                       " cannot be written by its name; give - where the option takes it, else a file");
+    }
     for (const std::string& mark : marksOf(target)) {
         const std::optional<std::string> holder = holderOf(mark);
         if (!holder || *holder == option) {

@@ -26,7 +26,7 @@ class ProtectedFiles {
     void setCurrentInput(const std::string& path);
 
     /// Throws `Failure` where `target`, which the option `option` writes, is an input or what another option
-    /// writes.
+    /// writes, or a name of standard output, through which nothing would get there.
     void refuse(const std::string& option, const std::string& target) const;
 
     /// Does the same, and keeps `target` for the option from then on.
