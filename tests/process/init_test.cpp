@@ -30,6 +30,16 @@ class Init : public CheckTest {
     }
 
     YAML::Node written(const std::string& name) const { return YAML::Load(readText(name)); }
+
+    /// \return the names of classes 0, 1 and so on.
+    std::vector<std::string> classNames(const std::string& name) const {
+        const YAML::Node mapping = written(name)["class_mapping"];
+        std::vector<std::string> names;
+        for (std::size_t label = 0; label < mapping.size(); ++label) {
+            names.push_back(mapping[label].as<std::string>());
+        }
+        return names;
+    }
 };
 
 TEST_F(Init, WritesWhatDetectRuns) {
@@ -116,9 +126,24 @@ TEST_F(Init, ClassesWithoutNamesGetNumbers) {
 
 TEST_F(Init, NamesThatAreTooManyOrTooFewAreSaid) {
     tellNames("network.onnx", "['a', 'b', 'c', 'd']");
-    static_cast<void>(
-        expect(0, {"init", "network.onnx"}, {"4 names (from the network's metadata) for 3 classes"}));
+    static_cast<void>(expect(0, {"init", "network.onnx"},
+                             {"warning: 4 names (from the network's metadata) for 3 classes: "
+                              "1 name past the last class left out\n"}));
     EXPECT_EQ(written("network.yaml")["class_mapping"].size(), 3U);
+    writeText("my.names", "one\ntwo\n");
+    static_cast<void>(expect(0, {"init", "network.onnx", "-f", "--names", "my.names"},
+                             {"warning: 2 names (from a list) for 3 classes: "
+                              "1 class without a name called by number\n"}));
+    EXPECT_EQ(classNames("network.yaml"), (std::vector<std::string>{"one", "two", "2"}));
+}
+
+TEST_F(Init, NamesThatAreNumberedOtherwiseAreSaid) {
+    tellNames("network.onnx", "{1: 'a', 2: 'b', 3: 'c'}");
+    static_cast<void>(
+        expect(0, {"init", "network.onnx"},
+               {"warning: 3 names (from the network's metadata) for 3 classes: "
+                "1 name past the last class left out, 1 class without a name called by number\n"}));
+    EXPECT_EQ(classNames("network.yaml"), (std::vector<std::string>{"0", "a", "b"}));
 }
 
 TEST_F(Init, WritesAPathThatIsRightFromTheConfiguration) {

@@ -4,6 +4,7 @@
 #include "console/text.h"
 
 #include <optional>
+#include <vector>
 
 namespace brellix::app {
 namespace {
@@ -41,13 +42,30 @@ std::optional<IndexedNames> namesOfMetadata(const NetworkFacts& network, Console
     return names;
 }
 
-/// A network's outputs, not a list, say how many classes there are.
-void cutTo(int classNum, InitialNames& initial, Console& console) {
-    if (initial.names.size() != static_cast<std::size_t>(classNum)) {
-        console.warning(counted(initial.names.size(), "name") + " (" + initial.origin + ") for " +
-                        std::to_string(classNum) + (classNum == 1 ? " class" : " classes"));
+std::string countedClasses(std::size_t count) {
+    return std::to_string(count) + (count == 1 ? " class" : " classes");
+}
+
+/// A network's outputs, not a list, say how many classes there are. A class that `class_mapping` leaves out
+/// has the name NO_TYPE in the library, so that each gets an entry.
+void fitTo(int classNum, InitialNames& initial, Console& console) {
+    IndexedNames& names = initial.names;
+    const std::size_t listed = names.size();
+    names.erase(names.lower_bound(classNum), names.end());
+    const std::size_t used = names.size();
+    const IndexedNames byNumber = numbers(classNum);
+    names.insert(byNumber.begin(), byNumber.end());
+    std::vector<std::string> faults;
+    if (used < listed) {
+        faults.push_back(counted(listed - used, "name") + " past the last class left out");
     }
-    initial.names.erase(initial.names.lower_bound(classNum), initial.names.end());
+    if (used < names.size()) {
+        faults.push_back(countedClasses(names.size() - used) + " without a name called by number");
+    }
+    if (!faults.empty()) {
+        console.warning(counted(listed, "name") + " (" + initial.origin + ") for " +
+                        countedClasses(names.size()) + ": " + joined(faults));
+    }
 }
 
 }  // namespace
@@ -62,7 +80,7 @@ InitialNames initialNames(const std::string& namesFile, const NetworkFacts& netw
     } else {
         return {numbers(classNum), "to be filled in"};
     }
-    cutTo(classNum, initial, console);
+    fitTo(classNum, initial, console);
     return initial;
 }
 

@@ -16,8 +16,10 @@ struct InitialNames {
     std::string origin;  ///< in words, for the configuration's comment
 };
 
-/// \return the names of `namesFile`, else of the network's metadata, else numbers. Those past the last class
-///         are left out; the console hears of it. Throws `Failure` for a file that cannot be read.
+/// \return the names of `namesFile`, else of the network's metadata, else numbers: one for each class. Names
+///         past the last class are left out, a class without one is called by its number; the console hears
+///         of both.
+/// Throws `Failure` for a file that cannot be read.
 InitialNames initialNames(const std::string& namesFile, const NetworkFacts& network, int classNum,
                           Console& console);
 
