@@ -52,9 +52,11 @@ SourceNames::SourceNames(Wish wish, const std::vector<FrameId>& known) : wish_(w
 
 /// Takes the wanted name, or the first numbered one that is free.
 std::string SourceNames::firstFree(const std::string& wanted) {
+    // The numbers before that are taken, and stay so.
+    std::size_t& number = nextNumbers_.emplace(wanted, 2).first->second;
     std::string name = wanted;
-    for (std::size_t number = 2; !taken_.insert(name).second; ++number) {
-        name = numbered(wanted, number);
+    while (!taken_.insert(name).second) {
+        name = numbered(wanted, number++);
     }
     return name;
 }

@@ -5,6 +5,7 @@
 
 #include "sources/frame.h"
 
+#include <cstddef>
 #include <map>
 #include <set>
 #include <string>
@@ -40,6 +41,7 @@ class SourceNames {
     Wish wish_;
     std::map<std::string, std::string> names_;  ///< by source
     std::set<std::string> taken_;
+    std::map<std::string, std::size_t> nextNumbers_;  ///< by wanted name
 };
 
 }  // namespace brellix::app
