@@ -131,6 +131,22 @@ TEST_F(DetectVideo, TextIsNoVideo) {
     EXPECT_NE(result.err.find("brellix: notes.txt: not a picture"), std::string::npos) << result.err;
 }
 
+TEST_F(DetectVideo, PhotographInAContainerOfVideosIsNone) {
+    using namespace std::string_literals;
+    for (const std::string brand : {"avif", "heic", "mif1"}) {
+        writeText("photo.heic",
+                  "\0\0\0\x18"s
+                  "ftyp" +
+                      brand + "\0\0\0\0"s + "mif1" + brand);
+        const ProgramResult result = run({"detect", "model.yaml", "photo.heic", "--quiet"});
+        EXPECT_EQ(result.status, 3);
+        EXPECT_EQ(result.err,
+                  "brellix: photo.heic: not a picture, or a damaged one, or of a format that OpenCV "
+                  "does not read here\n")
+            << brand;
+    }
+}
+
 TEST_F(DetectVideo, NameLikeAnAddressIsAFile) {
     writeVideo("http:clip.avi", 1);
     EXPECT_EQ(places(linesOf({"http:clip.avi"})), Names{"http:clip.avi 0"});

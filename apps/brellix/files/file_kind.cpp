@@ -37,6 +37,9 @@ constexpr std::array<Mark, 8> kContainerMarks = {{{8, "AVI "sv},              //
                                                   {0, "GIF8"sv},
                                                   {0, "YUV4MPEG2"sv}}};
 
+// The brands of AVIF and HEIF pictures, whose container is that of MP4.
+constexpr std::array kPictureBrands = {"avif"sv, "heic"sv, "heim"sv, "heis"sv, "heix"sv, "mif1"sv};
+
 template <std::size_t Count>
 bool contains(const std::array<std::string_view, Count>& list, const std::string& word) {
     return std::find(list.begin(), list.end(), word) != list.end();
@@ -49,15 +52,22 @@ std::string firstBytes(const std::string& path) {
     return {bytes.data(), static_cast<std::size_t>(file.gcount())};
 }
 
+bool hasPictureBrand(const std::string& bytes) {
+    constexpr std::size_t kPlace = 8;
+    constexpr std::size_t kLength = 4;
+    return bytes.size() >= kPlace + kLength && contains(kPictureBrands, bytes.substr(kPlace, kLength));
+}
+
 bool beginsLikeAVideo(const std::string& path) {
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(path, ignored)) {
         return false;
     }
     const std::string bytes = firstBytes(path);
-    return std::any_of(kContainerMarks.begin(), kContainerMarks.end(), [&](const Mark& mark) {
-        return bytes.compare(std::min(mark.place, bytes.size()), mark.bytes.size(), mark.bytes) == 0;
-    });
+    return !hasPictureBrand(bytes) &&
+           std::any_of(kContainerMarks.begin(), kContainerMarks.end(), [&](const Mark& mark) {
+               return bytes.compare(std::min(mark.place, bytes.size()), mark.bytes.size(), mark.bytes) == 0;
+           });
 }
 
 }  // namespace

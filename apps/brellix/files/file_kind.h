@@ -14,8 +14,7 @@ bool hasPictureExtension(const std::string& path);
 bool hasVideoExtension(const std::string& path);
 
 /// \return whether the file is a video: by its extension, or, where that is neither a picture's nor a
-/// video's,
-///         by the mark that the common containers begin with.
+///         video's, by the mark that the common containers begin with.
 bool isVideoFile(const std::string& path);
 
 /// \return whether the path is a V4L2 device, "/dev/video0" for example. It need not exist.
