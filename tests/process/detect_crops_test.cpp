@@ -136,6 +136,12 @@ TEST_F(ChosenClasses, NameThatIsANumberMeansTheName) {
     EXPECT_EQ(names({"--names", "names.txt", "--classes", "1,box"}), Names{"box"});
 }
 
+TEST_F(ChosenClasses, NameOfSeveralClassesMeansThemAll) {
+    writeText("names.txt", "thing\nball\nthing\n");
+    EXPECT_EQ(names({"--names", "names.txt", "--classes", "thing"}), (Names{"thing", "thing"}));
+    EXPECT_EQ(names({"--names", "names.txt", "--classes", "2"}), Names{"thing"});
+}
+
 TEST_F(ChosenClasses, HoldForTheTableThePictureAndTheCrops) {
     const ProgramResult result =
         run({"detect", "model.yaml", "a.png", "--classes", "cube", "--out", "seen", "--crops", "found"});

@@ -4,7 +4,6 @@
 #include "console/text.h"
 
 #include <algorithm>
-#include <optional>
 #include <sstream>
 
 namespace brellix::app {
@@ -37,26 +36,28 @@ std::vector<std::string> wordsOf(const std::string& list) {
     return words;
 }
 
-std::optional<int> labelOf(const std::string& word, const ClassList& classes, int classNum) {
-    std::optional<int> byNumber;
+/// \return the labels of that name, else the label of that number; none for any other word.
+std::set<int> labelsOf(const std::string& word, const ClassList& classes, int classNum) {
+    std::set<int> byName;
+    std::set<int> byNumber;
     for (int label = 0; label < classNum; ++label) {
         if (classes.nameOf(label) == word) {
-            return label;
+            byName.insert(label);
         }
         if (std::to_string(label) == word) {
-            byNumber = label;
+            byNumber.insert(label);
         }
     }
-    return byNumber;
+    return byName.empty() ? byNumber : byName;
 }
 
-int requireLabel(const std::string& word, const ClassList& classes, int classNum) {
-    const std::optional<int> label = labelOf(word, classes, classNum);
-    if (!label) {
+std::set<int> requireLabels(const std::string& word, const ClassList& classes, int classNum) {
+    std::set<int> labels = labelsOf(word, classes, classNum);
+    if (labels.empty()) {
         throw wrongUse("--classes: unknown class \"" + word +
                        "\", expected names or numbers of: " + knownClasses(classes, classNum));
     }
-    return *label;
+    return labels;
 }
 
 }  // namespace
@@ -64,7 +65,7 @@ int requireLabel(const std::string& word, const ClassList& classes, int classNum
 ClassFilter::ClassFilter(const std::vector<std::string>& wanted, const ClassList& classes, int classNum) {
     for (const std::string& list : wanted) {
         for (const std::string& word : wordsOf(list)) {
-            labels_.insert(requireLabel(word, classes, classNum));
+            labels_.merge(requireLabels(word, classes, classNum));
         }
     }
 }

@@ -17,7 +17,7 @@ namespace brellix::app {
 class ClassFilter {
   public:
     /// \param wanted   lists of names or numbers with commas between them; a name that is a number means the
-    ///                 name.
+    ///                 name, a name that several classes have means them all.
     /// \param classNum how many classes the model knows.
     /// Throws `Failure` for what is neither, with the classes that there are, and for a list of nothing.
     ClassFilter(const std::vector<std::string>& wanted, const ClassList& classes, int classNum);
