@@ -22,8 +22,8 @@ class SourceList {
     void add(const std::string& input) {
         if (input == kStandardInput) {
             addSource(std::make_unique<StandardInput>());
-        } else if (isCameraPath(input)) {
-            addCamera(std::stoi(input.substr(cameraPath(0).size() - 1)));
+        } else if (const std::optional<int> camera = cameraNumber(input)) {
+            addCamera(*camera);
         } else if (isVideoFile(input)) {
             addSource(std::make_unique<VideoFile>(input));
         } else {
@@ -34,7 +34,11 @@ class SourceList {
 
     void addCamera(int number) {
         requireCamera(number);
-        addSource(std::make_unique<Camera>(number));
+        auto camera = std::make_unique<Camera>(number);
+        // It may be an input and that of --camera, too.
+        if (!isKnown(camera->id())) {
+            addSource(std::move(camera));
+        }
     }
 
     DetectSources finish(std::size_t every) {
@@ -45,6 +49,12 @@ class SourceList {
     }
 
   private:
+    bool isKnown(const FrameId& wanted) const {
+        return std::any_of(known_.begin(), known_.end(), [&wanted](const FrameId& id) {
+            return id.source == wanted.source && id.origin == wanted.origin;
+        });
+    }
+
     void addSource(std::unique_ptr<FrameSource> source) {
         endPictures();
         known_.push_back(source->id());

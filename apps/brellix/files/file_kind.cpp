@@ -91,11 +91,4 @@ bool isVideoFile(const std::string& path) {
     return hasVideoExtension(path) || (!hasPictureExtension(path) && beginsLikeAVideo(path));
 }
 
-bool isCameraPath(const std::string& path) {
-    constexpr std::string_view kPrefix = "/dev/video";
-    const std::string_view rest = std::string_view(path).substr(std::min(path.size(), kPrefix.size()));
-    return path.compare(0, kPrefix.size(), kPrefix) == 0 && !rest.empty() && rest.size() <= 4 &&
-           std::all_of(rest.begin(), rest.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
-}
-
 }  // namespace brellix::app

@@ -17,7 +17,4 @@ bool hasVideoExtension(const std::string& path);
 ///         video's, by the mark that the common containers begin with.
 bool isVideoFile(const std::string& path);
 
-/// \return whether the path is a V4L2 device, "/dev/video0" for example. It need not exist.
-bool isCameraPath(const std::string& path);
-
 }  // namespace brellix::app

@@ -8,9 +8,12 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <thread>
 
 namespace brellix::app {
@@ -20,6 +23,12 @@ using namespace std::chrono_literals;
 
 constexpr auto kPatience = 10s;
 constexpr auto kPauseBetweenTries = 50ms;
+
+constexpr std::string_view kDevices = "/dev/video";
+
+std::string cameraPath(int number) {
+    return std::string(kDevices) + std::to_string(number);
+}
 
 std::string camerasHere() {
     const std::string list = joined(matchesOf("/dev/video*"));
@@ -34,8 +43,12 @@ void shortenWaitForFrames() {
 
 }  // namespace
 
-std::string cameraPath(int number) {
-    return "/dev/video" + std::to_string(number);
+std::optional<int> cameraNumber(const std::string& path) {
+    int number = 0;
+    const char* const digits = path.c_str() + std::min(kDevices.size(), path.size());
+    std::from_chars(digits, path.c_str() + path.size(), number);
+    // Written as the system does: "/dev/video007" is another file.
+    return number >= 0 && path == cameraPath(number) ? std::optional(number) : std::nullopt;
 }
 
 void requireCamera(int number) {

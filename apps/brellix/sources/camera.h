@@ -8,12 +8,15 @@
 #include <opencv2/videoio.hpp>
 
 #include <chrono>
+#include <cstddef>
+#include <optional>
 #include <string>
 
 namespace brellix::app {
 
-/// \return the path of the device of camera `number`.
-std::string cameraPath(int number);
+/// \return the number of the camera whose V4L2 device the path names, 0 for "/dev/video0"; nothing for any
+///         other path. The device need not exist.
+std::optional<int> cameraNumber(const std::string& path);
 
 /// Throws `Failure` for wrong use where there is no device of that number, with those that there are.
 void requireCamera(int number);
