@@ -74,6 +74,19 @@ TEST_F(FailingOutput, ReaderThatGoesAwayIsAFailure) {
     EXPECT_EQ(result.err, "brellix: cannot write to standard output: its reader has closed it\n");
 }
 
+TEST_F(FailingOutput, OtherResultsAreFinishedWithoutIt) {
+    writeVideo("clip.avi", 3);
+    const ProgramResult result =
+        runWith(StandardOutput::kPipeWithoutReader,
+                {"detect", "model.yaml", "clip.avi", "--json", "-", "--out", "seen", "--crops", "found"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err,
+              "brellix: clip.avi: annotated video is seen/clip.avi\n"
+              "brellix: cannot write to standard output: its reader has closed it\n"
+              "brellix: 1 annotated video written to seen\n"
+              "brellix: 2 crops written to found\n");
+}
+
 TEST_F(FailingOutput, ClosedStandardOutputIsAFailureOnlyWhereItIsNeeded) {
     writePicture("a.png");
     const ProgramResult table = runWith(StandardOutput::kClosed, {"detect", "model.yaml", "a.png"});

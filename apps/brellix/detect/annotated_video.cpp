@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 namespace brellix::app {
 namespace {
@@ -107,10 +108,10 @@ void AnnotatedVideo::begin(double framesPerSecond) {
 void AnnotatedVideo::beginAtMeasuredRate() {
     const double span = waiting_.back().timeMs - waiting_.front().timeMs;
     begin(span > 0.0 ? static_cast<double>(waiting_.size() - 1) * 1000.0 / span : 0.0);
-    for (const Waiting& frame : waiting_) {
+    // Where one of them finds no room, the video ends with those before.
+    for (const Waiting& frame : std::exchange(waiting_, {})) {
         write(frame.drawn);
     }
-    waiting_.clear();
 }
 
 void AnnotatedVideo::write(const cv::Mat& drawn) {

@@ -148,26 +148,30 @@ ExitStatus conclude(const RunTotals& totals, const DetectOptions& options, Conso
     return totals.failed == 0 ? ExitStatus::kDone : ExitStatus::kFailedAtWork;
 }
 
-void finishAll(const ResultWriters& writers, const RunTotals& totals) {
-    for (const auto& writer : writers) {
-        writer->finish(totals);
-    }
-}
-
-/// Ctrl-C reaches the reader of our output, too, and ends it at once: that is no reason to leave the other
-/// results unfinished.
-void finishAfterFailure(const ResultWriters& writers, RunTotals& totals, const Failure& failure,
-                        Console& console) {
-    console.hideStatusLine();
-    console.error(failure.what());
-    totals.isStopped = true;
-    for (const auto& writer : writers) {
+/// Runs over the frames and finishes each result: that one cannot be written is no reason to leave the others
+/// unfinished.
+/// \return the status of the first failure, which is said; those that follow mostly come of it.
+std::optional<ExitStatus> runAndFinish(const DetectRun& run, FrameSource& frames, Console& console,
+                                       RunTotals& totals) {
+    std::optional<ExitStatus> failed;
+    const auto attempt = [&](const auto& work) {
         try {
-            writer->finish(totals);
-        } catch (const Failure& another) {
-            console.detail(another.what());
+            work();
+        } catch (const Failure& failure) {
+            console.hideStatusLine();
+            if (failed) {
+                console.detail(failure.what());
+            } else {
+                console.error(failure.what());
+                failed = failure.status();
+            }
         }
+    };
+    attempt([&] { runOverFrames(run, frames, console, totals); });
+    for (const auto& writer : run.writers) {
+        attempt([&] { writer->finish(totals); });
     }
+    return failed;
 }
 
 ExitStatus detect(const DetectOptions& options, OwnOutput& output, Console& console) {
@@ -185,16 +189,10 @@ ExitStatus detect(const DetectOptions& options, OwnOutput& output, Console& cons
                         options.sources.limit.value_or(std::numeric_limits<std::size_t>::max())};
     RunTotals totals;
     totals.noun = job.sources.noun;
-    try {
-        runOverFrames(run, *job.sources.frames, console, totals);
-        finishAll(writers, totals);
-    } catch (const Failure& failure) {
-        if (!StopRequest::isMade()) {
-            throw;
-        }
-        finishAfterFailure(writers, totals, failure, console);
-    }
-    return conclude(totals, options, console);
+    const std::optional<ExitStatus> failed = runAndFinish(run, *job.sources.frames, console, totals);
+    // Ctrl-C reaches the reader of our output, too, and ends it at once.
+    totals.isStopped = totals.isStopped || (failed && StopRequest::isMade());
+    return failed && !totals.isStopped ? *failed : conclude(totals, options, console);
 }
 
 }  // namespace

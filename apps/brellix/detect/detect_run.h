@@ -34,7 +34,8 @@ struct DetectRun {
 ///
 /// A frame that cannot be used is reported, counted and passed over; a result that cannot be written ends
 /// the run with `Failure`.
-/// \param totals counts on, so that it holds what was done also where the run fails.
+/// \param totals counts what is processed as it goes, so that it holds that also where the run fails; how
+///               many frames failed, and whether the run was stopped, it learns at the end.
 void runOverFrames(const DetectRun& run, FrameSource& source, Console& console, RunTotals& totals);
 
 }  // namespace brellix::app

@@ -95,7 +95,10 @@ void TableWriter::write(const PictureResult& result) {
 }
 
 void TableWriter::finish(const RunTotals& totals) {
-    sink_.write((headWritten_ ? "\n" : "") + tableSummary(totals));
+    // A run that ended before its first picture has nothing to sum up.
+    if (totals.pictures + totals.failed > 0) {
+        sink_.write((headWritten_ ? "\n" : "") + tableSummary(totals));
+    }
     sink_.close();
 }
 
