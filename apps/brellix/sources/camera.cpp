@@ -57,8 +57,9 @@ std::optional<int> cameraNumber(const std::string& path) {
 void requireCamera(int number) {
     const std::string path = cameraPath(number);
     if (eaccess(path.c_str(), R_OK | W_OK) != 0) {
-        throw wrongUse("camera " + std::to_string(number) + ": " + path + ": " + std::strerror(errno) + "; " +
-                       camerasHere());
+        const int error = errno;
+        throw wrongUse("camera " + std::to_string(number) + ": " + path + ": " + std::strerror(error) + "; " +
+                       (error == EACCES ? "join the group that owns it, usually video" : camerasHere()));
     }
 }
 
