@@ -98,7 +98,10 @@ TEST_F(DetectInputs, InputThatGivesNothingIsNamed) {
     expectRefusal({"a.png", "none.png"}, "input none.png: no such file or folder");
     expectRefusal({"a.png", "*.webp"}, "input *.webp: nothing matches");
     expectRefusal({"a.png", "empty"}, "input empty: no pictures or videos in this folder");
-    expectRefusal({"empty", "--recursive"}, "input empty: no pictures or videos in this folder");
+    expectRefusal({"empty", "--recursive"}, "input empty: no pictures or videos in this folder\n");
+    expectRefusal({"em*"},
+                  "input em*: no pictures or videos in the folders that match; "
+                  "--recursive looks into subfolders, too\n");
 }
 
 }  // namespace

@@ -107,22 +107,26 @@ std::vector<std::string> expandExisting(const std::string& name, Expansion how) 
                                            : std::vector<std::string>{name};
 }
 
+[[noreturn]] void refuseEmpty(const std::string& input, const std::string& folders, Expansion how) {
+    throw wrongUse("input " + input + ": no pictures" +
+                   (how.accepted == Accepted::kStreams ? " or videos" : "") + " in " + folders +
+                   (how.recursive ? "" : "; --recursive looks into subfolders, too"));
+}
+
 std::vector<std::string> expandPattern(const std::string& pattern, Expansion how) {
+    const std::vector<std::string> names = matchesOf(pattern);
+    if (names.empty()) {
+        throw wrongUse("input " + pattern + ": nothing matches this pattern");
+    }
     std::vector<std::string> pictures;
-    for (const std::string& name : matchesOf(pattern)) {
+    for (const std::string& name : names) {
         const std::vector<std::string> more = expandExisting(name, how);
         pictures.insert(pictures.end(), more.begin(), more.end());
     }
     if (pictures.empty()) {
-        throw wrongUse("input " + pattern + ": nothing matches this pattern");
+        refuseEmpty(pattern, "the folders that match", how);
     }
     return pictures;
-}
-
-[[noreturn]] void refuseEmptyFolder(const std::string& folder, Expansion how) {
-    throw wrongUse("input " + folder + ": no pictures" +
-                   (how.accepted == Accepted::kStreams ? " or videos" : "") + " in this folder" +
-                   (how.recursive ? "" : "; --recursive looks into its subfolders too"));
 }
 
 std::vector<std::string> expandInput(const std::string& input, Expansion how) {
@@ -133,7 +137,7 @@ std::vector<std::string> expandInput(const std::string& input, Expansion how) {
     if (fs::exists(input, error)) {
         std::vector<std::string> pictures = expandExisting(input, how);
         if (pictures.empty()) {
-            refuseEmptyFolder(input, how);
+            refuseEmpty(input, "this folder", how);
         }
         return pictures;
     }
