@@ -105,7 +105,7 @@ std::vector<std::string> loadInputs(const InputOptions& options, Console& consol
         expandInputs(options.inputs, options.recursive, accepted,
                      [&](const std::string& message) { console.warning(message + "; passed over"); });
     if (list.repeated > 0) {
-        console.note(counted(list.repeated, "input") + " given more than once, processed once");
+        console.note(counted(list.repeated, "repetition") + " among the inputs left out");
     }
     return std::move(list.pictures);
 }

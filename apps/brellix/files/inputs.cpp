@@ -2,6 +2,7 @@
 
 #include "console/failure.h"
 #include "files/file_kind.h"
+#include "files/real_path.h"
 
 #include <glob.h>
 
@@ -147,6 +148,12 @@ std::vector<std::string> expandInput(const std::string& input, Expansion how) {
     throw wrongUse("input " + input + ": " + (error ? error.message() : "no such file or folder"));
 }
 
+/// \return the same for all spellings of a path: ".." behind a link to a folder leads elsewhere. A link
+///         beside its target is a picture of its own.
+std::string placeOf(const fs::path& picture) {
+    return (realPath(fs::absolute(picture).parent_path()) / picture.filename()).string();
+}
+
 }  // namespace
 
 std::vector<std::string> matchesOf(const std::string& pattern) {
@@ -165,8 +172,7 @@ InputList expandInputs(const std::vector<std::string>& inputs, bool recursive, A
     std::set<std::string> seen;
     for (const std::string& input : inputs) {
         for (std::string& picture : expandInput(input, {recursive, accepted, onUnreadable})) {
-            // Two spellings of one path are one picture; a link beside its target is a picture of its own.
-            if (seen.insert(fs::absolute(picture).lexically_normal().string()).second) {
+            if (seen.insert(placeOf(picture)).second) {
                 list.pictures.push_back(std::move(picture));
             } else {
                 ++list.repeated;

@@ -12,7 +12,7 @@ namespace brellix::app {
 
 struct InputList {
     std::vector<std::string> pictures;  ///< in the order given; what a folder or pattern gives is sorted
-    std::size_t repeated = 0;           ///< pictures that were named more than once, and are listed once
+    std::size_t repeated = 0;           ///< how often a picture was named again; it is listed once
 };
 
 /// The input that stands for standard input.

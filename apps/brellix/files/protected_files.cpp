@@ -1,22 +1,12 @@
 #include "files/protected_files.h"
 
 #include "console/failure.h"
+#include "files/real_path.h"
 
 #include <sys/stat.h>
 
-#include <filesystem>
-
 namespace brellix::app {
 namespace {
-
-namespace fs = std::filesystem;
-
-std::string realPath(const std::string& path) {
-    std::error_code error;
-    const fs::path absolute = fs::absolute(path, error);
-    const fs::path real = fs::weakly_canonical(absolute, error);
-    return (error ? absolute : real).string();
-}
 
 /// What a file is known by: its place and, where there is one already, its number in the file system.
 std::vector<std::string> marksOf(const std::string& path) {
@@ -25,7 +15,7 @@ std::vector<std::string> marksOf(const std::string& path) {
     if (path.empty() || (exists && !S_ISREG(status.st_mode))) {
         return {};
     }
-    std::vector<std::string> marks = {realPath(path)};
+    std::vector<std::string> marks = {realPath(path).string()};
     if (exists) {
         marks.push_back(std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino));
     }
