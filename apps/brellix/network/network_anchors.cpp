@@ -37,7 +37,9 @@ std::vector<float> floatsOf(const onnx::TensorProto& tensor) {
         return {tensor.float_data().begin(), tensor.float_data().end()};
     }
     std::vector<float> values(tensor.raw_data().size() / sizeof(float));
-    std::memcpy(values.data(), tensor.raw_data().data(), values.size() * sizeof(float));
+    if (!values.empty()) {  // memcpy wants addresses, also for no bytes
+        std::memcpy(values.data(), tensor.raw_data().data(), values.size() * sizeof(float));
+    }
     return values;
 }
 
