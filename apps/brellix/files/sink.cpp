@@ -73,9 +73,9 @@ void Sink::write(std::string_view text) {
         wholeBytes_ += static_cast<off_t>(text.size());
         return;
     }
-    // Devices and pipes refuse to be cut, which is as good: then there is nothing to cut.
-    if (isOwnFile_ && ftruncate(descriptor_, wholeBytes_) != 0) {
-        errno = error;
+    if (isOwnFile_) {
+        // Devices and pipes refuse to be cut, which is as good: then there is nothing to cut.
+        [[maybe_unused]] const int refused = ftruncate(descriptor_, wholeBytes_);
     }
     throw cannotWrite(name_, error);
 }
