@@ -1,13 +1,13 @@
 #include "sources/early_end.h"
 
-#include "detect_fixture.h"
+#include "model_fixture.h"
 
 #include <opencv2/imgcodecs.hpp>
 
 namespace brellix::testing {
 namespace {
 
-class EarlyEnd : public DetectTest {
+class EarlyEnd : public ModelTest {
   protected:
     bool isEarly(const std::string& bytes) const {
         writeText("file.jpg", bytes);
@@ -66,10 +66,17 @@ TEST_F(EarlyEnd, IsNoneOfOtherFiles) {
 TEST_F(EarlyEnd, PictureIsUsedWithAWarningByEveryCommand) {
     writeText("whole.jpg", noisyJpeg());
     writeText("cut.jpg", halfOf(noisyJpeg()));
+    writeText("truth.json",
+              R"({"images": [{"id": 1, "file_name": "whole.jpg", "width": 500, "height": 500},
+                             {"id": 2, "file_name": "cut.jpg", "width": 500, "height": 500}],
+                  "categories": [{"id": 1, "name": "disc"}],
+                  "annotations": [{"id": 1, "image_id": 1, "category_id": 1, "bbox": [10, 10, 50, 50]}]})");
     const std::string warning = "brellix: warning: cut.jpg: the file ends early; ";
     const std::vector<std::vector<std::string>> runs = {
         {"detect", "model.yaml", "whole.jpg", "cut.jpg", "--json", "-"},
         {"compare", "model.yaml", "model.yaml", "whole.jpg", "cut.jpg"},
+        {"calibrate", "cut.yaml", "whole.jpg", "cut.jpg"},
+        {"eval", "model.yaml", "truth.json"},
         {"bench", "model.yaml", "whole.jpg", "cut.jpg", "--frames", "1"}};
     for (const auto& arguments : runs) {
         const ProgramResult result = run(arguments);
