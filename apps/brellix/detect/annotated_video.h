@@ -19,11 +19,11 @@ namespace brellix::app {
 class AnnotatedVideo {
   public:
     /// Creates the file.
-    /// \param first the first frame's; its rate is the video's. Of a live source's without one, the rate is
-    ///              measured on its first frames.
+    /// \param first what is known of the first frame. A video file's rate becomes the video's. With a live source
+    ///              that has times (a camera) it is measured on the first 16 frames, whatever the source
+    ///              says; without times it is 25.
     AnnotatedVideo(const std::string& path, const FrameId& first, cv::Size size);
 
-    const std::string& path() const { return path_; }
     cv::Size size() const { return size_; }
 
     /// Throws `Failure` where the disk is full.
