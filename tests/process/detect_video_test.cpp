@@ -275,6 +275,14 @@ TEST_F(DetectVideo, AnnotatedVideoThatDidNotFitIsAFailure) {
     }
 }
 
+TEST(AnnotatedVideoRoom, IsThatOfOneFrameMoreAndOfTheIndex) {
+    constexpr std::uintmax_t kMebibyte = 1048576;
+    EXPECT_EQ(app::roomForAFrame({640, 480}, 0), kMebibyte + 921600);
+    EXPECT_EQ(app::roomForAFrame({640, 480}, 1000), kMebibyte + 921600 + 64000);
+    // Beyond 32 bits.
+    EXPECT_EQ(app::roomForAFrame({65536, 65536}, 0), kMebibyte + 12884901888U);
+}
+
 TEST(AnnotatedVideoRate, IsOneThatPlayersTake) {
     EXPECT_DOUBLE_EQ(app::playableRate(29.97), 29.97);
     EXPECT_DOUBLE_EQ(app::playableRate(0.0), 25.0);

@@ -45,14 +45,9 @@ std::uintmax_t bytesLeftFor(const std::string& path) {
     return std::uintmax_t{status.f_bavail} * status.f_frsize;
 }
 
-/// The library's writer never says that a disk is full. Ending while there is room for one frame more, and
-/// for the index at the end, leaves a whole video.
+/// The library's writer never says that a disk is full. Ending while there is room leaves a whole video.
 void requireRoom(const std::string& path, cv::Size size, std::size_t frames) {
-    constexpr std::uintmax_t kIndexEntry = 64;
-    constexpr std::uintmax_t kBuffers = std::uintmax_t{1} << 20U;
-    const std::uintmax_t frame =
-        static_cast<std::uintmax_t>(size.width) * static_cast<std::uintmax_t>(size.height) * 3;
-    if (bytesLeftFor(path) < frame + kIndexEntry * frames + kBuffers) {
+    if (bytesLeftFor(path) < roomForAFrame(size, frames)) {
         throw failedAtWork("cannot write to " + path + ": No space left on device; it holds the first " +
                            std::to_string(frames) + " frames");
     }
@@ -83,6 +78,14 @@ bool isWholeAvi(const std::string& path) {
 }
 
 }  // namespace
+
+std::uintmax_t roomForAFrame(cv::Size size, std::size_t frames) {
+    constexpr std::uintmax_t kIndexEntry = 64;
+    constexpr std::uintmax_t kBuffers = std::uintmax_t{1} << 20U;
+    const std::uintmax_t frame =
+        static_cast<std::uintmax_t>(size.width) * static_cast<std::uintmax_t>(size.height) * 3;
+    return frame + kIndexEntry * frames + kBuffers;
+}
 
 double playableRate(double framesPerSecond) {
     return framesPerSecond > 0.0 ? std::clamp(framesPerSecond, kSlowestRate, kFastestRate) : kUsualRate;

@@ -9,6 +9,7 @@
 #include <opencv2/videoio.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -19,9 +20,9 @@ namespace brellix::app {
 class AnnotatedVideo {
   public:
     /// Creates the file.
-    /// \param first what is known of the first frame. A video file's rate becomes the video's. With a live source
-    ///              that has times (a camera) it is measured on the first 16 frames, whatever the source
-    ///              says; without times it is 25.
+    /// \param first what is known of the first frame. A video file's rate becomes the video's. With a live
+    ///              source that has times (a camera) it is measured on the first 16 frames, whatever the
+    ///              source says; without times it is 25.
     AnnotatedVideo(const std::string& path, const FrameId& first, cv::Size size);
 
     cv::Size size() const { return size_; }
@@ -48,6 +49,10 @@ class AnnotatedVideo {
     std::vector<Waiting> waiting_;  ///< frames of a live source until its rate is known
     std::size_t written_ = 0;
 };
+
+/// \return how many bytes a disk must have left so that a video of `frames` frames takes one more, which no
+///         coding makes larger than its pixels, and can still be completed.
+std::uintmax_t roomForAFrame(cv::Size size, std::size_t frames);
 
 /// \return a rate that players take: `framesPerSecond` where it is a sensible one, 25 where none is known.
 double playableRate(double framesPerSecond);
