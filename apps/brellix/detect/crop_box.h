@@ -12,9 +12,8 @@
 
 namespace brellix::app {
 
-/// \return the pixels that the box touches, cut off at the picture's edges; an empty one where it touches
-/// none,
-///         or is no box at all (not a number, no size).
+/// \return the pixels that the box touches, cut off at the picture's edges; an empty box where it touches
+///         none, or is none itself (not a number, no size).
 cv::Rect cropBox(const cv::Rect2f& box, cv::Size picture);
 
 /// \return for example "photo_0_2_traffic-light.jpg": the source's name, the frame's number (of a video or
