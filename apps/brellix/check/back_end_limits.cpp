@@ -94,25 +94,29 @@ std::string faultOfGraph(const NetworkFacts& network) {
 
 /// What OpenCV's importer does not take.
 void judgeOpencvLimits(const NetworkFacts& network, const std::string& fix, Findings& findings) {
-    const auto refuse = [&](const char* what, const std::string& found, const char* expected) {
-        findings.push_back({Severity::kError, what, network.path, found, expected, fix});
-    };
-    const std::string half = halfParts(network);
-    if (!half.empty()) {
-        refuse("element type", "float16 " + half, "float32");
-    }
-    const std::string open = openTensors(network);
-    if (!open.empty()) {
-        refuse("shape", "open: " + open, "a static shape");
-    }
-    // Of a network with either of these the next question says the same again.
-    const std::string fault = half.empty() && open.empty() ? faultOfGraph(network) : "";
+    const std::size_t before = findings.size();
+    judgeTypesAndShapes(network, fix, findings);
+    // Of a network with a fault of these the next question says the same again.
+    const std::string fault = findings.size() == before ? faultOfGraph(network) : "";
     if (!fault.empty()) {
-        refuse("graph", fault, "a graph that the back-end opencv_dnn runs");
+        findings.push_back({Severity::kError, "graph", network.path, fault,
+                            "a graph that the back-end opencv_dnn runs", fix});
     }
 }
 
 }  // namespace
+
+void judgeTypesAndShapes(const NetworkFacts& network, const std::string& fix, Findings& findings) {
+    const std::string half = halfParts(network);
+    if (!half.empty()) {
+        findings.push_back(
+            {Severity::kError, "element type", network.path, "float16 " + half, "float32", fix});
+    }
+    const std::string open = openTensors(network);
+    if (!open.empty()) {
+        findings.push_back({Severity::kError, "shape", network.path, "open: " + open, "a static shape", fix});
+    }
+}
 
 void judgeBackEndLimits(BackEnd backEnd, const NetworkFacts& network, const std::string& fix,
                         Findings& findings) {

@@ -74,12 +74,10 @@ std::string otherKind(const NetworkFacts& network, const Recognition& recognitio
 std::string limitsOf(const NetworkFacts& network, const Recognition& recognition) {
     Findings findings;
     // A configuration is written for networks that every back-end runs.
-    judgeBackEndLimits(BackEnd::kOpencvDnn, network, "", findings);
+    judgeTypesAndShapes(network, "", findings);
     std::vector<std::string> found;
     for (const Finding& finding : findings) {
-        if (finding.severity == Severity::kError && finding.what != "graph") {
-            found.push_back(finding.what + ": " + finding.found);
-        }
+        found.push_back(finding.what + ": " + finding.found);
     }
     if (found.empty()) {
         return {};
