@@ -205,6 +205,8 @@ Subcommand addDetectCommand(CLI::App& app) {
     addThresholdOptions(*command, options->model);
     addSourceOptions(*command, options->sources);
     addVerbosityOptions(*command, options->verbosity);
+    command->get_option("--verbose")
+        ->description("Show what the library and the video libraries say, on standard error");
     addOutputOptions(*command, *options);
     addClassOptions(*command, *options);
     return {command,

@@ -91,7 +91,9 @@ void addSourceOptions(CLI::App& command, SourceOptions& options) {
     command.add_option("--camera", options.camera, "Take the frames of camera N, after those of INPUT")
         ->type_name("N")
         ->transform(wholeNumber(0, 9999));
-    command.add_option("--every", options.every, "Of each video, or of the pictures, take every Nth alone")
+    command
+        .add_option("--every", options.every,
+                    "Of each video or stream, and of pictures in a row, take the first and then every Nth")
         ->type_name("N")
         ->transform(wholeNumber(1));
     command.add_option("--limit", options.limit, "Stop when N pictures or frames are processed")
