@@ -23,9 +23,6 @@ using namespace std::chrono_literals;
 
 constexpr auto kPatience = 10s;
 constexpr auto kPauseBetweenTries = 50ms;
-// A frame or two are damaged now and then; one that never makes a picture is a camera of a form that is not
-// read here, or broken.
-constexpr std::size_t kMostUndecoded = 100;
 
 constexpr std::string_view kDevices = "/dev/video";
 
@@ -113,11 +110,8 @@ bool Camera::advance() {
 cv::Mat Camera::read() {
     cv::Mat shared;
     if (!capture_.retrieve(shared) || shared.empty()) {
-        isLost_ = ++undecoded_ == kMostUndecoded;
-        throw BrokenPicture(isLost_ ? std::to_string(kMostUndecoded) + " frames in a row cannot be decoded"
-                                    : "cannot be decoded");
+        throw BrokenPicture("cannot be decoded");
     }
-    undecoded_ = 0;
     return shared.clone();
 }
 

@@ -41,7 +41,6 @@ class Camera : public FrameSource {
     bool isOpened_ = false;
     bool isLost_ = false;
     std::size_t grabbed_ = 0;
-    std::size_t undecoded_ = 0;  ///< frames in a row
     Clock::time_point firstFrame_;
     FrameId id_;
 };
