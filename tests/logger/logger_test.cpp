@@ -78,17 +78,31 @@ TEST(Logger, JournalValuesAreExact) {
 }
 
 TEST(Logger, JournalBesideTheConsoleLeavesTheConsoleLinesAsTheyAre) {
-    // Without a journal the sink may fail; spdlog reports that on standard error and goes on.
+    // Without a journal the sink fails; spdlog reports that on standard error and goes on.
     const ChildResult result =
         probe("SPDLOG_STDOUT=true SPDLOG_SYSTEMD=true SPDLOG_LEVEL=info", "info error");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out, "  1 [INFO] an info\n  2 [ERROR] an error of 7\n");
 }
 
+TEST(Logger, JournalGetsTheTextWithoutALineEnd) {
+    const std::string out =
+        probe("SPDLOG_STDOUT=false SPDLOG_SYSTEMD=true SPDLOG_LEVEL=info", "journal error").out;
+    EXPECT_EQ(out.rfind("MESSAGE=  1 [ERROR] an error of 7\nPRIORITY=3\n", 0), 0U) << out;
+    EXPECT_NE(out.find("\nSYSLOG_IDENTIFIER=spdlog\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("\nCODE_FUNC=run\n"), std::string::npos) << out;
+}
+
+TEST(Logger, ConsoleAndJournalGetTheSameText) {
+    const std::string out =
+        probe("SPDLOG_STDOUT=true SPDLOG_SYSTEMD=true SPDLOG_LEVEL=info", "journal info").out;
+    EXPECT_EQ(out.rfind("  1 [INFO] an info\nMESSAGE=  1 [INFO] an info\nPRIORITY=6\n", 0), 0U) << out;
+}
+
 TEST(Logger, LevelNamesAreExact) {
     for (const std::string value : {"warn", "err", "off", "INFO", "2", ""}) {
         EXPECT_EQ(probe("SPDLOG_STDOUT=true SPDLOG_SYSTEMD=false SPDLOG_LEVEL=" + value, "level").out,
-                  kLevelInvalid + "level 2\n")
+                  kLevelInvalid + "level 2, spdlog's 2\n")
             << value;
     }
 }
@@ -99,7 +113,7 @@ TEST(Logger, LevelNamesGiveTheirNumbers) {
     for (const auto& [name, number] : levels) {
         EXPECT_EQ(
             probe(std::string("SPDLOG_STDOUT=true SPDLOG_SYSTEMD=false SPDLOG_LEVEL=") + name, "level").out,
-            "level " + std::to_string(number) + "\n");
+            "level " + std::to_string(number) + ", spdlog's " + std::to_string(number) + "\n");
     }
 }
 
