@@ -261,12 +261,19 @@ def differences(expected, found, where):
             yield "%s %s: %r here, %r there" % (where, name, value, other)
 
 
+def have_masks(annotations, detections):
+    """Whether masks can be measured: there is something to find, something was found, and all of it has one."""
+    return bool(annotations and detections) and all("segmentation" in entry for entry in annotations + detections)
+
+
 def compare(truth, detections, report):
     """Every line says what differs; none where all figures agree."""
     lines = []
     compared = 0
     for shape in ("box", "mask"):
         if report[shape] is None:
+            if shape == "box" or have_masks(truth["annotations"], detections):
+                lines.append("%s: no figures there" % shape)
             continue
         by_category, means = evaluate(truth, detections, shape)
         lines.extend(differences(means, report[shape], shape))

@@ -51,6 +51,18 @@ class ByHand(unittest.TestCase):
         figures = means(dataset((BOX, 0)), found(([0, 0, 10, 6], 0.9)))
         self.assertAlmostEqual(figures["AP"], 0.3)
 
+    def test_figures_of_masks_that_the_report_lacks(self):
+        truth = dataset((BOX, 0))
+        detections = found((BOX, 0.9))
+        by_category, overall = independent_ap.evaluate(truth, detections, "box")
+        classes = [dict(figures, category_id=category) for category, figures in by_category.items()]
+        report = {"box": dict(overall, classes=classes), "mask": None}
+        self.assertEqual(independent_ap.compare(truth, detections, report)[0], [])
+        truth["annotations"][0]["segmentation"] = [[0, 0, 10, 0, 10, 10, 0, 10]]
+        self.assertEqual(independent_ap.compare(truth, detections, report)[0], [])
+        detections[0]["segmentation"] = {"size": [100, 100], "counts": [0, 10000]}
+        self.assertEqual(independent_ap.compare(truth, detections, report)[0], ["mask: no figures there"])
+
     def test_compressed_text(self):
         # 1 40 1 1 7: the last two are 1 - 40 and 7 - 1
         self.assertEqual(independent_ap.numbers_of_text("1X11iN6"), [1, 40, 1, 1, 7])
