@@ -1,7 +1,10 @@
 // The environment variables of the engine.
 
+#include <map>
 #include <opencv2/core.hpp>
+#include <string>
 
+#include "backends/last_backend.h"
 #include "engine_fixture.h"
 
 namespace brellix::testing {
@@ -9,10 +12,21 @@ namespace {
 
 using EngineEnvironment = EngineTest;
 
+#ifdef BRELLIX_WITH_ONNXRUNTIME
+const std::string kFirstBackend = "onnxruntime";
+#else
+const std::string kFirstBackend = "opencv_dnn";
+#endif
+
 TEST_F(EngineEnvironment, TakesTheBackEndByName) {
-    for (const char* backend : {"auto", "opencv_dnn", ""}) {
-        const EnvironmentVariable variable("BRELLIX_ENGINE_BACKEND", backend);
+    const std::map<std::string, std::string> chosenBy = {{"opencv_dnn", "opencv_dnn"},
+                                                         {kFirstBackend, kFirstBackend},
+                                                         {"auto", kFirstBackend},
+                                                         {"", kFirstBackend}};
+    for (const auto& [value, backend] : chosenBy) {
+        const EnvironmentVariable variable("BRELLIX_ENGINE_BACKEND", value);
         expectSilentSuccess(init(configFor(addition(1.0F))));
+        EXPECT_EQ(brellix_ai_engine_last_backend(), backend) << value;
     }
 }
 
