@@ -114,9 +114,9 @@ TEST_P(EngineFaults, UntouchedFramesHoldObjects) {
     expectGoodFrame();
 }
 
-TEST_P(EngineFaults, FailedInferenceIsReported) {
-    framesWith([](TensorMap&, TensorMap&) { return 9; }, 9);
-    framesWith([](TensorMap&, TensorMap&) { return -1; }, -1);
+TEST_P(EngineFaults, FailedInferenceIsReportedAndDecodedAsItStands) {
+    EXPECT_EQ(digestOf(framesWith([](TensorMap&, TensorMap&) { return 9; }, 9)), expected_);
+    EXPECT_EQ(digestOf(framesWith([](TensorMap&, TensorMap&) { return -1; }, -1)), expected_);
 }
 
 TEST_P(EngineFaults, FailureHalfWayIsReported) {

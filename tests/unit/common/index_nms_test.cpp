@@ -219,8 +219,7 @@ TEST(IndexNms, ExtremeBoxesDoNotOverflow) {
         {kIntMax, kIntMax, kIntMax, kIntMax}, {kIntMin, kIntMin, kIntMin, kIntMin}, {0, 0, kIntMax, 1}};
     Ints order = {0, 1, 2};
     nms(3, boxes, {0, 0, 0}, order, 0, 0.5F);
-    EXPECT_EQ(order.size(), 3U);
-    EXPECT_EQ(order[0], 0);
+    EXPECT_EQ(order, (Ints{0, 1, 2}));
 }
 
 }  // namespace

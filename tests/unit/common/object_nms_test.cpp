@@ -42,12 +42,8 @@ TEST(Iou, CountsWholePixelsWithoutAnExtraOne) {
 }
 
 TEST(Iou, SumsAreasAsIntegersBeforeConverting) {
-    // 16777217 has no float of its own: two areas of that size summed as floats would lose the 2.
-    const cv::Rect_<int> a(0, 0, 16777217, 1);
-    const cv::Rect_<int> b(16777217, 0, 16777217, 1);
-    EXPECT_EQ(iou(a, b), 0.0F);
-    const cv::Rect_<int> c(0, 0, 3, 1);
-    EXPECT_EQ(iou(a, c), 3.0F / (16777220.0F - 3.0F));
+    // 16777217 has no float of its own: as floats the areas sum to 16777216 and the union is 16777215.
+    EXPECT_EQ(iou({0, 0, 16777217, 1}, {0, 0, 1, 1}), 1.0F / 16777216.0F);
 }
 
 TEST(Iou, DegenerateBoxesHaveNoOverlap) {

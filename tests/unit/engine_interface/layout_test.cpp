@@ -1,6 +1,7 @@
 // Applications and board makers' engines are compiled against these sizes, offsets and slots.
 
 #include "brellix/model_zoo.h"
+#include "support/fake_engine.h"
 
 #include <gtest/gtest.h>
 
@@ -161,8 +162,9 @@ TEST(Layout, EngineOperationsReturnInt) {
     static_assert(std::is_same_v<decltype(&AIEngine::Init), int (AIEngine::*)(const AIEngineConfig&)>);
     static_assert(
         std::is_same_v<decltype(&AIEngine::DoInference), int (AIEngine::*)(TensorMap&, TensorMap&)>);
+    brellix::testing::FakeEngine::reset().initStatus = 3;
     AIEngine engine;
-    EXPECT_EQ(engine.Init(AIEngineConfig()), 0);
+    EXPECT_EQ(engine.Init(AIEngineConfig()), 3);
 }
 
 }  // namespace

@@ -162,9 +162,17 @@ TEST(YOLOv5Config, NullModelPathBecomesTheWordNull) {
 }
 
 TEST(YOLOv5Config, OtherKeysAreIgnored) {
-    FakeEngine::reset();
-    EXPECT_NO_THROW(
-        construct(std::string(kWhole) + "framework: nonsense\nclass_mapping: {0: a, word: b}\nx: [1]\n"));
+    FakeEngine& engine = FakeEngine::reset();
+    const auto expectSixClasses = [](const YOLOv5& model) { EXPECT_EQ(model.class_num, 6); };
+    construct(kWhole, expectSixClasses);
+    construct(std::string(kWhole) + "framework: nonsense\nclass_mapping: {0: a, word: b}\nx: [1]\n",
+              expectSixClasses);
+    ASSERT_EQ(engine.initialised.size(), 2U);
+    const AIEngineConfig& plain = engine.initialised[0];
+    const AIEngineConfig& withOthers = engine.initialised[1];
+    EXPECT_EQ(withOthers.framework, plain.framework);
+    EXPECT_EQ(withOthers.rknn_flag, plain.rknn_flag);
+    EXPECT_EQ(withOthers.output_sizes, plain.output_sizes);
 }
 
 TEST(YOLOv5Config, EngineRefusalStillMakesAModel) {
