@@ -26,7 +26,7 @@ class EngineOnOnnxRuntime : public EngineTest {
     const EnvironmentVariable backend_{"BRELLIX_ENGINE_BACKEND", "onnxruntime"};
 };
 
-/// out = in of elements of that type.
+/// out = |in|, of elements of that type.
 NetworkBuilder absolute(std::int32_t type, const Shape& shape) {
     NetworkBuilder network;
     network.input("in", shape, type).output("out", shape, type).node("Abs", {"in"}, {"out"});

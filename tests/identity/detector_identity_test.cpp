@@ -99,7 +99,7 @@ AIBuff cutHead(Seeded& seeded, const YOLOv5Cutoff& model, int stride) {
     return reference::int8Tensor(seeded.bytes(count), zeroPoint, scale);
 }
 
-/// \param isHostile whether thresholds, grids and letterbox records are odd, too. \return objects in all.
+/// \param isHostile whether scales and the letterbox's ratio are odd, too. \return objects in all.
 std::size_t addCutCases(Digest& digest, Seeded& seeded, int cases, bool isHostile) {
     YOLOv5Cutoff model("network", "TensorRT", {64, 64}, 0.25F, 0.65F, 6);
     std::size_t found = 0;

@@ -65,16 +65,16 @@ TEST(LetterboxProperty, AnySizeAndTypeGivesTheBytesOfTheReference) {
 
 TEST(LetterboxProperty, UsualTargetsGiveTheBytesOfTheReference) {
     Random random(77);
-    int odd = 0;
+    int padded = 0;
     for (int i = 0; i < 60; ++i) {
         const cv::Mat src = random.image({random.integer(1, 2000), random.integer(1, 2000)}, CV_8UC3);
         const cv::Size target = random.oneOf({cv::Size(640, 640), cv::Size(416, 416), cv::Size(320, 256)});
         SCOPED_TRACE(::testing::Message() << "source " << src.size() << " target " << target);
         compareWithReference(src, cv::Mat(), target);
         const std::optional<Letterboxed> expected = expectedFor(src, target);
-        odd += expected && (expected->info.dw + expected->info.dh) * 2.0F >= 1.0F ? 1 : 0;
+        padded += expected && (expected->info.dw + expected->info.dh) * 2.0F >= 1.0F ? 1 : 0;
     }
-    EXPECT_GT(odd, 40);
+    EXPECT_GT(padded, 40);
 }
 
 TEST(LetterboxProperty, SizesAroundTheTargetGiveTheBytesOfTheReference) {

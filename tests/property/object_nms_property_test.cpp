@@ -75,8 +75,8 @@ TEST(IouProperty, ExtremeBoxesDoNotOverflow) {
     };
     int overlapping = 0;
     for (int i = 0; i < 20000; ++i) {
-        const cv::Rect a(extreme(), extreme(), extreme(), extreme());
-        const cv::Rect b = random.chance(0.2) ? a : cv::Rect(extreme(), extreme(), extreme(), extreme());
+        const cv::Rect a{extreme(), extreme(), extreme(), extreme()};
+        const cv::Rect b = random.chance(0.2) ? a : cv::Rect{extreme(), extreme(), extreme(), extreme()};
         const float expected = reference::iou(a, b);
         ASSERT_PRED2(sameValue, ai_orvo::model::iou(a, b), expected) << a << " and " << b;
         ASSERT_GE(expected, 0.0F);

@@ -231,7 +231,7 @@ TEST_P(Yolov8SegObjectsProperty, NothingAboveTheThresholdAddsNothing) {
     }
 }
 
-TEST_P(Yolov8SegObjectsProperty, AnInputThatIsNotSquareThrowsOnceThereIsAnObject) {
+TEST_P(Yolov8SegObjectsProperty, MostInputsThatAreNotSquareThrowOnceThereIsAnObject) {
     Random random(105);
     SegSettings settings = segSettingsFor({150, 100}, {96, 64}, random, GetParam());
     settings.confThreshold = 0.3F;

@@ -205,7 +205,7 @@ TEST(ReferenceSegObjects, LeavesOutTheBorderOfTheLetterbox) {
     EXPECT_EQ(cv::countNonZero(objects[0].mask), 32 * 16);
 }
 
-TEST(ReferenceSegObjects, AnInputThatIsNotSquareThrowsOnceThereIsAnObject) {
+TEST(ReferenceSegObjects, MostInputsThatAreNotSquareThrowOnceThereIsAnObject) {
     SegSettings settings = tinySeg();
     settings.inputSize = {64, 32};
     settings.protoWidth = 16;

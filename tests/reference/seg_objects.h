@@ -36,7 +36,8 @@ SegCandidates decodeSegHeads(const SegSettings& settings, ai_orvo::model::Tensor
 /// Appends the objects, at most `maxDetections`, by falling probability, each with its mask.
 /// Missing names are inserted into `outputs`. Masks go to the first objects of the vector, so it has to be
 /// empty.
-/// \throws cv::Exception for a network input that is not square once there is an object.
+/// \throws cv::Exception once there is an object, where the picture's part does not fit its plane: most inputs
+///         that are not square.
 void detectSeg(const SegSettings& settings, ai_orvo::model::TensorMap& outputs,
                std::vector<ai_orvo::model::Object>& objects);
 

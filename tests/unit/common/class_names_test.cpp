@@ -1,4 +1,5 @@
 #include "brellix/class_names.h"
+#include "support/capture_stdout.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 namespace {
 
 using ai_orvo::model::read_class_name;
+using brellix::testing::standardOutputOf;
 using brellix::testing::TemporaryFolder;
 using Names = std::vector<std::string>;
 
@@ -44,10 +46,11 @@ TEST(ClassNameText, AppendsBehindWhatTheListHolds) {
 TEST(ClassNameText, AnUnreadableFileLeavesTheListUnchanged) {
     const TemporaryFolder folder;
     Names names = {"kept"};
-    ::testing::internal::CaptureStdout();
-    read_class_name(folder.path() + "/missing.txt", names);
-    read_class_name(folder.path(), names);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(standardOutputOf([&] {
+                  read_class_name(folder.path() + "/missing.txt", names);
+                  read_class_name(folder.path(), names);
+              }),
+              "");
     EXPECT_EQ(names, Names{"kept"});
 }
 

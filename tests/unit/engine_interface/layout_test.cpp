@@ -51,7 +51,6 @@ TEST(Layout, AIEngineConfigIs432Bytes) {
 TEST(Layout, UnfilledTablesMapNamesToInt) {
     static_assert(std::is_same_v<decltype(AIEngineConfig::aux_inputs), std::map<std::string, int>>);
     static_assert(std::is_same_v<decltype(AIEngineConfig::aux_outputs), std::map<std::string, int>>);
-    EXPECT_TRUE(AIEngineConfig().aux_inputs.empty());
 }
 
 TEST(Layout, AIEngineHoldsTwoHandlesAndCannotBeCopied) {

@@ -60,6 +60,7 @@ TEST(AIEngineConfig, StartsWithItsDefaults) {
     EXPECT_TRUE(config.output_sizes.empty());
     EXPECT_TRUE(config.input_shapes.empty());
     EXPECT_TRUE(config.output_shapes.empty());
+    EXPECT_TRUE(config.aux_inputs.empty());
     EXPECT_TRUE(config.aux_outputs.empty());
     EXPECT_TRUE(config.input_types.empty());
     EXPECT_TRUE(config.output_types.empty());

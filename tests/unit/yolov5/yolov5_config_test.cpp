@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <functional>
+#include <sstream>
 #include <stdexcept>
 
 namespace {

@@ -4,6 +4,7 @@
 #include "support/fake_engine.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <iostream>
