@@ -3,8 +3,8 @@
 #include "scenes.h"
 #include "stage.h"
 
-#include "property/comparison.h"
 #include "reference/cutoff_boxes.h"
+#include "support/comparison.h"
 
 #include "brellix/yolov5_cutoff.h"
 

@@ -3,13 +3,13 @@
 #include "scenes.h"
 #include "stage.h"
 
-#include "property/comparison.h"
 #include "reference/cutoff_boxes.h"
 #include "reference/fused_boxes.h"
 #include "reference/input_tensor.h"
 #include "reference/letterbox.h"
 #include "reference/seg_objects.h"
-#include "reference/tensor_building.h"
+#include "support/comparison.h"
+#include "support/tensor_values.h"
 
 #include "brellix/yolov5.h"
 #include "brellix/yolov5_cutoff.h"
@@ -58,7 +58,7 @@ struct FusedForm {
 
 /// A cleared tensor as the null engine describes it.
 AIBuff clearedBytes(std::size_t count) {
-    return reference::int8Tensor(std::vector<std::int8_t>(count), 100, 0.1F);
+    return testing::int8Tensor(std::vector<std::int8_t>(count), 100, 0.1F);
 }
 
 struct CutForm {

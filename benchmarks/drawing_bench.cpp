@@ -3,9 +3,9 @@
 #include "scenes.h"
 #include "stage.h"
 
-#include "property/comparison.h"
-#include "property/random.h"
 #include "reference/drawing.h"
+#include "support/comparison.h"
+#include "support/random.h"
 
 #include "brellix/drawing.h"
 

@@ -1,10 +1,10 @@
 #include "scenes.h"
 
-#include "property/random.h"
 #include "reference/cutoff_boxes.h"
 #include "reference/letterbox.h"
 #include "reference/quantization.h"
-#include "reference/tensor_building.h"
+#include "support/random.h"
+#include "support/tensor_values.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -43,11 +43,11 @@ AIBuff quantized(const std::vector<float>& values, bool isSymmetric) {
         const long step = std::lround(value / scale) + zeroPoint;
         bytes.push_back(static_cast<std::int8_t>(std::clamp<long>(step, -128, 127)));
     }
-    return reference::int8Tensor(bytes, zeroPoint, scale);
+    return testing::int8Tensor(bytes, zeroPoint, scale);
 }
 
 AIBuff tensorOf(const std::vector<float>& values, bool isQuantized, bool isSymmetric = false) {
-    return isQuantized ? quantized(values, isSymmetric) : reference::floatTensor(values);
+    return isQuantized ? quantized(values, isSymmetric) : testing::floatTensor(values);
 }
 
 std::vector<float> noise(Random& random, std::size_t count, float low, float high) {
@@ -162,7 +162,7 @@ AIBuff fusedOutput(int candidates) {
         out[4] = random.real(0.5F, 1.0F);
         out[5 + row % kClasses / 8] = random.real(0.5F, 1.0F);
     }
-    return reference::floatTensor(values);
+    return testing::floatTensor(values);
 }
 
 TensorMap cutOutputs(int candidates, Placement placement) {

@@ -3,8 +3,8 @@
 #include "scenes.h"
 #include "stage.h"
 
-#include "property/comparison.h"
 #include "reference/seg_objects.h"
+#include "support/comparison.h"
 
 #include "brellix/yolov8_seg.h"
 

@@ -2,10 +2,10 @@
 
 #include "stage.h"
 
-#include "property/comparison.h"
-#include "property/random.h"
 #include "reference/index_nms.h"
 #include "reference/object_nms.h"
+#include "support/comparison.h"
+#include "support/random.h"
 
 #include "brellix/nms.h"
 

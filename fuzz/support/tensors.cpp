@@ -1,7 +1,7 @@
 #include "support/tensors.h"
 
-#include "property/random.h"
-#include "reference/tensor_building.h"
+#include "support/random.h"
+#include "support/tensor_values.h"
 
 #include <cstdint>
 #include <vector>
@@ -55,7 +55,7 @@ AIBuff floatTensor(FuzzedData& data, std::size_t count, float low, float high) {
         value = low + (high - low) * noise.share();
     }
     replaceSome(data, values, [&] { return data.number(); });
-    return reference::floatTensor(values);
+    return testing::floatTensor(values);
 }
 
 AIBuff int8Tensor(FuzzedData& data, std::size_t count) {
@@ -66,7 +66,7 @@ AIBuff int8Tensor(FuzzedData& data, std::size_t count) {
     }
     replaceSome(data, values, [&] { return static_cast<std::int8_t>(data.byte()); });
     const int zeroPoint = data.oddInteger(-128, 127);
-    return reference::int8Tensor(values, zeroPoint, data.oddNumber(0.005F, 0.1F));
+    return testing::int8Tensor(values, zeroPoint, data.oddNumber(0.005F, 0.1F));
 }
 
 void damage(FuzzedData& data, AIBuff& tensor) {

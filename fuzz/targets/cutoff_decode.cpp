@@ -1,10 +1,10 @@
 // YOLOv5Cutoff: each head, and the objects of all three, against the reference: any bytes, zero point, scale,
 // threshold, letterbox record, input size and class count. Capped: input of 64 x 64, 24 classes.
 
-#include "property/comparison.h"
-#include "property/model_settings.h"
 #include "reference/cutoff_boxes.h"
+#include "support/comparison.h"
 #include "support/engine_scope.h"
+#include "support/model_settings.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"

@@ -3,9 +3,9 @@
 // comes out only has to come without harm. Capped: network inputs of 96 x 96, pictures of 128 x 128, 3
 // classes.
 
-#include "property/comparison.h"
 #include "reference/input_tensor.h"
 #include "reference/letterbox.h"
+#include "support/comparison.h"
 #include "support/engine_scope.h"
 #include "support/fake_engine.h"
 #include "support/require.h"

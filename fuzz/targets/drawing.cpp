@@ -3,7 +3,7 @@
 // Coordinates beyond 2^30 are drawn, but not compared: the plain version adds them up as OpenCV does.
 
 #include "reference/drawing.h"
-#include "property/comparison.h"
+#include "support/comparison.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"

@@ -4,6 +4,7 @@
 
 #include "evaluation/evaluation.h"
 #include "support/fuzzed_data.h"
+#include "support/random.h"
 #include "support/require.h"
 #include "support/target.h"
 

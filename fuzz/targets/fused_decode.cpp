@@ -1,10 +1,10 @@
 // YOLOv5::postprocess against its reference: any tensor, thresholds, letterbox record, class and candidate
 // count. Capped: 64 candidates of 90 values.
 
-#include "property/comparison.h"
-#include "property/model_settings.h"
 #include "reference/fused_boxes.h"
+#include "support/comparison.h"
 #include "support/engine_scope.h"
+#include "support/model_settings.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"

@@ -2,7 +2,7 @@
 // that name no candidate, class lists that are too short. Capped: 120 scores, 80 candidates.
 
 #include "reference/index_nms.h"
-#include "property/comparison.h"
+#include "support/comparison.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"

@@ -2,7 +2,7 @@
 // target. Capped: pictures of 256 x 256, targets of 300 x 300.
 
 #include "reference/letterbox.h"
-#include "property/comparison.h"
+#include "support/comparison.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"

@@ -2,7 +2,7 @@
 // Capped: 100 objects.
 
 #include "reference/object_nms.h"
-#include "property/comparison.h"
+#include "support/comparison.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"

@@ -2,7 +2,7 @@
 // points.
 
 #include "reference/quantization.h"
-#include "property/comparison.h"
+#include "support/comparison.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"
 #include "support/target.h"

@@ -5,8 +5,8 @@
 #include "evaluation/mask_measures.h"
 #include "masks/mask_polygons.h"
 #include "masks/run_length.h"
-#include "property/random.h"
 #include "support/fuzzed_data.h"
+#include "support/random.h"
 #include "support/require.h"
 #include "support/target.h"
 

@@ -3,14 +3,14 @@
 // record. Capped: a grid of 8 x 8, 20 bins, 24 classes, prototypes of 12 x 12; more coefficients than 40
 // are not asked for.
 
-#include "property/comparison.h"
-#include "property/yolov8_seg_heads.h"
-#include "property/yolov8_seg_tensors.h"
 #include "reference/dfl.h"
+#include "support/comparison.h"
 #include "support/engine_scope.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"
+#include "support/yolov8_seg_heads.h"
+#include "support/yolov8_seg_tensors.h"
 
 #include "brellix/yolov8_seg.h"
 

@@ -2,14 +2,14 @@
 // float and int8. Capped: square inputs of 32 and 64, 4 classes, pictures of 120 x 120, sizes in odd
 // letterbox records below 150, 12 objects.
 
-#include "property/comparison.h"
-#include "property/yolov8_seg_tensors.h"
 #include "reference/letterbox.h"
 #include "reference/seg_objects.h"
+#include "support/comparison.h"
 #include "support/engine_scope.h"
 #include "support/require.h"
 #include "support/target.h"
 #include "support/tensors.h"
+#include "support/yolov8_seg_tensors.h"
 
 #include "brellix/yolov8_seg.h"
 

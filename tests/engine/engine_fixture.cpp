@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 namespace brellix::testing {
 
@@ -38,23 +37,10 @@ EnvironmentVariable::~EnvironmentVariable() {
     }
 }
 
-AIBuff floatBuffer(const std::vector<float>& values) {
-    AIBuff buffer;
-    buffer.data->resize(values.size() * sizeof(float));
-    std::memcpy(buffer.data->data(), values.data(), buffer.data->size());
-    return buffer;
-}
-
 AIBuff byteBuffer(std::size_t size, std::int8_t fill) {
     AIBuff buffer;
     buffer.data->assign(size, fill);
     return buffer;
-}
-
-std::vector<float> floatsOf(const AIBuff& buffer) {
-    std::vector<float> values(buffer.data->size() / sizeof(float));
-    std::memcpy(values.data(), buffer.data->data(), values.size() * sizeof(float));
-    return values;
 }
 
 std::vector<int> bytesOf(const AIBuff& buffer) {

@@ -13,6 +13,7 @@
 #include "brellix/ai_engine.h"
 #include "network_builder.h"
 #include "support/temporary_folder.h"
+#include "support/tensor_values.h"
 
 namespace brellix::testing {
 
@@ -56,9 +57,7 @@ class EnvironmentVariable {
     std::optional<std::string> before_;
 };
 
-AIBuff floatBuffer(const std::vector<float>& values);
 AIBuff byteBuffer(std::size_t size, std::int8_t fill = 0);
-std::vector<float> floatsOf(const AIBuff& buffer);
 std::vector<int> bytesOf(const AIBuff& buffer);
 
 class EngineTest : public ::testing::Test {

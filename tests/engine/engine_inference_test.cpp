@@ -19,7 +19,7 @@ std::vector<float> counting(std::size_t count, float first) {
 }
 
 TEST_F(EngineInference, RefusesBeforeInit) {
-    TensorMap inputs{{"in", floatBuffer(counting(12, 0.0F))}};
+    TensorMap inputs{{"in", floatTensor(counting(12, 0.0F))}};
     TensorMap outputs{{"out", byteBuffer(48, 7)}};
     expectRefusal(infer(inputs, outputs), 6, {"Init was not called or has failed"});
     EXPECT_EQ(bytesOf(outputs["out"]), std::vector<int>(48, 7));
@@ -27,7 +27,7 @@ TEST_F(EngineInference, RefusesBeforeInit) {
 
 TEST_F(EngineInference, RunsAFloatTensor) {
     expectSilentSuccess(init(configFor(addition(0.5F))));
-    TensorMap inputs{{"in", floatBuffer(counting(12, 0.0F))}};
+    TensorMap inputs{{"in", floatTensor(counting(12, 0.0F))}};
     TensorMap outputs{{"out", byteBuffer(48)}};
     const std::int8_t* const before = outputs["out"].data->data();
     expectSilentSuccess(infer(inputs, outputs));
@@ -38,7 +38,7 @@ TEST_F(EngineInference, RunsAFloatTensor) {
 
 TEST_F(EngineInference, GivesTheSameForTheSameInputAgain) {
     expectSilentSuccess(init(configFor(arithmetic())));
-    TensorMap inputs{{"left", floatBuffer(counting(12, 1.0F))}, {"right", floatBuffer(counting(12, 2.0F))}};
+    TensorMap inputs{{"left", floatTensor(counting(12, 1.0F))}, {"right", floatTensor(counting(12, 2.0F))}};
     std::vector<std::vector<float>> results;
     for (int run = 0; run < 3; ++run) {
         TensorMap outputs{{"sum", byteBuffer(48)}, {"product", byteBuffer(48)}, {"negated", byteBuffer(48)}};
@@ -52,8 +52,8 @@ TEST_F(EngineInference, GivesTheSameForTheSameInputAgain) {
 
 TEST_F(EngineInference, MatchesSeveralTensorsByName) {
     expectSilentSuccess(init(configFor(arithmetic())));
-    TensorMap inputs{{"left", floatBuffer(std::vector<float>(12, 5.0F))},
-                     {"right", floatBuffer(std::vector<float>(12, 2.0F))}};
+    TensorMap inputs{{"left", floatTensor(std::vector<float>(12, 5.0F))},
+                     {"right", floatTensor(std::vector<float>(12, 2.0F))}};
     TensorMap outputs{{"sum", byteBuffer(48)}, {"product", byteBuffer(48)}, {"negated", byteBuffer(48)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["sum"]), std::vector<float>(12, 7.0F));
@@ -63,8 +63,8 @@ TEST_F(EngineInference, MatchesSeveralTensorsByName) {
 
 TEST_F(EngineInference, GivesAnySubsetOfTheOutputs) {
     expectSilentSuccess(init(configFor(arithmetic())));
-    TensorMap inputs{{"left", floatBuffer(std::vector<float>(12, 5.0F))},
-                     {"right", floatBuffer(std::vector<float>(12, 2.0F))}};
+    TensorMap inputs{{"left", floatTensor(std::vector<float>(12, 5.0F))},
+                     {"right", floatTensor(std::vector<float>(12, 2.0F))}};
     for (const std::pair<std::string, float>& wanted : {std::pair<std::string, float>("sum", 7.0F),
                                                         {"negated", -7.0F},
                                                         {"product", 10.0F},
@@ -77,7 +77,7 @@ TEST_F(EngineInference, GivesAnySubsetOfTheOutputs) {
 
 TEST_F(EngineInference, MatchesASingleTensorByPosition) {
     expectSilentSuccess(init(configFor(addition(1.0F, "images", "output"))));
-    TensorMap inputs{{"image", floatBuffer(counting(12, 0.0F))}};
+    TensorMap inputs{{"image", floatTensor(counting(12, 0.0F))}};
     TensorMap outputs{{"output0", byteBuffer(48)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["output0"]), counting(12, 1.0F));
@@ -94,7 +94,7 @@ TEST_F(EngineInference, TakesAnInterleavedImage) {
             planes[channel * 4 + pixel] = static_cast<float>(value) * 0.003921569F;
         }
     }
-    TensorMap floats{{"in", floatBuffer(planes)}};
+    TensorMap floats{{"in", floatTensor(planes)}};
     TensorMap fromBytes{{"out", byteBuffer(48)}};
     TensorMap fromFloats{{"out", byteBuffer(48)}};
     expectSilentSuccess(infer(bytes, fromBytes));
@@ -127,7 +127,7 @@ TEST_F(EngineInference, RefusesInputsOfAnotherSize) {
 
 TEST_F(EngineInference, TreatsNullDataLikeAnEmptyBuffer) {
     expectSilentSuccess(init(configFor(addition(1.0F))));
-    TensorMap inputs{{"in", floatBuffer(counting(12, 0.0F))}};
+    TensorMap inputs{{"in", floatTensor(counting(12, 0.0F))}};
     TensorMap outputs{{"out", AIBuff()}};
     outputs["out"].data = nullptr;
     expectRefusal(infer(inputs, outputs), 8, {"output 'out'", "0 bytes"});
@@ -171,7 +171,7 @@ TEST_F(EngineInference, RefusesOutputsThatAreTooShort) {
 
 TEST_F(EngineInference, FillsTheFrontOfALongerOutputAndKeepsItsLength) {
     expectSilentSuccess(init(configFor(addition(1.0F))));
-    TensorMap inputs{{"in", floatBuffer(counting(12, 0.0F))}};
+    TensorMap inputs{{"in", floatTensor(counting(12, 0.0F))}};
     TensorMap outputs{{"out", byteBuffer(61, 7)}};
     expectSilentSuccess(infer(inputs, outputs));
     ASSERT_EQ(outputs["out"].data->size(), 61U);
@@ -185,7 +185,7 @@ TEST_F(EngineInference, FillsTheFrontOfALongerOutputAndKeepsItsLength) {
 
 TEST_F(EngineInference, AllowsInputAndOutputToShareTheirBytes) {
     expectSilentSuccess(init(configFor(addition(1.0F))));
-    TensorMap inputs{{"in", floatBuffer(counting(12, 0.0F))}};
+    TensorMap inputs{{"in", floatTensor(counting(12, 0.0F))}};
     TensorMap outputs{{"out", inputs["in"]}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["out"]), counting(12, 1.0F));
@@ -197,7 +197,7 @@ TEST_F(EngineInference, SplitsIntoUnequalPartsAsTheGraphSays) {
     network.int64s("sizes", {2, 4});
     network.node("Split", {"in", "sizes"}, {"short", "long"}).integer("axis", 1);
     expectSilentSuccess(init(configFor(network)));
-    TensorMap inputs{{"in", floatBuffer(counting(12, 0.0F))}};
+    TensorMap inputs{{"in", floatTensor(counting(12, 0.0F))}};
     TensorMap outputs{{"short", byteBuffer(16)}, {"long", byteBuffer(32)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["short"]), counting(4, 0.0F));
@@ -209,7 +209,7 @@ TEST_F(EngineInference, CountsANegativeGatherAxisFromTheBack) {
     network.input("in", {1, 3, 2, 2}).output("out", {1, 3, 1, 2}).int64s("second", {1});
     network.node("Gather", {"in", "second"}, {"out"}).integer("axis", -2);
     expectSilentSuccess(init(configFor(network)));
-    TensorMap inputs{{"in", floatBuffer(counting(12, 0.0F))}};
+    TensorMap inputs{{"in", floatTensor(counting(12, 0.0F))}};
     TensorMap outputs{{"out", byteBuffer(24)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["out"]), (std::vector<float>{2, 3, 6, 7, 10, 11}));
@@ -223,7 +223,7 @@ TEST_F(EngineInference, RunsAConvolutionAndAReshape) {
     network.node("Conv", {"in", "weights", "bias"}, {"features"}).integers("kernel_shape", {1, 1});
     network.node("Reshape", {"features", "shape"}, {"out"});
     expectSilentSuccess(init(configFor(network)));
-    TensorMap inputs{{"in", floatBuffer(counting(12, 0.0F))}};
+    TensorMap inputs{{"in", floatTensor(counting(12, 0.0F))}};
     TensorMap outputs{{"out", byteBuffer(32)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["out"]),
@@ -243,7 +243,7 @@ TEST_F(EngineInference, InstancesOnSeparateThreadsAreIndependent) {
             AIEngine engine;
             ASSERT_EQ(engine.Init(config), 0);
             for (int run = 0; run < 20; ++run) {
-                TensorMap inputs{{"in", floatBuffer(std::vector<float>(12, 1.0F))}};
+                TensorMap inputs{{"in", floatTensor(std::vector<float>(12, 1.0F))}};
                 TensorMap outputs{{"out", byteBuffer(48)}};
                 ASSERT_EQ(engine.DoInference(inputs, outputs), 0);
                 result = floatsOf(outputs["out"]);

@@ -338,7 +338,7 @@ TEST_F(EngineInit, LeavesTheInstanceAsItWasWhenItFails) {
     AIEngineConfig absent;
     absent.model_path = "absent";
     EXPECT_EQ(init(absent).status, 1);
-    TensorMap inputs{{"in", floatBuffer(std::vector<float>(12, 2.0F))}};
+    TensorMap inputs{{"in", floatTensor(std::vector<float>(12, 2.0F))}};
     TensorMap outputs{{"out", byteBuffer(48)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["out"]), std::vector<float>(12, 3.0F));
@@ -347,7 +347,7 @@ TEST_F(EngineInit, LeavesTheInstanceAsItWasWhenItFails) {
 TEST_F(EngineInit, ReplacesTheNetworkWhenItSucceeds) {
     expectSilentSuccess(init(configFor(addition(1.0F), "one.onnx")));
     expectSilentSuccess(init(configFor(addition(5.0F), "five.onnx")));
-    TensorMap inputs{{"in", floatBuffer(std::vector<float>(12, 2.0F))}};
+    TensorMap inputs{{"in", floatTensor(std::vector<float>(12, 2.0F))}};
     TensorMap outputs{{"out", byteBuffer(48)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["out"]), std::vector<float>(12, 7.0F));
@@ -389,7 +389,7 @@ TEST_F(EngineInit, DoesNotNeedTheFileAfterwards) {
     const AIEngineConfig config = configFor(addition(1.0F));
     expectSilentSuccess(init(config));
     ASSERT_EQ(::unlink(config.model_path.c_str()), 0);
-    TensorMap inputs{{"in", floatBuffer(std::vector<float>(12, 2.0F))}};
+    TensorMap inputs{{"in", floatTensor(std::vector<float>(12, 2.0F))}};
     TensorMap outputs{{"out", byteBuffer(48)}};
     expectSilentSuccess(infer(inputs, outputs));
 }

@@ -21,7 +21,7 @@ class EngineInt8 : public EngineTest {
     /// Runs `network` on four values. \return its output as int8.
     AIBuff quantized(const NetworkBuilder& network, const std::vector<float>& values) {
         expectSilentSuccess(init(configFor(network)));
-        TensorMap inputs{{"in", floatBuffer(values)}};
+        TensorMap inputs{{"in", floatTensor(values)}};
         TensorMap outputs{{"out", byteBuffer(4, 99)}};
         expectSilentSuccess(infer(inputs, outputs));
         EXPECT_EQ(outputs["out"].type, 0);
@@ -134,7 +134,7 @@ TEST_F(EngineInt8, GivesAQuantisedOutputAsFloatsOnItsGrid) {
     network.node("QuantizeLinear", {"values", "scale", "zero"}, {"bytes"});
     network.node("DequantizeLinear", {"bytes", "scale", "zero"}, {"out"});
     expectSilentSuccess(init(configFor(network)));
-    TensorMap inputs{{"in", floatBuffer({-5.0F, 1.0F, 2.3F, 1000.0F})}};
+    TensorMap inputs{{"in", floatTensor({-5.0F, 1.0F, 2.3F, 1000.0F})}};
     TensorMap outputs{{"out", byteBuffer(16)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(outputs["out"].type, 2);
@@ -143,8 +143,8 @@ TEST_F(EngineInt8, GivesAQuantisedOutputAsFloatsOnItsGrid) {
 
 TEST_F(EngineInt8, MixesWithFloatOutputs) {
     expectSilentSuccess(init(configFor(arithmetic())));
-    TensorMap inputs{{"left", floatBuffer(std::vector<float>(12, 5.0F))},
-                     {"right", floatBuffer(std::vector<float>(12, 2.0F))}};
+    TensorMap inputs{{"left", floatTensor(std::vector<float>(12, 5.0F))},
+                     {"right", floatTensor(std::vector<float>(12, 2.0F))}};
     TensorMap outputs{{"sum", byteBuffer(12)}, {"product", byteBuffer(48)}, {"negated", byteBuffer(12)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(bytesOf(outputs["sum"]), std::vector<int>(12, 127));

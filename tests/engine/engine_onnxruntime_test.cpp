@@ -15,7 +15,7 @@ class EngineOnOnnxRuntime : public EngineTest {
     std::vector<float> floatsFrom(const AIEngineConfig& config, const std::vector<float>& values,
                                   std::size_t elements) {
         expectSilentSuccess(init(config));
-        TensorMap inputs{{"in", floatBuffer(values)}};
+        TensorMap inputs{{"in", floatTensor(values)}};
         TensorMap outputs{{"out", byteBuffer(elements * sizeof(float))}};
         expectSilentSuccess(infer(inputs, outputs));
         EXPECT_EQ(outputs["out"].type, 2);
@@ -58,7 +58,7 @@ TEST_F(EngineOnOnnxRuntime, TakesAnInterleavedImageForAHalfPrecisionNetwork) {
 
 TEST_F(EngineOnOnnxRuntime, GivesHalfPrecisionOutputsAsInt8) {
     expectSilentSuccess(init(configFor(absolute(onnx::TensorProto::FLOAT16, {1, 4}))));
-    TensorMap inputs{{"in", floatBuffer({-255.0F, 1.0F, 0.0F, 128.0F})}};
+    TensorMap inputs{{"in", floatTensor({-255.0F, 1.0F, 0.0F, 128.0F})}};
     TensorMap outputs{{"out", byteBuffer(4)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(outputs["out"].scale, 1.0F);
@@ -190,7 +190,7 @@ NetworkBuilder quantisedConvolution() {
 
 TEST_F(EngineOnOnnxRuntime, GivesTheBytesOfAQuantisedOperatorOnTheGraphsGrid) {
     expectSilentSuccess(init(configFor(quantisedConvolution())));
-    TensorMap inputs{{"in", floatBuffer({-5.0F, 0.0F, 3.0F, 100.0F})}};
+    TensorMap inputs{{"in", floatTensor({-5.0F, 0.0F, 3.0F, 100.0F})}};
     TensorMap bytes{{"out", byteBuffer(4)}};
     expectSilentSuccess(infer(inputs, bytes));
     EXPECT_EQ(bytes["out"].scale, 0.5F);
@@ -228,12 +228,12 @@ NetworkBuilder chosenByInput() {
 
 TEST_F(EngineOnOnnxRuntime, LeavesTheOutputsWhereTheValuesMakeItFail) {
     expectSilentSuccess(init(configFor(chosenByInput())));
-    TensorMap inputs{{"in", floatBuffer({2.0F, 99.0F})}};
+    TensorMap inputs{{"in", floatTensor({2.0F, 99.0F})}};
     TensorMap outputs{{"early", byteBuffer(8, 7)}, {"out", byteBuffer(8, 7)}};
     expectRefusal(infer(inputs, outputs), 9, {"network.onnx", "ONNX Runtime failed", "Gather"});
     EXPECT_EQ(bytesOf(outputs["early"]), std::vector<int>(8, 7));
     EXPECT_EQ(bytesOf(outputs["out"]), std::vector<int>(8, 7));
-    inputs["in"] = floatBuffer({2.0F, 0.0F});
+    inputs["in"] = floatTensor({2.0F, 0.0F});
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["early"]), (std::vector<float>{-2.0F, -0.0F}));
     EXPECT_EQ(floatsOf(outputs["out"]), (std::vector<float>{30.0F, 10.0F}));
@@ -253,7 +253,7 @@ TEST_F(EngineOnOnnxRuntime, GivesAnInputBackAsAnOutput) {
     NetworkBuilder network;
     network.input("in", {1, 2}).output("in", {1, 2}).output("out", {1, 2}).node("Neg", {"in"}, {"out"});
     expectSilentSuccess(init(configFor(network)));
-    TensorMap inputs{{"in", floatBuffer({4.0F, -1.0F})}};
+    TensorMap inputs{{"in", floatTensor({4.0F, -1.0F})}};
     TensorMap outputs{{"in", byteBuffer(8, 7)}, {"out", byteBuffer(8, 7)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["in"]), (std::vector<float>{4.0F, -1.0F}));
@@ -289,7 +289,7 @@ TEST_F(EngineOnOnnxRuntime, RefusesAnOutputWhoseShapeDependsOnThePicture) {
     network.node("Concat", {"one", "count"}, {"shape"}).integer("axis", 0);
     network.floats("unit", {1, 1}, {1.0F}).node("Expand", {"unit", "shape"}, {"out"});
     EXPECT_EQ(floatsFrom(configFor(network), {1.0F, 0.0F}, 1), std::vector<float>{1.0F});
-    TensorMap inputs{{"in", floatBuffer({3.0F, 0.0F})}};
+    TensorMap inputs{{"in", floatTensor({3.0F, 0.0F})}};
     TensorMap outputs{{"out", byteBuffer(4, 7)}};
     expectRefusal(infer(inputs, outputs), 9, {"'out'", "another shape"});
     EXPECT_EQ(bytesOf(outputs["out"]), std::vector<int>(4, 7));
@@ -349,7 +349,7 @@ TEST_F(EngineOnOnnxRuntime, ReadsAnInputToItsEndBeforeAnOutputTakesItsPlace) {
         .integers("kernel_shape", {1, 3})
         .integers("pads", {0, 1, 0, 1});
     expectSilentSuccess(init(configFor(network)));
-    TensorMap inputs{{"in", floatBuffer({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12})}};
+    TensorMap inputs{{"in", floatTensor({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12})}};
     TensorMap outputs{{"early", inputs["in"]}, {"out", byteBuffer(48)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["out"]), (std::vector<float>{2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0}));
@@ -389,7 +389,7 @@ TEST_F(EngineOnOnnxRuntime, LetsOpencvRunWhatItRefusesWhereTheChoiceIsFree) {
     network.model().set_ir_version(99);
     expectRefusal(init(configFor(network)), 0,
                   {"back-end onnxruntime", "IR version", "opencv_dnn runs it instead"});
-    TensorMap inputs{{"in", floatBuffer(std::vector<float>(12, 2.0F))}};
+    TensorMap inputs{{"in", floatTensor(std::vector<float>(12, 2.0F))}};
     TensorMap outputs{{"out", byteBuffer(48)}};
     expectSilentSuccess(infer(inputs, outputs));
     EXPECT_EQ(floatsOf(outputs["out"]), std::vector<float>(12, 3.0F));

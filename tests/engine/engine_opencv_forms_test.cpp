@@ -133,7 +133,7 @@ class OperationOnOpencv : public OnOpencv, public ::testing::WithParamInterface<
              const std::vector<float>& values) {
         if (kind == Operand::kComputed) {
             network.input(name + "_in", shape).node("Relu", {name + "_in"}, {name});
-            inputs_[name + "_in"] = floatBuffer(values);
+            inputs_[name + "_in"] = floatTensor(values);
             return;
         }
         network.floats(name, shape, values);
@@ -322,7 +322,7 @@ INSTANTIATE_TEST_SUITE_P(
 TensorMap ascending() {
     std::vector<float> values(144);
     std::iota(values.begin(), values.end(), 0.0F);
-    return {{"in", floatBuffer(values)}};
+    return {{"in", floatTensor(values)}};
 }
 
 class RightFormOnOpencv : public OnOpencv {};
@@ -400,7 +400,7 @@ TEST_F(RightFormOnOpencv, SlopesOfChannelsAreTheirs) {
     for (std::size_t i = 0; i < 144; ++i) {
         expected.push_back(-slope[i / 36]);
     }
-    expectNear(run({{"in", floatBuffer(std::vector<float>(144, -1.0F))}}, 144), expected);
+    expectNear(run({{"in", floatTensor(std::vector<float>(144, -1.0F))}}, 144), expected);
 }
 
 }  // namespace

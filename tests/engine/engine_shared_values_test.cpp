@@ -14,7 +14,7 @@ class EngineSharedValues : public EngineTest {
     /// Runs the network on 1, -2, 3.3, -4. \return its outputs `a` and `b` as floats.
     std::vector<std::vector<float>> outputsOf(const NetworkBuilder& network) {
         expectSilentSuccess(init(configFor(network)));
-        TensorMap inputs{{"in", floatBuffer({1.0F, -2.0F, 3.3F, -4.0F})}};
+        TensorMap inputs{{"in", floatTensor({1.0F, -2.0F, 3.3F, -4.0F})}};
         TensorMap outputs{{"a", byteBuffer(16, kUntouched)}, {"b", byteBuffer(16, kUntouched)}};
         expectSilentSuccess(infer(inputs, outputs));
         return {floatsOf(outputs["a"]), floatsOf(outputs["b"])};

@@ -2,9 +2,9 @@
 
 #include "identity/record.h"
 #include "identity/seeded.h"
-#include "reference/tensor_building.h"
 #include "support/capture_stdout.h"
 #include "support/fake_engine.h"
+#include "support/tensor_values.h"
 
 #include "brellix/yolov5.h"
 #include "brellix/yolov5_cutoff.h"
@@ -47,7 +47,7 @@ AIBuff fusedOutput(Seeded& seeded, int rows, int classNum, int rarity) {
             values.push_back(seeded.real(0.0F, 1.0F));
         }
     }
-    return reference::floatTensor(values);
+    return floatTensor(values);
 }
 
 class DetectorIdentity : public ::testing::Test {
@@ -96,7 +96,7 @@ AIBuff cutHead(Seeded& seeded, const YOLOv5Cutoff& model, int stride) {
     const auto count = static_cast<std::size_t>(3 * model.channels_per_anchor * cells);
     const int zeroPoint = seeded.integer(-60, 60);
     const float scale = seeded.real(0.01F, 0.1F);
-    return reference::int8Tensor(seeded.bytes(count), zeroPoint, scale);
+    return int8Tensor(seeded.bytes(count), zeroPoint, scale);
 }
 
 /// \param isHostile whether scales and the letterbox's ratio are odd, too. \return objects in all.

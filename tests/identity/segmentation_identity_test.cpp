@@ -2,8 +2,8 @@
 
 #include "identity/record.h"
 #include "identity/seeded.h"
-#include "reference/tensor_building.h"
 #include "support/fake_engine.h"
+#include "support/tensor_values.h"
 
 #include "brellix/letterbox.h"
 #include "brellix/yolov8_seg.h"
@@ -64,10 +64,10 @@ class SegmentationIdentity : public ::testing::TestWithParam<bool> {
     static AIBuff tensor(Seeded& seeded, int elements, float low, float high) {
         const auto count = static_cast<std::size_t>(elements);
         if (!GetParam()) {
-            return reference::floatTensor(seeded.reals(count, low, high));
+            return floatTensor(seeded.reals(count, low, high));
         }
         const float scale = (high - low) / 255.0F;
-        return reference::int8Tensor(seeded.bytes(count), static_cast<int>(-128.0F - low / scale), scale);
+        return int8Tensor(seeded.bytes(count), static_cast<int>(-128.0F - low / scale), scale);
     }
 
     /// All ten tensors. Large inputs are quiet: few of their cells hold a candidate.

@@ -1,5 +1,5 @@
-#include "property/random.h"
 #include "reference/class_names.h"
+#include "support/random.h"
 #include "support/temporary_folder.h"
 
 #include "brellix/class_names.h"

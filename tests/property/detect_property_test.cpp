@@ -1,14 +1,14 @@
-#include "property/comparison.h"
-#include "property/random.h"
-#include "property/yolov8_seg_tensors.h"
 #include "reference/cutoff_boxes.h"
 #include "reference/fused_boxes.h"
 #include "reference/input_tensor.h"
 #include "reference/letterbox.h"
 #include "reference/seg_objects.h"
-#include "reference/tensor_building.h"
 #include "support/capture_stdout.h"
+#include "support/comparison.h"
 #include "support/fake_engine.h"
+#include "support/random.h"
+#include "support/tensor_values.h"
+#include "support/yolov8_seg_tensors.h"
 
 #include "brellix/yolov5.h"
 #include "brellix/yolov5_cutoff.h"
@@ -54,7 +54,7 @@ AIBuff randomOutput(Random& random, const cv::Size& input, int classNum) {
             values.push_back(random.real(0.0F, 1.0F));
         }
     }
-    return reference::floatTensor(values);
+    return floatTensor(values);
 }
 
 /// Writes `answer` into the tensors that the engine is given, which have to be as large.
@@ -114,7 +114,7 @@ TensorMap randomHeads(Random& random, const reference::CutoffSettings& settings)
         const int cells = (settings.inputSize.width / stride) * (settings.inputSize.height / stride);
         const auto bytes = static_cast<std::size_t>(3 * settings.channelsPerAnchor * cells);
         heads[reference::kCutoffHeadNames.at(head)] =
-            reference::int8Tensor(random.bytes(bytes), random.integer(-20, 20), 0.05F);
+            int8Tensor(random.bytes(bytes), random.integer(-20, 20), 0.05F);
     }
     return heads;
 }

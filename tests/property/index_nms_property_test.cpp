@@ -1,5 +1,5 @@
-#include "property/random.h"
 #include "reference/index_nms.h"
+#include "support/random.h"
 
 #include "brellix/nms.h"
 

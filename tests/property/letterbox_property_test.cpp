@@ -1,6 +1,6 @@
-#include "property/comparison.h"
-#include "property/random.h"
 #include "reference/letterbox.h"
+#include "support/comparison.h"
+#include "support/random.h"
 
 #include "brellix/letterbox.h"
 

@@ -1,5 +1,5 @@
-#include "property/random.h"
 #include "reference/quantization.h"
+#include "support/random.h"
 
 #include "brellix/quantization.h"
 

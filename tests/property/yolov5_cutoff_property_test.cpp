@@ -1,10 +1,10 @@
-#include "property/comparison.h"
-#include "property/model_settings.h"
-#include "property/random.h"
 #include "reference/cutoff_boxes.h"
-#include "reference/tensor_building.h"
 #include "support/capture_stdout.h"
+#include "support/comparison.h"
 #include "support/fake_engine.h"
+#include "support/model_settings.h"
+#include "support/random.h"
+#include "support/tensor_values.h"
 
 #include "brellix/yolov5_cutoff.h"
 
@@ -52,7 +52,7 @@ std::size_t headBytes(const CutoffSettings& settings, int head) {
 AIBuff randomHead(Random& random, const CutoffSettings& settings, int head) {
     const std::vector<std::int8_t> bytes = random.bytes(headBytes(settings, head));
     const int zeroPoint = random.integer(-60, 60);
-    return reference::int8Tensor(bytes, zeroPoint, random.real(0.01F, 0.1F));
+    return int8Tensor(bytes, zeroPoint, random.real(0.01F, 0.1F));
 }
 
 class Yolov5CutoffProperty : public ::testing::Test {
@@ -147,7 +147,7 @@ TEST_F(Yolov5CutoffProperty, WithoutClassesTheFirstClassByteIsReadWhereThereIsOn
     settings.confThreshold = 0.3F;
     settings.classNum = 0;
     settings.channelsPerAnchor = 5;
-    AIBuff output = reference::int8Tensor(random.bytes(3 * 6 * 64), 0, 0.05F);  // longer than it has to be
+    AIBuff output = int8Tensor(random.bytes(3 * 6 * 64), 0, 0.05F);  // longer than it has to be
     EXPECT_GT(compareHead(settings, output, 0), 10U);
     output.data->resize(3 * 5 * 64);
     applySettings(model_, settings);

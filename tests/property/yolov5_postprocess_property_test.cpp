@@ -1,10 +1,10 @@
-#include "property/comparison.h"
-#include "property/model_settings.h"
-#include "property/random.h"
 #include "reference/fused_boxes.h"
-#include "reference/tensor_building.h"
 #include "support/capture_stdout.h"
+#include "support/comparison.h"
 #include "support/fake_engine.h"
+#include "support/model_settings.h"
+#include "support/random.h"
+#include "support/tensor_values.h"
 
 #include "brellix/yolov5.h"
 
@@ -101,7 +101,7 @@ TEST_F(Yolov5PostprocessProperty, PlausibleTensorsGiveTheObjectsOfTheReference) 
     for (int i = 0; i < 300; ++i) {
         const FusedSettings settings = randomSettings(random);
         const auto rows = randomRows(random, settings.numCandidates, settings.classNum + 5, 0.0);
-        found += compareWithReference(settings, reference::floatTensor(rows));
+        found += compareWithReference(settings, floatTensor(rows));
         ASSERT_FALSE(HasFailure()) << "case " << i;
     }
     EXPECT_GT(found, 1000U);
@@ -118,7 +118,7 @@ TEST_F(Yolov5PostprocessProperty, HostileValuesGiveTheObjectsOfTheReference) {
         settings.classNum = random.oneOf({0, 1, 2, 5, 80});
         const double hostility = random.oneOf({0.02, 0.2, 1.0});
         const auto rows = randomRows(random, settings.numCandidates, settings.classNum + 5, hostility);
-        found += compareWithReference(settings, reference::floatTensor(rows));
+        found += compareWithReference(settings, floatTensor(rows));
         ASSERT_FALSE(HasFailure()) << "case " << i;
     }
     EXPECT_GT(found, 500U);
@@ -135,7 +135,7 @@ TEST_F(Yolov5PostprocessProperty, HostileLetterboxRecordsGiveTheObjectsOfTheRefe
         settings.letterbox.dh = random.oneOf({kNan, kInf, 1e30F, settings.letterbox.dh});
         settings.letterbox.src_width = random.oneOf({0.0F, -5.0F, settings.letterbox.src_width});
         const auto rows = randomRows(random, settings.numCandidates, settings.classNum + 5, 0.01);
-        found += compareWithReference(settings, reference::floatTensor(rows));
+        found += compareWithReference(settings, floatTensor(rows));
         ASSERT_FALSE(HasFailure()) << "case " << i;
     }
     EXPECT_GT(found, 500U);
@@ -154,7 +154,7 @@ TEST_F(Yolov5PostprocessProperty, CornersAreRoundedToFloatBeforeTheyAreTruncated
         const auto tiny = [&] { return random.real(1e-6F, 1e-4F); };
         rows.insert(rows.end(), {whole(), whole(), tiny(), tiny(), random.real(0.3F, 1.0F), 0.9F});
     }
-    EXPECT_EQ(compareWithReference(settings, reference::floatTensor(rows)), 300U);
+    EXPECT_EQ(compareWithReference(settings, floatTensor(rows)), 300U);
 }
 
 TEST_F(Yolov5PostprocessProperty, BuffersOfAnotherLengthGiveTheRowsInside) {
@@ -164,7 +164,7 @@ TEST_F(Yolov5PostprocessProperty, BuffersOfAnotherLengthGiveTheRowsInside) {
         FusedSettings settings = randomSettings(random);
         settings.confThreshold = 0.1F;
         const int rowsInside = random.integer(0, 30);
-        AIBuff output = reference::floatTensor(randomRows(random, rowsInside, settings.classNum + 5, 0.0));
+        AIBuff output = floatTensor(randomRows(random, rowsInside, settings.classNum + 5, 0.0));
         const auto cut = static_cast<std::size_t>(random.integer(0, 9));
         output.data->resize(output.data->size() > cut ? output.data->size() - cut : 0);
         settings.numCandidates =
@@ -182,7 +182,7 @@ TEST_F(Yolov5PostprocessProperty, ImpossibleClassCountsDoNoHarm) {
         settings.classNum = classNum;
         settings.numCandidates = random.oneOf({1, 50, kIntMax});
         settings.confThreshold = random.oneOf({0.0F, 0.25F, kNan});
-        const AIBuff output = reference::floatTensor(randomRows(random, 40, 7, 0.0));
+        const AIBuff output = floatTensor(randomRows(random, 40, 7, 0.0));
         EXPECT_EQ(compareWithReference(settings, output), 0U) << "classes " << classNum;
     }
 }
@@ -197,7 +197,7 @@ TEST_F(Yolov5PostprocessProperty, NoDataAndNoNameGiveNoObjects) {
     EXPECT_EQ(compareWithReference(settings, AIBuff()), 0U);
 
     TensorMap outputs;
-    outputs["output1"] = reference::floatTensor(std::vector<float>(8500, 0.9F));
+    outputs["output1"] = floatTensor(std::vector<float>(8500, 0.9F));
     EXPECT_TRUE(detectWith(settings, outputs).empty());
     ASSERT_EQ(outputs.count("output0"), 1U);
     EXPECT_TRUE(outputs["output0"].data->empty());
@@ -210,7 +210,7 @@ TEST_F(Yolov5PostprocessProperty, AFullOutputGivesTheObjectsOfTheReference) {
     settings.confThreshold = 0.9F;
     settings.numCandidates = 25200;
     const auto rows = randomRows(random, settings.numCandidates, 85, 0.0);
-    EXPECT_GT(compareWithReference(settings, reference::floatTensor(rows)), 1000U);
+    EXPECT_GT(compareWithReference(settings, floatTensor(rows)), 1000U);
 }
 
 }  // namespace

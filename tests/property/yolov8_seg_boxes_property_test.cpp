@@ -1,10 +1,10 @@
-#include "property/comparison.h"
-#include "property/random.h"
-#include "property/yolov8_seg_heads.h"
-#include "property/yolov8_seg_tensors.h"
 #include "reference/dfl.h"
 #include "reference/seg_boxes.h"
+#include "support/comparison.h"
 #include "support/fake_engine.h"
+#include "support/random.h"
+#include "support/yolov8_seg_heads.h"
+#include "support/yolov8_seg_tensors.h"
 
 #include "brellix/yolov8_seg.h"
 

@@ -1,9 +1,9 @@
-#include "property/comparison.h"
-#include "property/random.h"
-#include "property/yolov8_seg_tensors.h"
 #include "reference/seg_objects.h"
-#include "reference/tensor_building.h"
+#include "support/comparison.h"
 #include "support/fake_engine.h"
+#include "support/random.h"
+#include "support/tensor_values.h"
+#include "support/yolov8_seg_tensors.h"
 
 #include "brellix/yolov8_seg.h"
 
@@ -15,7 +15,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
@@ -109,21 +108,20 @@ AIBuff patchedPrototypes(Random& random, const SegSettings& settings, const std:
     std::vector<float> values(prototype.begin<float>(), prototype.end<float>());
     values.resize(elements, 0.0F);
     if (!settings.isQuantized) {
-        return reference::floatTensor(values);
+        return floatTensor(values);
     }
     std::vector<std::int8_t> bytes(elements);
     std::transform(values.begin(), values.end(), bytes.begin(),
                    [](float value) { return cv::saturate_cast<std::int8_t>(value); });
-    return reference::int8Tensor(bytes, 0, 0.01F);
+    return int8Tensor(bytes, 0, 0.01F);
 }
 
 /// Makes a float tensor's values multiples of 1/16.
 void coarsen(AIBuff& tensor) {
-    std::vector<float> values(tensor.data->size() / sizeof(float));
-    std::memcpy(values.data(), tensor.data->data(), tensor.data->size());
+    std::vector<float> values = floatsOf(tensor);
     std::transform(values.begin(), values.end(), values.begin(),
                    [](float value) { return std::round(value * 16.0F) / 16.0F; });
-    std::memcpy(tensor.data->data(), values.data(), tensor.data->size());
+    tensor = floatTensor(values);
 }
 
 TEST_P(Yolov8SegObjectsProperty, MasksOfPatchesAreThoseOfTheReference) {

@@ -6,7 +6,7 @@
 #include "reference/seg_boxes.h"
 #include "reference/seg_objects.h"
 #include "reference/seg_prototypes.h"
-#include "reference/tensor_building.h"
+#include "support/tensor_values.h"
 
 #include <gtest/gtest.h>
 
@@ -26,6 +26,8 @@ using ai_orvo::model::AIBuff;
 using ai_orvo::model::LetterboxInfo;
 using ai_orvo::model::Object;
 using ai_orvo::model::TensorMap;
+using testing::floatTensor;
+using testing::int8Tensor;
 
 constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();

@@ -10,8 +10,8 @@
 #include "reference/object_nms.h"
 #include "reference/quantization.h"
 #include "reference/rounding.h"
-#include "reference/tensor_building.h"
 #include "reference/tensor_reading.h"
+#include "support/tensor_values.h"
 
 #include <gtest/gtest.h>
 
@@ -28,6 +28,8 @@ namespace {
 using ai_orvo::model::AIBuff;
 using ai_orvo::model::LetterboxInfo;
 using ai_orvo::model::Object;
+using testing::floatTensor;
+using testing::int8Tensor;
 
 constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();

@@ -3,10 +3,10 @@
 #include "brellix/yolov5.h"
 #include "brellix/yolov5_cutoff.h"
 #include "brellix/yolov8_seg.h"
-#include "property/random.h"
-#include "property/yolov8_seg_tensors.h"
 #include "reference/cutoff_boxes.h"
-#include "reference/tensor_building.h"
+#include "support/random.h"
+#include "support/tensor_values.h"
+#include "support/yolov8_seg_tensors.h"
 
 #include <algorithm>
 #include <cctype>
@@ -43,7 +43,7 @@ TensorMap fusedOutputs() {
             values.push_back(random.real(0.0F, 1.0F));
         }
     }
-    return {{"output0", reference::floatTensor(values)}};
+    return {{"output0", floatTensor(values)}};
 }
 
 TensorMap cutOutputs() {
@@ -53,7 +53,7 @@ TensorMap cutOutputs() {
         const int bytes = 3 * (kCannedClasses + 5) * cellsOf(head);
         // Logits from -9 to 3: one in four says yes.
         outputs[reference::kCutoffHeadNames[static_cast<std::size_t>(head)]] =
-            reference::int8Tensor(random.bytes(static_cast<std::size_t>(bytes)), 60, 0.05F);
+            int8Tensor(random.bytes(static_cast<std::size_t>(bytes)), 60, 0.05F);
     }
     return outputs;
 }

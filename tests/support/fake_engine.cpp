@@ -1,10 +1,7 @@
 #include "support/fake_engine.h"
 
-#include <cstring>
-
 namespace brellix::testing {
 
-using ai_orvo::alg::common::AIBuff;
 using ai_orvo::alg::common::TensorMap;
 
 FakeEngine& FakeEngine::instance() {
@@ -15,23 +12,6 @@ FakeEngine& FakeEngine::instance() {
 FakeEngine& FakeEngine::reset() {
     instance() = FakeEngine();
     return instance();
-}
-
-AIBuff floatTensor(const std::vector<float>& values) {
-    AIBuff tensor;
-    tensor.data->resize(values.size() * sizeof(float));
-    if (!values.empty()) {
-        std::memcpy(tensor.data->data(), values.data(), tensor.data->size());
-    }
-    return tensor;
-}
-
-std::vector<float> floatsOf(const AIBuff& tensor) {
-    std::vector<float> values(tensor.data->size() / sizeof(float));
-    if (!values.empty()) {
-        std::memcpy(values.data(), tensor.data->data(), values.size() * sizeof(float));
-    }
-    return values;
 }
 
 TensorMap deepCopy(const TensorMap& tensors) {

@@ -28,12 +28,6 @@ struct FakeEngine {
     static FakeEngine& instance();
 };
 
-/// A buffer that holds the bytes of `values`.
-ai_orvo::alg::common::AIBuff floatTensor(const std::vector<float>& values);
-
-/// The float32 values that a buffer holds.
-std::vector<float> floatsOf(const ai_orvo::alg::common::AIBuff& tensor);
-
 /// A copy that shares nothing with `tensors`.
 ai_orvo::alg::common::TensorMap deepCopy(const ai_orvo::alg::common::TensorMap& tensors);
 

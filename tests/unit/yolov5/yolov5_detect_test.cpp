@@ -3,6 +3,7 @@
 #include "support/capture_stdout.h"
 #include "support/fake_engine.h"
 #include "support/images.h"
+#include "support/tensor_values.h"
 
 #include <gtest/gtest.h>
 

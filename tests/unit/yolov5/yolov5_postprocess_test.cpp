@@ -1,6 +1,7 @@
 #include "brellix/yolov5.h"
 #include "support/capture_stdout.h"
 #include "support/fake_engine.h"
+#include "support/tensor_values.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include "yolov8_seg/seg_fixture.h"
 
 #include "support/fake_engine.h"
+#include "support/tensor_values.h"
 
 #include <cstring>
 

@@ -1,6 +1,7 @@
 #include "brellix/quantization.h"
 #include "brellix/yolov8_seg.h"
 #include "support/fake_engine.h"
+#include "support/tensor_values.h"
 #include "yolov8_seg/seg_fixture.h"
 
 #include <gtest/gtest.h>

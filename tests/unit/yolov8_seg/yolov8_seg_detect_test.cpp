@@ -4,6 +4,7 @@
 #include "support/capture_stdout.h"
 #include "support/fake_engine.h"
 #include "support/images.h"
+#include "support/tensor_values.h"
 #include "yolov8_seg/seg_fixture.h"
 
 #include <gmock/gmock.h>

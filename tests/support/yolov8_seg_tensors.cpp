@@ -1,7 +1,7 @@
-#include "property/yolov8_seg_tensors.h"
+#include "support/yolov8_seg_tensors.h"
 
 #include "reference/letterbox.h"
-#include "reference/tensor_building.h"
+#include "support/tensor_values.h"
 
 namespace brellix::testing {
 
@@ -15,14 +15,14 @@ namespace {
 AIBuff randomTensor(Random& random, const SegSettings& settings, int elements, float low, float high) {
     if (settings.isQuantized) {
         const float scale = (high - low) / 255.0F;
-        return reference::int8Tensor(random.bytes(static_cast<std::size_t>(elements)),
-                                     static_cast<int>(-128.0F - low / scale), scale);
+        return int8Tensor(random.bytes(static_cast<std::size_t>(elements)),
+                          static_cast<int>(-128.0F - low / scale), scale);
     }
     std::vector<float> values;
     for (int i = 0; i < elements; ++i) {
         values.push_back(random.real(low, high));
     }
-    return reference::floatTensor(values);
+    return floatTensor(values);
 }
 
 }  // namespace

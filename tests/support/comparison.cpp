@@ -1,4 +1,4 @@
-#include "property/comparison.h"
+#include "support/comparison.h"
 
 #include "reference/object_nms.h"
 #include "reference/rounding.h"

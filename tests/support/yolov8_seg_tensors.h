@@ -3,8 +3,8 @@
 /// \file
 /// A small YOLOv8Seg and random outputs for it.
 
-#include "property/random.h"
 #include "reference/seg_objects.h"
+#include "support/random.h"
 
 #include "brellix/yolov8_seg.h"
 

@@ -1,4 +1,4 @@
-#include "property/random.h"
+#include "support/random.h"
 
 #include <algorithm>
 #include <limits>

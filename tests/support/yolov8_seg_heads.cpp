@@ -1,7 +1,7 @@
-#include "property/yolov8_seg_heads.h"
+#include "support/yolov8_seg_heads.h"
 
-#include "property/comparison.h"
 #include "reference/seg_prototypes.h"
+#include "support/comparison.h"
 
 #include <algorithm>
 

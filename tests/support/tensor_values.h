@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Tensors for tests, from values.
+/// Tensors from values, and back.
 
 #include "brellix/ai_engine.h"
 
@@ -9,8 +9,9 @@
 #include <cstring>
 #include <vector>
 
-namespace brellix::reference {
+namespace brellix::testing {
 
+/// A tensor that holds the bytes of `values`.
 inline ai_orvo::alg::common::AIBuff floatTensor(const std::vector<float>& values) {
     ai_orvo::alg::common::AIBuff tensor;
     tensor.data->resize(values.size() * sizeof(float));
@@ -30,4 +31,13 @@ inline ai_orvo::alg::common::AIBuff int8Tensor(const std::vector<std::int8_t>& v
     return tensor;
 }
 
-}  // namespace brellix::reference
+/// The float32 values that a tensor holds.
+inline std::vector<float> floatsOf(const ai_orvo::alg::common::AIBuff& tensor) {
+    std::vector<float> values(tensor.data->size() / sizeof(float));
+    if (!values.empty()) {
+        std::memcpy(values.data(), tensor.data->data(), values.size() * sizeof(float));
+    }
+    return values;
+}
+
+}  // namespace brellix::testing
