@@ -9,4 +9,5 @@ foreach(name onnx onnx_proto)
 endforeach()
 
 include(FindPackageHandleStandardArgs)
-find_package_handle_standard_args(ONNX CONFIG_MODE)
+find_package_handle_standard_args(ONNX CONFIG_MODE
+    REASON_FAILURE_MESSAGE "Debian has it as libonnx-dev, scripts/install-packages installs all that the build needs")
