@@ -4,6 +4,7 @@
 #include "calibrate/calibrate_command.h"
 #include "check/check_command.h"
 #include "compare/compare_command.h"
+#include "console/text.h"
 #include "detect/detect_command.h"
 #include "eval/eval_command.h"
 #include "init/init_command.h"
@@ -27,7 +28,7 @@ constexpr const char* kExamples =
     "  brellix detect shapes.yaml photo.jpg\n"
     "  brellix detect shapes.yaml pictures/ --out annotated --json results.jsonl\n"
     "  brellix detect shapes.yaml clip.mp4 --out annotated\n"
-    "  brellix calibrate shapes.yaml pictures/\n"
+    "  brellix calibrate shapes_cut.yaml pictures/\n"
     "  brellix eval shapes.yaml truth.json\n"
     "  brellix compare float.yaml int8.yaml pictures/\n"
     "  brellix bench shapes.yaml photo.jpg\n"
@@ -64,8 +65,24 @@ ExitStatus answer(const CLI::App& app, const CLI::ParseError& error, OwnOutput& 
     return ExitStatus::kDone;
 }
 
-std::string mistakeText(const CLI::App* /*app*/, const CLI::Error& error) {
-    return std::string(error.what()) + "; brellix --help tells more";
+std::string mistakeText(const CLI::App* app, const CLI::Error& error) {
+    const std::vector<CLI::App*> chosen = app->get_subcommands();
+    const std::string command = chosen.empty() ? "" : chosen.front()->get_name() + ' ';
+    return std::string(error.what()) + "; brellix " + command + "--help tells more";
+}
+
+/// CLI11 itself would list all arguments, the last one first.
+void refuseUnknownCommand(const CLI::App& app, int argc, const char* const* argv) {
+    const std::string word = argc > 1 ? argv[1] : "-";
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        names.push_back(command->get_name());
+    }
+    if (word.rfind('-', 0) == 0 || std::find(names.begin(), names.end(), word) != names.end()) {
+        return;
+    }
+    throw wrongUse("there is no command \"" + word + "\", expected one of: " + joined(names) +
+                   "; brellix --help tells more");
 }
 
 void describeProgram(CLI::App& app) {
@@ -90,6 +107,7 @@ ExitStatus runCommandLine(int argc, const char* const* argv, OwnOutput& output, 
         refuseEmptyValues(*command.options);
     }
     refuseEmptyAssignments({argv + std::min(argc, 1), argv + argc});
+    refuseUnknownCommand(app, argc, argv);
     try {
         app.parse(argumentsFrom(argc, argv));
     } catch (const CLI::ParseError& error) {

@@ -48,7 +48,7 @@ class EngineInAForkedProcess : public EngineTest {
   private:
     /// Runs the network. \return whether all went well.
     bool infers() {
-        TensorMap inputs{{"in", floatBuffer(std::vector<float>(kElements, 0.5F))}};
+        TensorMap inputs{{"in", floatTensor(std::vector<float>(kElements, 0.5F))}};
         TensorMap outputs{{"out", byteBuffer(kElements * sizeof(float))}};
         const int status = engine_.DoInference(inputs, outputs);
         return status == 0 && floatsOf(outputs["out"]) == std::vector<float>(kElements, 32.0F);

@@ -32,7 +32,11 @@ TEST_F(EngineInit, IgnoresTheFrameworkCode) {
 TEST_F(EngineInit, RefusesAMissingFile) {
     AIEngineConfig config;
     config.model_path = folder_.path() + "/absent.onnx";
-    expectRefusal(init(config), 1, {config.model_path, "No such file", "set model_path"});
+    const Answer absolute = init(config);
+    expectRefusal(absolute, 1, {config.model_path, "No such file", "set model_path"});
+    EXPECT_EQ(absolute.standardError.find("working directory"), std::string::npos) << absolute.standardError;
+    config.model_path = "absent.onnx";
+    expectRefusal(init(config), 1, {"'absent.onnx'", "a relative path starts at the working directory"});
 }
 
 TEST_F(EngineInit, RefusesAnEmptyPath) {

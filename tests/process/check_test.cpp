@@ -311,7 +311,8 @@ TEST_F(Check, NetworkOfAnotherFormatCannotBeCompared) {
     expectFinding(answer, "network", "warning", {"network.rknn", "cannot be compared", "the engine decides"});
     const ProgramResult unsaid = run({"check", "model.yaml"});
     EXPECT_EQ(unsaid.status, 2);
-    EXPECT_NE(unsaid.err.find("say it with the key \"model\" or with --model"), std::string::npos)
+    EXPECT_NE(unsaid.err.find("this is no ONNX file; say it with the key \"model\" or with --model"),
+              std::string::npos)
         << unsaid.err;
 }
 

@@ -49,11 +49,13 @@ struct Mistake {
 TEST_F(CommandLine, MistakesAreNamedOnStandardErrorAlone) {
     writePicture("a.png");
     const std::vector<Mistake> mistakes = {
-        {{"paint"}, "paint"},
+        {{"paint"}, "there is no command \"paint\", expected one of: init, check, detect, "},
+        {{"detct", "model.yaml", "a.png"}, "there is no command \"detct\""},
         {{"--colour"}, "--colour"},
         {{"detect"}, "CONFIG"},
         {{"detect", "model.yaml"}, "INPUT"},
         {{"detect", "model.yaml", "a.png", "--colour"}, "--colour"},
+        {{"detect", "model.yaml", "a.png", "--conf", "45%"}, "brellix detect --help tells more"},
         {{"detect", "model.yaml", "a.png", "--json"}, "--json"},
         {{"detect", "model.yaml", "a.png", "--out"}, "--out"},
         {{"detect", "model.yaml", "a.png", "--model", "yolov99"}, "yolov99"},

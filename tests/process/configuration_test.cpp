@@ -51,6 +51,12 @@ TEST_F(Configuration, BrokenYamlIsLocated) {
     expectRefusal("model_path: network.onnx\ninput_size: [64, 64\n", {"model.yaml:3:1", "not valid YAML"});
 }
 
+TEST_F(Configuration, NetworkOrPictureInItsPlaceIsSaid) {
+    for (const std::string path : {"network.onnx", "a.png"}) {
+        expectRefusalOf(path, {path + ": this is no text, expected a YAML file", "brellix init NETWORK"});
+    }
+}
+
 TEST_F(Configuration, NestingBeyondTheParsersLimitIsSaid) {
     const std::string brackets(20000, '[');
     expectRefusal("model_path: " + brackets, {"model.yaml:1:", "too deep inside each other"});

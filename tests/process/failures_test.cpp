@@ -1,5 +1,7 @@
 #include "detect_fixture.h"
 
+#include <sys/stat.h>
+
 namespace brellix::testing {
 namespace {
 
@@ -45,6 +47,17 @@ TEST_F(BrokenPictures, DeviceIsNotRead) {
     const ProgramResult result = run({"detect", "model.yaml", "/dev/zero", "--json", "-"});
     EXPECT_EQ(result.status, 3);
     EXPECT_NE(result.err.find("/dev/zero: not a regular file"), std::string::npos) << result.err;
+}
+
+TEST_F(BrokenPictures, PipesAndVideosInTheirPlaceAreSaid) {
+    ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+    const ProgramResult detect = run({"detect", "model.yaml", "pipe"});
+    EXPECT_EQ(detect.status, 3);
+    EXPECT_NE(detect.err.find("pipe: a pipe, expected a picture; detect reads JPEGs"), std::string::npos)
+        << detect.err;
+    writeText("clip.mp4", "not even that");
+    const ProgramResult bench = run({"bench", "model.yaml", "clip.mp4"});
+    EXPECT_NE(bench.err.find("clip.mp4: a video, expected a picture"), std::string::npos) << bench.err;
 }
 
 TEST_F(BrokenPictures, QuietStillReportsThem) {

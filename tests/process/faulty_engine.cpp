@@ -1,5 +1,6 @@
 // A board's engine that breaks in the middle, in place of ours: frame by frame it does what the environment
-// variable BRELLIX_TEST_FAULTS says, one letter a frame, and works well from its end on.
+// variable BRELLIX_TEST_FAULTS says, one letter a frame, and works well from its end on. With
+// BRELLIX_TEST_REFUSAL it refuses every network.
 
 #include "brellix/ai_engine.h"
 
@@ -42,7 +43,7 @@ int doAsTold(char fault, TensorMap& outputs) {
 }  // namespace
 
 int AIEngine::Init(const AIEngineConfig&) {
-    return 0;
+    return std::getenv("BRELLIX_TEST_REFUSAL") == nullptr ? 0 : 2;
 }
 
 int AIEngine::DoInference(TensorMap&, TensorMap& outputs) {

@@ -16,7 +16,10 @@ class ReplacedEngine : public CheckTest {
         change("network.onnx", "network.onnx", openShapes);
         writePicture("a.png");
     }
-    ~ReplacedEngine() override { ::unsetenv("LD_LIBRARY_PATH"); }
+    ~ReplacedEngine() override {
+        ::unsetenv("LD_LIBRARY_PATH");
+        ::unsetenv("BRELLIX_TEST_REFUSAL");
+    }
 };
 
 TEST_F(ReplacedEngine, IsNotHeldToTheLimitsOfOurBackEnds) {
@@ -24,6 +27,17 @@ TEST_F(ReplacedEngine, IsNotHeldToTheLimitsOfOurBackEnds) {
     EXPECT_EQ(answer["fits"], true) << answer.dump(1);
     EXPECT_EQ(finding(answer, "shape"), json()) << answer.dump(1);
     EXPECT_EQ(finding(answer, "opset"), json()) << answer.dump(1);
+}
+
+TEST_F(ReplacedEngine, IsAskedOfNetworksThatAreCompiledForIt) {
+    writeText("network.rknn", "what a board loads");
+    writeText("model.yaml", replaced(readText("model.yaml"), "network.onnx", "network.rknn"));
+    expectFinding(report("model.yaml", {"--model", "yolov5"}), "engine", "ok");
+    ::setenv("BRELLIX_TEST_REFUSAL", "yes", 1);
+    const json answer = report("model.yaml", {"--model", "yolov5"});
+    EXPECT_EQ(errors(answer), (std::vector<std::string>{"engine"}));
+    expectFinding(answer, "engine", "error",
+                  {"refuses the network: code 2", "name the network that was compiled for this engine"});
 }
 
 TEST_F(ReplacedEngine, DetectsOnNetworksThatOursWouldRefuse) {

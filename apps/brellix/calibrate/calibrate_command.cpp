@@ -27,8 +27,8 @@ struct CalibrateOptions {
 
 constexpr const char* kExamples =
     "Examples:\n"
-    "  brellix calibrate shapes.yaml pictures/\n"
-    "  brellix calibrate shapes.yaml 'cam?/*.png' --force\n"
+    "  brellix calibrate shapes_cut.yaml pictures/\n"
+    "  brellix calibrate shapes_cut.yaml 'cam?/*.png' --force\n"
     "\n"
     "The file goes beside the network as NETWORK.onnx.calibration.yaml, where the engine finds it.\n"
     "A hundred pictures like those that the model will see are enough.\n"

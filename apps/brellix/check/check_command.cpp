@@ -6,6 +6,7 @@
 #include "check/network_fit.h"
 #include "config/class_list.h"
 #include "console/text.h"
+#include "network/back_end_choice.h"
 #include "run_options.h"
 
 #include <memory>
@@ -64,9 +65,11 @@ void judgeNames(const CheckedConfig& checked, const std::string& namesFile, Find
     findings.push_back(finding);
 }
 
-/// What was found out without the engine is said in better words, so it is asked last.
+/// What was found out without the engine is said in better words, so it is asked last. Of a network that is
+/// compiled for a board only the board's own engine can be asked: ours would refuse what is right there.
 void tryEngine(const CheckedConfig& checked, CheckReport& report) {
-    if (!report.fits() || checked.network.format != NetworkFormat::kOnnx) {
+    const bool isOurs = chosenBackEnd() != BackEnd::kUnknown;
+    if (!report.fits() || (isOurs && checked.network.format != NetworkFormat::kOnnx)) {
         return;
     }
     const std::string reason = reasonOfEngine(settingsOf(checked.config), checked.network.path);
@@ -74,7 +77,8 @@ void tryEngine(const CheckedConfig& checked, CheckReport& report) {
     if (!reason.empty()) {
         finding.severity = Severity::kError;
         finding.found = "refuses the network: " + reason;
-        finding.fix = exportFix(checked, recognise(checked.network));
+        finding.fix = isOurs ? exportFix(checked, recognise(checked.network))
+                             : "name the network that was compiled for this engine in model_path";
     }
     report.findings.push_back(finding);
 }

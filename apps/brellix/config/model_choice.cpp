@@ -67,8 +67,10 @@ Finding cannotGuess(const std::string& configPath, const NetworkFacts& network) 
 
 void requireReadable(const NetworkFacts& network) {
     if (network.format != NetworkFormat::kOnnx) {
-        throw wrongUse(network.path + ": the model class cannot be guessed: " + network.reason + "; or " +
-                       kSayIt + joined(modelClassNames()));
+        const bool isForeign = network.format == NetworkFormat::kForeign;
+        throw wrongUse(network.path + ": the model class cannot be guessed: " +
+                       (isForeign ? "this is no ONNX file; " : network.reason + "; or ") + kSayIt +
+                       joined(modelClassNames()));
     }
 }
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
 namespace brellix::app {
 namespace {
@@ -20,10 +21,33 @@ std::string reasonOf(const YAML::ParserException& error) {
                                                  : error.msg;
 }
 
+/// A network or a picture in the place of a configuration; the parser's words do not tell. Text has no such
+/// bytes.
+bool isBinaryFile(const std::string& path) {
+    constexpr int kLooksAt = 512;
+    std::error_code error;
+    if (!fs::is_regular_file(path, error)) {
+        return false;
+    }
+    std::ifstream file(path, std::ios::binary);
+    char byte = 0;
+    for (int count = 0; count < kLooksAt && file.get(byte); ++count) {
+        if (static_cast<unsigned char>(byte) < '\t') {
+            return true;
+        }
+    }
+    return false;
+}
+
 YAML::Node parse(const std::string& path) {
     try {
         return YAML::LoadFile(path);
     } catch (const YAML::ParserException& error) {
+        if (isBinaryFile(path)) {
+            throw wrongUse(path +
+                           ": this is no text, expected a YAML file; brellix init NETWORK writes the "
+                           "configuration of a network");
+        }
         throw wrongUse(path + ':' + std::to_string(error.mark.line + 1) + ':' +
                        std::to_string(error.mark.column + 1) +
                        ": this is not valid YAML: " + reasonOf(error));

@@ -1,5 +1,7 @@
 #include "files/picture_reader.h"
 
+#include "files/file_kind.h"
+
 #include <opencv2/imgcodecs.hpp>
 
 #include <sys/stat.h>
@@ -34,7 +36,10 @@ void refuseWhatIsNoReadableFile(const std::string& path) {
         throw BrokenPicture(std::strerror(errno));
     }
     if (!S_ISREG(status.st_mode)) {
-        throw BrokenPicture("not a regular file");
+        throw BrokenPicture(
+            S_ISFIFO(status.st_mode)
+                ? "a pipe, expected a picture; detect reads JPEGs from a pipe as - (detect CONFIG - < PIPE)"
+                : "not a regular file");
     }
     if (status.st_size == 0) {
         throw BrokenPicture("the file is empty");
@@ -43,6 +48,9 @@ void refuseWhatIsNoReadableFile(const std::string& path) {
 
 cv::Mat readPicture(const std::string& path) {
     refuseWhatIsNoReadableFile(path);
+    if (isVideoFile(path)) {
+        throw BrokenPicture("a video, expected a picture: detect alone takes videos, as its arguments");
+    }
     return decodedBy([&] { return cv::imread(path, cv::IMREAD_COLOR); });
 }
 

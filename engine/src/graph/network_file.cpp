@@ -34,8 +34,11 @@ class FileDescriptor {
 };
 
 [[noreturn]] void refuseUnreadable(const std::string& path, const std::string& reason) {
-    throw Refusal(Status::kFileUnreadable, "network file '" + path + "' cannot be read: " + reason +
-                                               "; set model_path to the network's file");
+    const bool isRelative = !path.empty() && path.front() != '/';
+    throw Refusal(Status::kFileUnreadable,
+                  "network file '" + path + "' cannot be read: " + reason +
+                      "; set model_path to the network's file" +
+                      (isRelative ? ", a relative path starts at the working directory" : ""));
 }
 
 [[noreturn]] void refuseForeign(const std::string& path, const std::string& found) {
