@@ -5,6 +5,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 
@@ -15,6 +16,9 @@ namespace {
 void writeToStandardError(std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
         if (written <= 0) {
             return;
         }
@@ -66,7 +70,7 @@ bool Console::hasStatusLine() const {
 
 void Console::showStatusLine(const std::string& text) {
     hideStatusLine();
-    writeToStandardError(cutToTerminal(text));
+    writeToStandardError(cutToTerminal(printable(text)));
     statusLineVisible_ = true;
 }
 
