@@ -12,6 +12,7 @@ import shutil
 import subprocess
 import tempfile
 import unittest
+import unittest.mock
 from functools import cache
 from pathlib import Path
 
@@ -250,6 +251,12 @@ class BashCompletion(unittest.TestCase):
                     (["check", "a.yaml", "--json", ""], set())):
                 with self.subTest(words):
                     self.assertEqual(bash_completion(*words, folder=folder), expected)
+
+    def test_folders_below_the_home_folder_are_offered_as_they_were_begun(self) -> None:
+        with tempfile.TemporaryDirectory() as home, unittest.mock.patch.dict(os.environ, HOME=home):
+            Path(home, "sub").mkdir()
+            Path(home, "a.yaml").touch()
+            self.assertEqual(bash_completion("check", "~/"), {"~/sub", "~/a.yaml"})
 
 
 def zsh_options(command: str) -> set[str]:

@@ -51,7 +51,7 @@ _brellix_files() {
     shopt -s extglob
     while IFS= read -r name; do
         # shellcheck disable=SC2053  # the right side is a pattern
-        [[ -d $name || ${name,,} == $2 ]] && COMPREPLY+=("$name")
+        [[ -d ${name/#\~\//$HOME/} || ${name,,} == $2 ]] && COMPREPLY+=("$name")
     done < <(compgen -f -- "$1")
     $was
     compopt -o filenames 2>/dev/null
