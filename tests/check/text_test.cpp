@@ -34,5 +34,12 @@ TEST(Joined, PartsStandWithSomethingBetweenEachTwo) {
     EXPECT_EQ(app::joined({"a", "b"}, "; "), "a; b");
 }
 
+TEST(Counted, ANounHasItsOwnPluralOrAnS) {
+    EXPECT_EQ(app::counted(0, "picture"), "0 pictures");
+    EXPECT_EQ(app::counted(1, "picture"), "1 picture");
+    EXPECT_EQ(app::counted(1, "class", "classes"), "1 class");
+    EXPECT_EQ(app::counted(80, "class", "classes"), "80 classes");
+}
+
 }  // namespace
 }  // namespace brellix::testing

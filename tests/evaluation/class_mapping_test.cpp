@@ -47,7 +47,7 @@ TEST(ClassMapping, GoesBySortedIdsWhereASideHasNoNames) {
 
 TEST(ClassMapping, AnOrderOfAnotherLengthIsRefused) {
     expectRefused(dataset({{1, "cube", {}, true}}), kUnnamed, MappingRule::kByName,
-                  {"1 categories, and class_num of the configuration is 3", "--names"});
+                  {"there is 1 category, and class_num of the configuration is 3", "--names"});
 }
 
 TEST(ClassMapping, ClassIndicesAreLabels) {

@@ -302,3 +302,17 @@ TEST_F(Compare, ABadConfigurationOfEitherSideIsWrongUse) {
 
 }  // namespace
 }  // namespace brellix::testing
+    writeTinyNetwork(path("other.onnx"), fusedNetwork(4, {}));
+    writeText("other.yaml",
+              "model_path: other.onnx\nconf_thres: 0.25\nnms_thres: 0.65\nclass_num: 4\n"
+              "input_size: [64, 64]\n");
+    EXPECT_EQ(compare({}).err, "brellix: warning: A has 3 classes (class_num), B has 4\n");
+}
+
+TEST_F(Compare, NamesThatDoNotFitAreWarnedOf) {
+    writeOther({disc(), cube()});
+    writeText("names.txt", "ball\n");
+    EXPECT_EQ(
+        compare({"--names", "names.txt"}).err,
+        "brellix: warning: names.txt holds 1 name and class_num is 3: classes without a name are called "
+        "by their number\n");

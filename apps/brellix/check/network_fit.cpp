@@ -1,5 +1,6 @@
 #include "check/network_fit.h"
 
+#include "console/text.h"
 #include "files/config_keys.h"
 #include "network/prepare_hint.h"
 
@@ -10,10 +11,6 @@
 
 namespace brellix::app {
 namespace {
-
-std::string text(cv::Size size) {
-    return std::to_string(size.width) + " x " + std::to_string(size.height);
-}
 
 std::string listText(cv::Size size) {
     return '[' + std::to_string(size.width) + ", " + std::to_string(size.height) + ']';
@@ -81,13 +78,14 @@ class Fit {
             addNetworkInput(size, "a square, which the masks need");
         } else if (size != config_.inputSize) {
             add("input_size", placeOf(config_, "input_size"),
-                text(config_.inputSize) + ", and the network's input is " + text(size), listText(size),
-                "write \"input_size: " + listText(size) + '"', true);
+                sizeText(config_.inputSize.width, config_.inputSize.height) +
+                    ", and the network's input is " + sizeText(size.width, size.height),
+                listText(size), "write \"input_size: " + listText(size) + '"', true);
         }
     }
 
     void addNetworkInput(cv::Size size, const std::string& expected) {
-        add("network input", checked_.network.path, text(size), expected,
+        add("network input", checked_.network.path, sizeText(size.width, size.height), expected,
             "export it with another size, for example with --size 640 640 of tools/prepare_network.py");
     }
 
@@ -97,8 +95,8 @@ class Fit {
         }
         const std::string count = std::to_string(*recognition_.classNum);
         add("class_num", placeOf(config_, "class_num"),
-            std::to_string(config_.classNum) + ", and the network has " + count +
-                (*recognition_.classNum == 1 ? " class" : " classes"),
+            std::to_string(config_.classNum) + ", and the network has " +
+                counted(static_cast<std::size_t>(*recognition_.classNum), "class", "classes"),
             count, "write \"class_num: " + count + '"', true);
     }
 

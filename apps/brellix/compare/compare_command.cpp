@@ -106,7 +106,7 @@ void warnOfDifferentClasses(const ModelConfig& a, const ModelConfig& b, Console&
     const ClassList inA("", a.document);
     const ClassList inB("", b.document);
     if (a.classNum != b.classNum) {
-        console.warning("A has " + counted(static_cast<std::size_t>(a.classNum), "class") +
+        console.warning("A has " + counted(static_cast<std::size_t>(a.classNum), "class", "classes") +
                         " (class_num), B has " + std::to_string(b.classNum));
     } else if (!inA.names().empty() && !inB.names().empty() && inA.names() != inB.names()) {
         console.warning("A and B call their classes differently; compared are the class numbers");

@@ -90,7 +90,7 @@ cv::Size readInputSize(const KeyReader& keys, int classNum, Findings& findings) 
     if (size.size() < 2) {
         keys.refuse(kInputSizeRule, "a list of " + counted(size.size(), "element"));
     }
-    const std::string found = std::to_string(size[0]) + " x " + std::to_string(size[1]);
+    const std::string found = sizeText(size[0], size[1]);
     if (size[0] <= 0 || size[1] <= 0) {
         keys.refuse(kInputSizeRule, found);
     }
@@ -98,8 +98,9 @@ cv::Size readInputSize(const KeyReader& keys, int classNum, Findings& findings) 
         findings.push_back(keys.fault(kInputSizeRule, found));
     }
     if (!tensorsAreCountable(size[0], size[1], classNum)) {
-        keys.refuse(kInputSizeRule,
-                    found + " with " + std::to_string(classNum) + " classes, which is too large to count");
+        keys.refuse(kInputSizeRule, found + " with " +
+                                        counted(static_cast<std::size_t>(classNum), "class", "classes") +
+                                        ", which is too large to count");
     }
     return {static_cast<int>(size[0]), static_cast<int>(size[1])};
 }
@@ -167,8 +168,7 @@ void readBackEndKeys(const KeyReader& keys, CheckedConfig& checked) {
     // Any other shape works until something is found, and raises OpenCV's error then.
     const cv::Size size = checked.config.inputSize;
     if (size.width != size.height) {
-        checked.findings.push_back(keys.fault(
-            kSquareInputSizeRule, std::to_string(size.width) + " x " + std::to_string(size.height)));
+        checked.findings.push_back(keys.fault(kSquareInputSizeRule, sizeText(size.width, size.height)));
     }
 }
 

@@ -69,8 +69,13 @@ std::string joined(const std::vector<std::string>& parts, std::string_view betwe
     return text;
 }
 
-std::string counted(std::size_t count, std::string_view noun) {
-    return std::to_string(count) + ' ' + std::string(noun) + (count == 1 ? "" : "s");
+std::string counted(std::size_t count, std::string_view noun, std::string_view plural) {
+    const std::string several = plural.empty() ? std::string(noun) + 's' : std::string(plural);
+    return std::to_string(count) + ' ' + (count == 1 ? std::string(noun) : several);
+}
+
+std::string sizeText(std::int64_t width, std::int64_t height) {
+    return std::to_string(width) + " x " + std::to_string(height);
 }
 
 std::string fixed(double value, int decimals) {

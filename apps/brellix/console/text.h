@@ -4,6 +4,7 @@
 /// Text for people: names and paths may hold anything, a terminal should not obey it.
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,8 +24,11 @@ std::string padLeft(std::string_view text, std::size_t width);
 /// \return the parts with `between` each two.
 std::string joined(const std::vector<std::string>& parts, std::string_view between = ", ");
 
-/// \return "1 picture", "2 pictures".
-std::string counted(std::size_t count, std::string_view noun);
+/// \return "1 picture", "2 pictures". \param plural of the noun, where an "s" more does not make it.
+std::string counted(std::size_t count, std::string_view noun, std::string_view plural = {});
+
+/// \return "640 x 480".
+std::string sizeText(std::int64_t width, std::int64_t height);
 
 /// \return the number with `decimals` digits behind the point.
 std::string fixed(double value, int decimals);

@@ -19,21 +19,19 @@ using ai_orvo::model::Object;
 // Where a picture cannot be read nobody knows how large its objects are; they are missed in any size.
 constexpr int kSizeOfUnreadPicture = 640;
 
-std::string sizeText(cv::Size size) {
-    return std::to_string(size.width) + " x " + std::to_string(size.height);
-}
-
 /// Run lengths have a size of their own, which is all that there is where the dataset does not say the
 /// picture's.
 void requireSize(const TruthPicture& truth, cv::Size found) {
-    const std::string cause = "the picture has " + sizeText(found) + " pixels, and ";
+    const std::string cause = "the picture has " + sizeText(found.width, found.height) + " pixels, and ";
     const std::string effect = ": its objects would be at other places";
     if (!truth.size.empty() && truth.size != found) {
-        throw BrokenPicture(cause + "the dataset says " + sizeText(truth.size) + effect);
+        throw BrokenPicture(cause + "the dataset says " + sizeText(truth.size.width, truth.size.height) +
+                            effect);
     }
     for (const TruthObject& object : truth.objects) {
         if (object.mask && object.mask->mask.size != found) {
-            throw BrokenPicture(cause + "a mask of the dataset has " + sizeText(object.mask->mask.size) +
+            const cv::Size size = object.mask->mask.size;
+            throw BrokenPicture(cause + "a mask of the dataset has " + sizeText(size.width, size.height) +
                                 effect);
         }
     }

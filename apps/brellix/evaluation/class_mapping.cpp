@@ -122,8 +122,9 @@ ClassMapping mapByLabel(const Dataset& dataset, const NetworkClasses& classes) {
 
 ClassMapping mapByOrder(const Dataset& dataset, const NetworkClasses& classes) {
     if (dataset.categories.size() != classes.count) {
-        throw wrongUse(dataset.path + ": there are " + std::to_string(dataset.categories.size()) +
-                       " categories, and class_num of the configuration is " + std::to_string(classes.count) +
+        throw wrongUse(dataset.path + (dataset.categories.size() == 1 ? ": there is " : ": there are ") +
+                       counted(dataset.categories.size(), "category", "categories") +
+                       ", and class_num of the configuration is " + std::to_string(classes.count) +
                        ", so their order does not say which is which; name both, the classes with "
                        "class_mapping in the configuration or with --names FILE");
     }

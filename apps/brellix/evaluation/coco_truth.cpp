@@ -1,6 +1,7 @@
 #include "evaluation/coco_truth.h"
 
 #include "console/failure.h"
+#include "console/text.h"
 #include "evaluation/coco_segmentation.h"
 #include "evaluation/json_entry.h"
 
@@ -77,8 +78,7 @@ cv::Size readPictureSize(const JsonEntry& entry) {
     }
     const cv::Size size(readSide(entry, "width"), readSide(entry, "height"));
     if (std::int64_t{size.width} * size.height > kMostPixels) {
-        entry.refuse("a picture of " + std::to_string(size.width) + " x " + std::to_string(size.height) +
-                     " pixels is too large");
+        entry.refuse("a picture of " + sizeText(size.width, size.height) + " pixels is too large");
     }
     return size;
 }

@@ -130,10 +130,6 @@ ModelSettings settingsFor(const InitOptions& options, const Recognition& recogni
     return {modelClass, *recognition.inputSize, *recognition.classNum, options.framework, options.quantized};
 }
 
-std::string sizeText(cv::Size size) {
-    return std::to_string(size.width) + " x " + std::to_string(size.height);
-}
-
 /// Says how the configuration passes the check, and what comes next.
 ExitStatus checkWritten(const std::string& path, Console& console) {
     const CheckReport report = checkCompletely({path, "", {}, {}, true}, "");
@@ -194,8 +190,8 @@ ExitStatus writeTo(const std::string& path, const ConfigTemplate& content, Conso
     writeWhole(path, configText(content));
     const ModelSettings& settings = content.settings;
     console.note(path + ": written for " + nameOf(settings.modelClass) + ", " +
-                 std::to_string(settings.classNum) + (settings.classNum == 1 ? " class, " : " classes, ") +
-                 sizeText(settings.inputSize));
+                 counted(static_cast<std::size_t>(settings.classNum), "class", "classes") + ", " +
+                 sizeText(settings.inputSize.width, settings.inputSize.height));
     return checkWritten(path, console);
 }
 

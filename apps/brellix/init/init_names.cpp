@@ -42,10 +42,6 @@ std::optional<IndexedNames> namesOfMetadata(const NetworkFacts& network, Console
     return names;
 }
 
-std::string countedClasses(std::size_t count) {
-    return std::to_string(count) + (count == 1 ? " class" : " classes");
-}
-
 /// A network's outputs, not a list, say how many classes there are. A class that `class_mapping` leaves out
 /// has the name NO_TYPE in the library, so that each gets an entry.
 void fitTo(int classNum, InitialNames& initial, Console& console) {
@@ -60,11 +56,12 @@ void fitTo(int classNum, InitialNames& initial, Console& console) {
         faults.push_back(counted(listed - used, "name") + " past the last class left out");
     }
     if (used < names.size()) {
-        faults.push_back(countedClasses(names.size() - used) + " without a name called by number");
+        faults.push_back(counted(names.size() - used, "class", "classes") +
+                         " without a name called by number");
     }
     if (!faults.empty()) {
         console.warning(counted(listed, "name") + " (" + initial.origin + ") for " +
-                        countedClasses(names.size()) + ": " + joined(faults));
+                        counted(names.size(), "class", "classes") + ": " + joined(faults));
     }
 }
 
