@@ -15,6 +15,8 @@ TEST_F(Check, PassesWhatFits) {
         const json answer = report(config);
         EXPECT_EQ(answer["fits"], true) << answer.dump(1);
         EXPECT_EQ(errors(answer), Names{});
+        expectFinding(answer, "class_num", "ok", {"3"});
+        expectFinding(answer, "input_size", "ok", {"64 x 64"});
         for (const json& tensor : answer["tensors"]) {
             EXPECT_EQ(tensor["fits"], true) << tensor;
         }
@@ -334,4 +336,7 @@ TEST_F(Check, MissingOrUnusableFilesAreWrongUse) {
 }
 
 }  // namespace
+    for (const char* key : {"class_num", "input_size"}) {
+        EXPECT_EQ(finding(answer, key), json()) << answer.dump(1);
+    }
 }  // namespace brellix::testing

@@ -83,8 +83,7 @@ void tryEngine(const CheckedConfig& checked, CheckReport& report) {
     report.findings.push_back(finding);
 }
 
-ExitStatus check(const CheckOptions& options, OwnOutput& output, Console& console) {
-    console.setVerbosity(options.quiet ? Verbosity::kQuiet : Verbosity::kNormal);
+ExitStatus check(const CheckOptions& options, OwnOutput& output) {
     const CheckReport report = checkCompletely(options.model, options.namesFile);
     if (!options.quiet) {
         output.sink().write(options.json ? checkJson(report) : checkTable(report));
@@ -110,8 +109,7 @@ Subcommand addCheckCommand(CLI::App& app) {
     addModelOptions(*command, options->model);
     addThresholdOptions(*command, options->model);
     addCheckOptions(*command, *options);
-    return {command,
-            [options](OwnOutput& output, Console& console) { return check(*options, output, console); }};
+    return {command, [options](OwnOutput& output, Console& /*console*/) { return check(*options, output); }};
 }
 
 }  // namespace brellix::app

@@ -11,8 +11,6 @@
 #include <refusal.h>
 #include <tensors/configuration_check.h>
 
-#include <algorithm>
-
 namespace brellix::app {
 namespace {
 
@@ -47,17 +45,19 @@ void askEngine(const CheckedConfig& checked, Findings& findings) {
     }
 }
 
-void judgeOnnx(const CheckedConfig& checked, bool usesCalibration, CheckReport& report) {
+/// \return whether the configuration's input size and class count were held against the network's.
+bool judgeOnnx(const CheckedConfig& checked, bool usesCalibration, CheckReport& report) {
     const Recognition recognition = recognise(checked.network);
     Findings& findings = report.findings;
+    bool isOfItsKind = false;
     if (checked.modelClassIsKnown) {
         report.tensors = compareTensors(expectedTensors(settingsOf(checked.config)),
                                         checked.network.description, chosenBackEnd());
-        judgeFit(checked, recognition, report.tensors, findings);
+        isOfItsKind = judgeFit(checked, recognition, report.tensors, findings);
     }
     judgeBackEndLimits(chosenBackEnd(), checked.network, exportFix(checked, recognition), findings);
     if (!checked.modelClassIsKnown) {
-        return;
+        return false;
     }
     askEngine(checked, findings);
     judgeAnchors(checked, findings);
@@ -65,27 +65,24 @@ void judgeOnnx(const CheckedConfig& checked, bool usesCalibration, CheckReport& 
     if (usesCalibration) {
         judgeCalibration(checked, report.tensors, findings);
     }
+    return isOfItsKind;
 }
 
-bool isSpokenOf(const Findings& findings, const std::string& what) {
-    return std::any_of(findings.begin(), findings.end(),
-                       [&what](const Finding& finding) { return finding.what == what; });
-}
-
-/// Says of each key that nothing was said against that it is right.
-void addRightKeys(const CheckedConfig& checked, Findings& findings) {
+/// Says of each key that was compared, and that nothing was said against, that it is right.
+void addRightKeys(const CheckedConfig& checked, bool isComparedWithNetwork, Findings& findings) {
     const ModelConfig& config = checked.config;
     const auto addUnlessSpokenOf = [&](const char* key, const std::string& found) {
-        if (!isSpokenOf(findings, key)) {
+        if (!speakOf(findings, key)) {
             const std::string where = KeyReader(config.path, config.document).placeOf(key);
             findings.push_back({Severity::kOk, key, where, found, "", "", true});
         }
     };
     addUnlessSpokenOf("conf_thres", thresholdText(config.confThreshold));
     addUnlessSpokenOf("nms_thres", thresholdText(config.nmsThreshold));
-    addUnlessSpokenOf("class_num", std::to_string(config.classNum));
-    addUnlessSpokenOf("input_size", std::to_string(config.inputSize.width) + " x " +
-                                        std::to_string(config.inputSize.height));
+    if (isComparedWithNetwork) {
+        addUnlessSpokenOf("class_num", std::to_string(config.classNum));
+        addUnlessSpokenOf("input_size", sizeText(config.inputSize.width, config.inputSize.height));
+    }
     if (checked.modelClassIsKnown && traitsOf(config.modelClass).readsBackEndKeys) {
         addUnlessSpokenOf("framework", config.framework);
         addUnlessSpokenOf("is_quantized", config.isQuantized ? "true" : "false");
@@ -100,12 +97,13 @@ CheckReport checkNetwork(const CheckedConfig& checked, bool usesCalibration) {
     report.networkPath = checked.config.networkPath;
     report.modelClass = checked.modelClassIsKnown ? nameOf(checked.config.modelClass) : "";
     report.findings = checked.findings;
+    bool isComparedWithNetwork = false;
     if (checked.network.format == NetworkFormat::kOnnx) {
-        judgeOnnx(checked, usesCalibration, report);
+        isComparedWithNetwork = judgeOnnx(checked, usesCalibration, report);
     } else {
         report.findings.push_back(unreadable(checked.network));
     }
-    addRightKeys(checked, report.findings);
+    addRightKeys(checked, isComparedWithNetwork, report.findings);
     return report;
 }
 

@@ -26,15 +26,16 @@ class Fit {
     Fit(const CheckedConfig& checked, const Recognition& recognition, Findings& findings)
         : checked_(checked), config_(checked.config), recognition_(recognition), findings_(findings) {}
 
-    void judge(const TensorRows& rows) {
+    bool judge(const TensorRows& rows) {
         if (!isKindOfModel()) {
             addOtherKind();
-            return;
+            return false;
         }
         judgeInputSize();
         judgeClassNum();
         judgeOrder();
         judgeRemaining(rows);
+        return true;
     }
 
   private:
@@ -165,9 +166,9 @@ ModelSettings settingsOf(const ModelConfig& config) {
     return {config.modelClass, config.inputSize, config.classNum, config.framework, config.isQuantized};
 }
 
-void judgeFit(const CheckedConfig& checked, const Recognition& recognition, const TensorRows& rows,
+bool judgeFit(const CheckedConfig& checked, const Recognition& recognition, const TensorRows& rows,
               Findings& findings) {
-    Fit(checked, recognition, findings).judge(rows);
+    return Fit(checked, recognition, findings).judge(rows);
 }
 
 std::string exportFix(const CheckedConfig& checked, const Recognition& recognition) {

@@ -16,7 +16,8 @@ ModelSettings settingsOf(const ModelConfig& config);
 
 /// Appends the causes (kind of network, input size, class count, layout), and each tensor that differs for
 /// none of them.
-void judgeFit(const CheckedConfig& checked, const Recognition& recognition, const TensorRows& rows,
+/// \return false for a network of another kind, whose input size and class count say nothing to the model.
+bool judgeFit(const CheckedConfig& checked, const Recognition& recognition, const TensorRows& rows,
               Findings& findings);
 
 /// \return how to get the network into a form that the model can run on.

@@ -161,13 +161,16 @@ void readFramework(const KeyReader& keys, CheckedConfig& checked) {
     }
 }
 
-/// What a model reads that asks for its back-end, and the shape that masks need.
+/// What a model reads that asks for its back-end.
 void readBackEndKeys(const KeyReader& keys, CheckedConfig& checked) {
     readFramework(keys, checked);
     checked.config.isQuantized = keys.read<bool>(kIsQuantizedRule);
     // Any other shape works until something is found, and raises OpenCV's error then.
     const cv::Size size = checked.config.inputSize;
     if (size.width != size.height) {
+}
+
+void judgeShapeForMasks(const KeyReader& keys, CheckedConfig& checked) {
         checked.findings.push_back(keys.fault(kSquareInputSizeRule, sizeText(size.width, size.height)));
     }
 }
@@ -212,10 +215,14 @@ CheckedConfig checkModelConfig(const ModelRequest& request) {
     locateNetwork(keys, config);
     checked.network = readNetworkFacts(config.networkPath);
     chooseClass(request, checked);
-    if (traitsOf(checked.config.modelClass).readsBackEndKeys) {
+    const ModelTraits& traits = traitsOf(config.modelClass);
+    if (traits.readsBackEndKeys) {
         readBackEndKeys(keys, checked);
     }
     return checked;
 }
 
+    if (traits.makesMasks) {
+        judgeShapeForMasks(keys, checked);
+    }
 }  // namespace brellix::app

@@ -33,4 +33,9 @@ bool holds(const Findings& findings, Severity severity) {
                        [severity](const Finding& finding) { return finding.severity == severity; });
 }
 
+bool speakOf(const Findings& findings, const std::string& what) {
+    return std::any_of(findings.begin(), findings.end(),
+                       [&what](const Finding& finding) { return finding.what == what; });
+}
+
 }  // namespace brellix::app

@@ -35,4 +35,7 @@ std::string sentenceOf(const Finding& finding);
 
 bool holds(const Findings& findings, Severity severity);
 
+/// \return whether one of the findings is about `what`.
+bool speakOf(const Findings& findings, const std::string& what);
+
 }  // namespace brellix::app
