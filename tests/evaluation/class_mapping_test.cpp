@@ -39,6 +39,11 @@ TEST(ClassMapping, ObjectsOfAnUnknownNameAreRefused) {
                   {"\"ball\" (id 5)", "disc, cone, cube", "--names", "--by-order"});
 }
 
+TEST(ClassMapping, GapsAmongTheNamesAreNotListed) {
+    expectRefused(dataset({{5, "ball", {}, true}}), {{"disc", "", "cube"}, 3}, MappingRule::kByName,
+                  {"(disc, cube)"});
+}
+
 TEST(ClassMapping, GoesBySortedIdsWhereASideHasNoNames) {
     const Dataset data = dataset({{1, "cube", {}, true}, {7, "disc", {}, true}, {90, "cone", {}, true}});
     EXPECT_EQ(mapClasses(data, kUnnamed, MappingRule::kByName), (ClassMapping{{0, 0}, {1, 1}, {2, 2}}));

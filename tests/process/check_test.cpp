@@ -146,6 +146,30 @@ TEST_F(Check, ComparesNamesWithTheClassCount) {
     EXPECT_EQ(run({"check", "model.yaml", "--names", "none"}).status, 2);
 }
 
+TEST_F(Check, SaysNothingOfKeysThatANetworkOfAnotherKindCannotTell) {
+    const json answer = report("model.yaml", {"--model", "yolov5_cutoff"});
+    EXPECT_EQ(errors(answer), Names{"model"}) << answer.dump(1);
+    for (const char* key : {"class_num", "input_size"}) {
+        EXPECT_EQ(finding(answer, key), json()) << answer.dump(1);
+    }
+}
+
+TEST_F(Check, SaysThatAListOfNamesIsNoMap) {
+    writeText("model.yaml",
+              replaced(readText("model.yaml"), "{0: disc, 1: cone, 2: cube}", "[disc, cone, cube]"));
+    const json answer = report("model.yaml");
+    EXPECT_EQ(answer["fits"], true);
+    expectFinding(answer, "class_mapping", "warning",
+                  {"model.yaml:6", "a list of 3 elements", "a map from class numbers below 1000000 to names",
+                   "class_mapping: {0: circle, 1: triangle}"});
+}
+
+TEST_F(Check, CountsClassesWithoutANameAmongOthersAsNameless) {
+    writeText("model.yaml", replaced(readText("model.yaml"), "1: cone, ", ""));
+    expectFinding(report("model.yaml"), "class_mapping", "warning",
+                  {"class_mapping holds 2 names and class_num is 3", "called by their number"});
+}
+
 TEST_F(Check, SaysThatRowsAndColumnsAreExchanged) {
     TinyNetwork network = fusedNetwork(3, {});
     std::swap(network.outputs[0].shape[1], network.outputs[0].shape[2]);
@@ -311,6 +335,9 @@ TEST_F(Check, NetworkOfAnotherFormatCannotBeCompared) {
     EXPECT_EQ(answer["fits"], true);
     EXPECT_EQ(answer["tensors"], json::array());
     expectFinding(answer, "network", "warning", {"network.rknn", "cannot be compared", "the engine decides"});
+    for (const char* key : {"class_num", "input_size"}) {
+        EXPECT_EQ(finding(answer, key), json()) << answer.dump(1);
+    }
     const ProgramResult unsaid = run({"check", "model.yaml"});
     EXPECT_EQ(unsaid.status, 2);
     EXPECT_NE(unsaid.err.find("this is no ONNX file; say it with the key \"model\" or with --model"),
@@ -336,7 +363,4 @@ TEST_F(Check, MissingOrUnusableFilesAreWrongUse) {
 }
 
 }  // namespace
-    for (const char* key : {"class_num", "input_size"}) {
-        EXPECT_EQ(finding(answer, key), json()) << answer.dump(1);
-    }
 }  // namespace brellix::testing

@@ -146,6 +146,27 @@ TEST_F(DetectJson, WithoutAnyNamesClassesAreNumbers) {
     EXPECT_EQ(jsonLines(result.out)[0]["objects"][0]["name"], "0");
 }
 
+TEST_F(DetectJson, AClassWithoutANameAmongOthersIsANumber) {
+    writePicture("a.png");
+    const auto namesWith = [this](const std::string& mapping) {
+        std::string config = goodConfig();
+        writeText("model.yaml", config.erase(config.find("class_mapping")) + "class_mapping: " + mapping);
+        const ProgramResult result = run({"detect", "model.yaml", "a.png", "--json", "-"});
+        const nlohmann::json line = jsonLines(result.out).at(0);
+        std::vector<std::string> names;
+        for (const nlohmann::json& object : line["objects"]) {
+            names.push_back(object["name"]);
+        }
+        return names;
+    };
+    EXPECT_EQ(namesWith("{1: cone, 2: cube}"), (std::vector<std::string>{"0", "cube"}));
+    EXPECT_EQ(namesWith("[disc, cone, cube]"), (std::vector<std::string>{"0", "2"}));
+    writeText("names.txt", "ball\n\n\n");
+    const ProgramResult result =
+        run({"detect", "model.yaml", "a.png", "--names", "names.txt", "--json", "-"});
+    EXPECT_EQ(jsonLines(result.out)[0]["objects"][1]["name"], "2");
+}
+
 TEST_F(DetectJson, MissingNamesFileIsWrongUse) {
     writePicture("a.png");
     const ProgramResult result = run({"detect", "model.yaml", "a.png", "--names", "none.txt"});

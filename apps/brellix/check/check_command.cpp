@@ -52,6 +52,9 @@ void judgeNames(const CheckedConfig& checked, const std::string& namesFile, Find
                     "",
                     "",
                     ""};
+    if (!isFromFile && speakOf(findings, finding.what)) {
+        return;
+    }
     if (classes.count() == 0) {
         finding.severity = Severity::kNote;
         finding.found = "no names: classes are called by their number";

@@ -20,9 +20,11 @@ class ClassList {
 
     std::string nameOf(int label) const;
 
-    /// By label; empty where nobody named the classes.
+    /// By label up to the last that has a name; empty for one that has none.
     const std::vector<std::string>& names() const { return names_; }
-    std::size_t count() const { return names_.size(); }
+
+    /// \return how many classes have a name.
+    std::size_t count() const;
 
     /// \return a sentence if the names do not fit a network of `classNum` classes, else nothing. Having no
     ///         names at all fits.

@@ -28,7 +28,7 @@ constexpr KeyRule kInputSizeRule = {
 constexpr KeyRule kSquareInputSizeRule = {"input_size", "a width equal to the height for yolov8_seg",
                                           "input_size: [640, 640]"};
 constexpr KeyRule kFrameworkRule = {"framework", "TensorRT, RKNN or ONNX", "framework: ONNX"};
-constexpr KeyRule kClassMappingRule = {"class_mapping", "class numbers below 1000000",
+constexpr KeyRule kClassMappingRule = {"class_mapping", "a map from class numbers below 1000000 to names",
                                        "class_mapping: {0: circle, 1: triangle}"};
 constexpr KeyRule kIsQuantizedRule = {"is_quantized", "true or false", "is_quantized: false"};
 
@@ -106,12 +106,15 @@ cv::Size readInputSize(const KeyReader& keys, int classNum, Findings& findings) 
 }
 
 /// What else the map may hold, the library's reader passes over.
-void requireCountableNames(const KeyReader& keys) {
-    if (!keys.has(kClassMappingRule)) {
+void judgeClassMapping(const KeyReader& keys, Findings& findings) {
+    if (!keys.has(kClassMappingRule) || keys.isNull(kClassMappingRule)) {
         return;
     }
     const auto mapping = keys.read<YAML::Node>(kClassMappingRule);
     if (!mapping.IsMap()) {
+        Finding finding = keys.fault(kClassMappingRule, describe(mapping));
+        finding.severity = Severity::kWarning;
+        findings.push_back(finding);
         return;
     }
     for (const auto& entry : mapping) {
@@ -165,12 +168,12 @@ void readFramework(const KeyReader& keys, CheckedConfig& checked) {
 void readBackEndKeys(const KeyReader& keys, CheckedConfig& checked) {
     readFramework(keys, checked);
     checked.config.isQuantized = keys.read<bool>(kIsQuantizedRule);
-    // Any other shape works until something is found, and raises OpenCV's error then.
-    const cv::Size size = checked.config.inputSize;
-    if (size.width != size.height) {
 }
 
 void judgeShapeForMasks(const KeyReader& keys, CheckedConfig& checked) {
+    // Any other shape works until something is found, and raises OpenCV's error then.
+    const cv::Size size = checked.config.inputSize;
+    if (size.width != size.height) {
         checked.findings.push_back(keys.fault(kSquareInputSizeRule, sizeText(size.width, size.height)));
     }
 }
@@ -198,7 +201,7 @@ void readSharedKeys(const KeyReader& keys, const ModelRequest& request, CheckedC
     config.nmsThreshold = readThreshold(keys, kNmsRule, request.nmsThreshold.has_value(), findings);
     config.classNum = readClassNum(keys);
     config.inputSize = readInputSize(keys, config.classNum, findings);
-    requireCountableNames(keys);
+    judgeClassMapping(keys, findings);
 }
 
 }  // namespace
@@ -219,10 +222,10 @@ CheckedConfig checkModelConfig(const ModelRequest& request) {
     if (traits.readsBackEndKeys) {
         readBackEndKeys(keys, checked);
     }
-    return checked;
-}
-
     if (traits.makesMasks) {
         judgeShapeForMasks(keys, checked);
     }
+    return checked;
+}
+
 }  // namespace brellix::app

@@ -26,10 +26,16 @@ bool hasNames(const Dataset& dataset) {
 
 std::string someNames(const std::vector<std::string>& names) {
     std::vector<std::string> shown;
-    for (std::size_t i = 0; i < std::min(names.size(), kMostNamesInMessage); ++i) {
-        shown.push_back(printable(names[i]));
+    for (const std::string& name : names) {
+        if (shown.size() == kMostNamesInMessage) {
+            shown.emplace_back("...");
+            break;
+        }
+        if (!name.empty()) {
+            shown.push_back(printable(name));
+        }
     }
-    return joined(shown) + (names.size() > kMostNamesInMessage ? ", ..." : "");
+    return joined(shown);
 }
 
 /// Indices of the classes that have the same name, by that name.

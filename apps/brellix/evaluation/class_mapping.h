@@ -14,7 +14,7 @@ namespace brellix::app {
 
 /// What is known of the network's classes.
 struct NetworkClasses {
-    std::vector<std::string> names;  ///< by label; empty where nobody named them
+    std::vector<std::string> names;  ///< by label, an empty one for a gap; none where nobody named them
     std::size_t count = 0;
 };
 

@@ -14,7 +14,7 @@ constexpr const char* kMetadataKey = "names";
 IndexedNames namesOfFile(const std::string& path) {
     const ClassList list(path, YAML::Node());
     IndexedNames names;
-    for (int label = 0; static_cast<std::size_t>(label) < list.count(); ++label) {
+    for (int label = 0; static_cast<std::size_t>(label) < list.names().size(); ++label) {
         names[label] = list.nameOf(label);
     }
     return names;
