@@ -1,6 +1,7 @@
 #include "model_fixture.h"
 
 #include <cmath>
+#include <filesystem>
 
 namespace brellix::testing {
 namespace {
@@ -130,6 +131,28 @@ TEST_F(Calibrate, OutWritesAnotherFile) {
     EXPECT_FALSE(exists("other.yaml.unfinished"));
 }
 
+TEST_F(Calibrate, ALinkStaysOneAndItsTargetIsReplaced) {
+    makeFolder("shared");
+    writeText("shared/old.yaml", "damaged");
+    std::filesystem::create_symlink("shared/old.yaml", path("cut.onnx.calibration.yaml"));
+    std::filesystem::create_symlink("shared/new.yaml", path("new.yaml"));
+    ASSERT_EQ(run({"calibrate", "cut.yaml", "a.png", "--force"}).status, 0);
+    ASSERT_EQ(run({"calibrate", "cut.yaml", "a.png", "--out", "new.yaml"}).status, 0);
+    for (const char* name : {"cut.onnx.calibration.yaml", "new.yaml"}) {
+        EXPECT_TRUE(std::filesystem::is_symlink(path(name))) << name;
+    }
+    for (const char* name : {"shared/old.yaml", "shared/new.yaml"}) {
+        EXPECT_EQ(readText(name).substr(0, 10), "schema: 1\n") << name;
+    }
+}
+
+TEST_F(Calibrate, AFolderThatIsMissingBehindALinkIsSaidBeforeTheWork) {
+    std::filesystem::create_symlink("gone/new.yaml", path("new.yaml"));
+    writeText("broken.png", "no picture at all");
+    expectRefusal(3, {"calibrate", "cut.yaml", "broken.png", "--out", "new.yaml"},
+                  {"brellix: cannot write to new.yaml: No such file"});
+}
+
 TEST_F(Calibrate, InputsAreNeverOverwritten) {
     for (const char* input : {"cut.yaml", "cut.onnx", "a.png"}) {
         const std::string before = readText(input);
@@ -145,6 +168,7 @@ TEST_F(Calibrate, FileThatCannotBeWrittenIsAFailure) {
     makeFolder("folder");
     expectRefusal(2, {"calibrate", "cut.yaml", "a.png", "--out", "folder", "--force"},
                   {"folder is no regular file"});
+    expectRefusal(2, {"calibrate", "cut.yaml", "a.png", "--out", "-"}, {"--out: write to a file"});
 }
 
 TEST_F(Calibrate, ModelWithoutEightBitOutputsIsRefusedWithTheReason) {

@@ -290,6 +290,24 @@ TEST_F(Eval, ResultsDoNotOverwriteWhatIsRead) {
 }
 
 TEST_F(Eval, BadDatasetsAreRefused) {
+TEST_F(Eval, APlotIsTouchedOnlyWhenItCanBeDrawn) {
+    writeText("pr.png", "older");
+    const ProgramResult result = eval({"--plot", "pr.png", "--json", "none/figures.json"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.err.find("cannot write to none/figures.json"), std::string::npos) << result.err;
+    EXPECT_EQ(readText("pr.png"), "older");
+}
+
+TEST_F(Eval, APlotThatCannotBeWrittenIsSaidBeforeTheWork) {
+    makeFolder("folder.png");
+    writePicture("a.png", {32, 64});
+    for (const char* plot : {"none/pr.png", "folder.png"}) {
+        const ProgramResult result = eval({"--plot", plot});
+        EXPECT_EQ(result.status, 3);
+        EXPECT_EQ(result.err.find(std::string("brellix: cannot write to ") + plot + ": "), 0U) << result.err;
+    }
+}
+
     expectRefusal({}, {"dataset nowhere.json: No such file"}, "nowhere.json");
     writeText("bad.json", "{\"images\": 5}");
     expectRefusal({}, {"bad.json: there is no array \"categories\""}, "bad.json");

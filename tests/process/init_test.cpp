@@ -114,6 +114,15 @@ TEST_F(Init, NamesOfTheOptionWinOverTheMetadata) {
     static_cast<void>(expect(2, {"init", "network.onnx", "--names", "none", "-f"}, {"none"}));
 }
 
+TEST_F(Init, ALinkStaysOneAndItsTargetIsReplaced) {
+    makeFolder("shared");
+    writeText("shared/old.yaml", "older");
+    std::filesystem::create_symlink("shared/old.yaml", path("network.yaml"));
+    static_cast<void>(expect(0, {"init", "network.onnx", "-f"}));
+    EXPECT_TRUE(std::filesystem::is_symlink(path("network.yaml")));
+    EXPECT_NE(readText("shared/old.yaml").find("model_path: "), std::string::npos);
+}
+
 TEST_F(Init, ClassesWithoutNamesGetNumbers) {
     static_cast<void>(expect(0, {"init", "network.onnx"}));
     EXPECT_EQ(written("network.yaml")["class_mapping"][2].as<std::string>(), "2");

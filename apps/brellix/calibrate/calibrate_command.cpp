@@ -54,6 +54,9 @@ void requireClassWithCalibration(const ModelConfig& config, Console& console) {
 
 CalibrationTarget makeTarget(const CalibrateOptions& options, const ModelConfig& config,
                              const std::vector<std::string>& sources) {
+    if (options.outFile == "-") {
+        throw wrongUse("--out: write to a file; standard output is for the table");
+    }
     const std::string path =
         options.outFile.empty() ? ai_orvo::alg::common::calibrationPath(config.networkPath) : options.outFile;
     ProtectedFiles files;
@@ -97,6 +100,7 @@ ExitStatus calibrate(const CalibrateOptions& options, OwnOutput& output, Console
                             counted(sources.size() - failed, "picture") +
                             (failed > 0 ? ", " + counted(failed, "picture") + " failed" : "") +
                             "; written to " + target.path() + '\n');
+        output.sink().close();
     }
     return failed == 0 ? ExitStatus::kDone : ExitStatus::kFailedAtWork;
 }

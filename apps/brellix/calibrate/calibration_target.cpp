@@ -1,13 +1,10 @@
 #include "calibrate/calibration_target.h"
 
 #include "console/failure.h"
+#include "files/result_file.h"
 
 #include <refusal.h>
 
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 
 namespace brellix::app {
@@ -29,34 +26,21 @@ void requireFree(const std::string& path, bool replace) {
     }
 }
 
-/// Better said before all pictures are through the network than afterwards.
-void requireWritableFolder(const std::string& path) {
-    const std::string folder = fs::path(path).parent_path().string();
-    if (eaccess(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0) {
-        throw failedAtWork("cannot write to " + path + ": " + std::strerror(errno));
-    }
-}
-
 }  // namespace
 
 CalibrationTarget::CalibrationTarget(const std::string& path, bool replace) : path_(path) {
     requireFree(path, replace);
-    requireWritableFolder(path);
+    requireReplaceable(path);
 }
 
 void CalibrationTarget::write(const ai_orvo::alg::common::Calibration& calibration) const {
-    const std::string unfinished = path_ + ".unfinished";
-    std::error_code error;
-    try {
-        ai_orvo::alg::common::writeCalibration(unfinished, calibration);
-    } catch (const ai_orvo::alg::common::Refusal& refusal) {
-        fs::remove(unfinished, error);
-        throw failedAtWork(refusal.what());
-    }
-    fs::rename(unfinished, path_, error);
-    if (error) {
-        throw failedAtWork("cannot write to " + path_ + ": " + error.message());
-    }
+    writeWhole(path_, [&](const std::string& file) {
+        try {
+            ai_orvo::alg::common::writeCalibration(file, calibration);
+        } catch (const ai_orvo::alg::common::Refusal& refusal) {
+            throw failedAtWork(refusal.what());
+        }
+    });
 }
 
 }  // namespace brellix::app

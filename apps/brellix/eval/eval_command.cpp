@@ -7,6 +7,7 @@
 #include "eval/eval_table.h"
 #include "eval/precision_plot.h"
 #include "files/picture_writer.h"
+#include "files/result_file.h"
 #include "files/sink.h"
 #include "option_values.h"
 #include "run_options.h"
@@ -119,7 +120,7 @@ EvalJob prepareJob(const EvalOptions& options, Console& console) {
     return {std::move(config), std::move(classes), std::move(truth), std::move(sources), std::move(mapping)};
 }
 
-/// The files of the results, created before the work.
+/// The files of the results that are created before the work; the plot is written in one go at the end.
 struct EvalFiles {
     std::optional<Sink> json;
     std::optional<Sink> detections;
@@ -150,8 +151,9 @@ EvalFiles createFiles(const EvalOptions& options, const EvalJob& job) {
     ProtectedFiles files = inputsOf(job.config, options.namesFile, job.sources);
     files.addInputs(job.truth.files);
     claimFiles(options, std::move(files));
-    // The plot is written in one go at the end; better said now that it cannot be.
-    static_cast<void>(createFile(options.plotFile));
+    if (!options.plotFile.empty()) {
+        requireWritable(options.plotFile);
+    }
     return {createFile(options.jsonFile), createFile(options.detectionsFile)};
 }
 

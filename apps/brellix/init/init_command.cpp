@@ -6,6 +6,7 @@
 #include "console/text.h"
 #include "console/utf8.h"
 #include "files/config_keys.h"
+#include "files/result_file.h"
 #include "init/init_names.h"
 #include "init/network_advice.h"
 #include "run_options.h"
@@ -154,40 +155,8 @@ void writeFile(const std::string& path, const std::string& text) {
     file.close();
 }
 
-/// Puts a finished file in the place of one that stood at `path`, if any did.
-void putInPlace(const std::string& finished, const fs::file_status& before, const std::string& path) {
-    std::error_code error;
-    if (fs::exists(before)) {
-        fs::permissions(finished, before.permissions(), error);
-    }
-    if (!error) {
-        fs::rename(finished, path, error);
-    }
-    if (error) {
-        throw failedAtWork("cannot write to " + path + ": " + error.message());
-    }
-}
-
-/// If writing fails, an existing file is kept and no partial file is left.
-void writeWhole(const std::string& path, const std::string& text) {
-    std::error_code error;
-    const fs::file_status before = fs::symlink_status(path, error);
-    if (fs::exists(before) && !fs::is_regular_file(before)) {
-        writeFile(path, text);  // a link or a device is not to be replaced itself
-        return;
-    }
-    const std::string unfinished = path + ".unfinished";
-    try {
-        writeFile(unfinished, text);
-        putInPlace(unfinished, before, path);
-    } catch (const Failure&) {
-        fs::remove(unfinished, error);
-        throw;
-    }
-}
-
 ExitStatus writeTo(const std::string& path, const ConfigTemplate& content, Console& console) {
-    writeWhole(path, configText(content));
+    writeWhole(path, [&](const std::string& file) { writeFile(file, configText(content)); });
     const ModelSettings& settings = content.settings;
     console.note(path + ": written for " + nameOf(settings.modelClass) + ", " +
                  counted(static_cast<std::size_t>(settings.classNum), "class", "classes") + ", " +
