@@ -3,6 +3,7 @@
 #include "detect_fixture.h"
 
 #include <cstdlib>
+#include <utility>
 
 namespace brellix::testing {
 namespace {
@@ -81,6 +82,17 @@ TEST_F(FaultyEngine, ThatHasDiedEndsTheRunOnAStream) {
     EXPECT_NE(result.err.find("brellix: standard input: 100 frames in a row failed\n"), std::string::npos)
         << result.err;
     EXPECT_NE(result.err.find("100 of 101 frames failed"), std::string::npos) << result.err;
+}
+
+TEST_F(FaultyEngine, ComparedConfigurationThatFailedIsNamed) {
+    writeText("other.yaml", goodConfig());
+    for (const auto& [faults, side] :
+         {std::pair("f", "model.yaml"), std::pair(".f", "other.yaml"), std::pair(".t", "other.yaml")}) {
+        ::setenv("BRELLIX_TEST_FAULTS", faults, 1);
+        const ProgramResult result = run({"compare", "model.yaml", "other.yaml", "a.png", "b.png"});
+        EXPECT_EQ(result.status, 3);
+        EXPECT_EQ(result.err.find(std::string("brellix: a.png: ") + side + ": "), 0U) << result.err;
+    }
 }
 
 }  // namespace

@@ -112,9 +112,17 @@ TEST_F(ResultFiles, ResultsAreKeptApart) {
                   "--out: seen/a.png is where --json writes, too");
     expectRefused({"detect", "model.yaml", "a.png", "--json", "seen/a_0_0_disc.jpg", "--crops", "seen"},
                   "--crops: seen/a_0_0_disc.jpg is where --json writes, too");
-    expectRefused(
-        {"compare", "model.yaml", "cut.yaml", "a.png", "--json", "seen/worst-1-a.png", "--out", "seen"},
-        "--out: seen/worst-1-a.png is where --json writes, too");
+}
+
+TEST_F(ResultFiles, FiguresAreKeptFromTheWorstPictures) {
+    makeFolder("seen");
+    const ProgramResult result =
+        run({"compare", "model.yaml", "cut.yaml", "a.png", "--json", "seen/worst-1-a.png", "--out", "seen"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find("--out: seen/worst-1-a.png is where --json writes, too"), std::string::npos)
+        << result.err;
+    EXPECT_EQ(nlohmann::json::parse(readText("seen/worst-1-a.png"))["pictures"], 1);
+    EXPECT_NE(result.out.find("pictures              1\n"), std::string::npos) << result.out;
 }
 
 TEST_F(ResultFiles, StandardOutputIsNotWrittenByItsName) {

@@ -130,7 +130,7 @@ CompareJob prepareJob(const CompareOptions& options, Console& console) {
     ModelConfig b = loadConfig(requestForB(options), console);
     warnOfDifferentClasses(a, b, console);
     noteDifferentThresholds(a, b, console);
-    ClassList classes(options.namesFile, a.document);
+    ClassList classes = loadClasses(options.namesFile, a, console);
     std::vector<std::string> sources = loadInputs(options.input, console);
     const ComparisonRules rules{options.overlap, options.margin, rulesOf(a), rulesOf(b)};
     return {std::move(a), std::move(b),  std::move(classes),        std::move(sources),
@@ -186,10 +186,11 @@ ExitStatus runCompare(const CompareOptions& options, OwnOutput& output, Console&
     }
     const CompareResult result = runComparison(job, console);
     const std::vector<std::string> exceeded = exceededLimits(result.comparison, options.limits);
+    writeResults(options, job, result, exceeded, output.sink(), jsonFile);
+    // Last, since a picture that cannot be written should not take the figures with it.
     if (job.drawsWorst) {
         writeWorst(options.outFolder, files, result, console);
     }
-    writeResults(options, job, result, exceeded, output.sink(), jsonFile);
     return conclude(result, exceeded, console);
 }
 

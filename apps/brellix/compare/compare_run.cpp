@@ -4,10 +4,13 @@
 #include "compare/side_by_side.h"
 #include "config/model_factory.h"
 #include "console/text.h"
+#include "files/picture_reader.h"
 #include "run/detect_picture.h"
 #include "run/finite_objects.h"
+#include "sources/frame_loop.h"
 #include "sources/picture_loop.h"
 
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <utility>
@@ -23,10 +26,17 @@ class Side {
           model_(
               buildModel(config, [this](const ai_orvo::model::TensorMap& outputs) { latest_ = outputs; })) {}
 
+    /// Throws `BrokenPicture` that names the side's configuration.
     PictureResult detect(const std::string& source, const cv::Mat& picture) {
-        PictureResult result = detectOn(picture, source, *model_);
-        requireNumbers(result.objects);
-        return result;
+        try {
+            PictureResult result = detectOn(picture, source, *model_);
+            requireNumbers(result.objects);
+            return result;
+        } catch (const cv::Exception& error) {
+            throw broken(whyOpenCvThrew(error, picture.size(), config_.inputSize));
+        } catch (const std::exception& error) {
+            throw broken(error.what());
+        }
     }
 
     /// Counts the outputs of the latest picture in, on which the other side has run, too.
@@ -45,6 +55,10 @@ class Side {
     }
 
   private:
+    BrokenPicture broken(const std::string& reason) const {
+        return BrokenPicture(config_.path + ": " + reason);
+    }
+
     const ModelConfig& config_;
     ai_orvo::model::TensorMap latest_;
     ByteCounts bytes_;

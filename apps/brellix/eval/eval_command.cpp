@@ -181,9 +181,6 @@ void writeResults(const EvalOptions& options, const EvalJob& job, const EvalResu
     if (files.detections) {
         writeDetections(job.dataset(), result.run.detections, *files.detections);
     }
-    if (!options.plotFile.empty()) {
-        writePlot(options.plotFile, result);
-    }
     if (!options.jsonFile.empty()) {
         Sink& sink = files.json ? *files.json : standardOutput;
         sink.write(evalReport(job, result));
@@ -192,6 +189,10 @@ void writeResults(const EvalOptions& options, const EvalJob& job, const EvalResu
     if (!options.verbosity.quiet && !options.jsonGoesToStandardOutput()) {
         standardOutput.write(evalTable(job, result));
         standardOutput.close();
+    }
+    // Last, since a picture that cannot be written should not take the figures with it.
+    if (!options.plotFile.empty()) {
+        writePlot(options.plotFile, result);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "console/failure.h"
 #include "console/stop_request.h"
+#include "console/text.h"
 #include "files/picture_reader.h"
 #include "sources/early_end.h"
 #include "sources/progress.h"
@@ -19,23 +20,11 @@ namespace {
 /// ever; whoever started the program can start it anew. Three seconds of a usual camera.
 constexpr std::size_t kMostFailuresInARow = 100;
 
-std::string sizeText(cv::Size size) {
-    return std::to_string(size.width) + " x " + std::to_string(size.height);
-}
-
 bool vanishesInNetworkInput(cv::Size picture, cv::Size networkInput) {
     const float scale =
         std::min(static_cast<float>(networkInput.width) / static_cast<float>(picture.width),
                  static_cast<float>(networkInput.height) / static_cast<float>(picture.height));
     return std::round(static_cast<float>(std::min(picture.width, picture.height)) * scale) < 1.0F;
-}
-
-std::string whyOpenCvThrew(const cv::Exception& exception, cv::Size picture, cv::Size networkInput) {
-    if (vanishesInNetworkInput(picture, networkInput)) {
-        return "at " + sizeText(picture) + " pixels too thin: scaled to the network input of " +
-               sizeText(networkInput) + " nothing is left of it";
-    }
-    return "cannot be processed: " + exception.err;
 }
 
 /// The loop's state between frames.
@@ -132,6 +121,15 @@ class FrameLoop {
 };
 
 }  // namespace
+
+std::string whyOpenCvThrew(const cv::Exception& exception, cv::Size picture, cv::Size networkInput) {
+    if (vanishesInNetworkInput(picture, networkInput)) {
+        return "at " + sizeText(picture.width, picture.height) +
+               " pixels too thin: scaled to the network input of " +
+               sizeText(networkInput.width, networkInput.height) + " nothing is left of it";
+    }
+    return "cannot be processed: " + exception.err;
+}
 
 LoopOutcome overFrames(FrameSource& source, cv::Size networkInput, Console& console, const FrameTask& task,
                        std::size_t limit) {

@@ -23,6 +23,9 @@ struct LoopOutcome {
     bool isStopped = false;  ///< by a `StopRequest`, before the source's end
 };
 
+/// \return the reason why OpenCV threw while a network of this input size was run on a picture of that size.
+std::string whyOpenCvThrew(const cv::Exception& exception, cv::Size picture, cv::Size networkInput);
+
 /// Reads the frames one after another and hands each to the task, with a line of progress on a terminal,
 /// until the source ends, `limit` frames are done or a stop is requested; the frame in work is finished.
 ///
