@@ -64,14 +64,22 @@ TEST_F(Bench, TheTableNamesStagesAndBackEnd) {
     EXPECT_EQ(nlohmann::json::parse(readText("times.json"))["frames"], 3);
 }
 
-TEST_F(Bench, ABrokenPictureIsReportedAndOneWithoutAnyFails) {
+TEST_F(Bench, ABrokenPictureIsReportedAndTheStatusSaysSo) {
     writeText("broken.png", "no picture");
     const ProgramResult some = run({"bench", "model.yaml", "broken.png", "a.png", "--frames", "2"});
-    EXPECT_EQ(some.status, 0) << some.err;
+    EXPECT_EQ(some.status, 3) << some.err;
     EXPECT_NE(some.err.find("broken.png"), std::string::npos) << some.err;
+    EXPECT_NE(some.out.find("2 frames of 1 picture,"), std::string::npos) << some.out;
     const ProgramResult none = run({"bench", "model.yaml", "broken.png", "--frames", "2"});
     EXPECT_EQ(none.status, 3);
     EXPECT_NE(none.err.find("no picture could be used"), std::string::npos) << none.err;
+}
+
+TEST_F(Bench, ThatJsonCannotBeWrittenIsSaidBeforeTheWork) {
+    writeText("broken.png", "no picture");
+    const ProgramResult result = run({"bench", "model.yaml", "broken.png", "--json", "none/times.json"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "brellix: cannot write to none/times.json: No such file or directory\n");
 }
 
 TEST_F(Bench, ZeroFramesAndAnInputAsTargetAreWrongUse) {

@@ -8,7 +8,9 @@
 #include "run_options.h"
 #include "sources/early_end.h"
 
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,7 +49,9 @@ void addBenchOptions(CLI::App& command, BenchOptions& options) {
         ->type_name("FILE");
 }
 
-std::vector<LoadedPicture> loadPictures(const std::vector<std::string>& sources, Console& console) {
+/// \param failed receives how many could not be read.
+std::vector<LoadedPicture> loadPictures(const std::vector<std::string>& sources, Console& console,
+                                        std::size_t& failed) {
     std::vector<LoadedPicture> pictures;
     for (const std::string& source : sources) {
         if (pictures.size() == kMostPictures) {
@@ -58,6 +62,7 @@ std::vector<LoadedPicture> loadPictures(const std::vector<std::string>& sources,
             warnOfEarlyEnd(source, console);
         } catch (const BrokenPicture& broken) {
             console.error(source + ": " + broken.what());
+            ++failed;
         }
     }
     if (pictures.empty()) {
@@ -67,18 +72,15 @@ std::vector<LoadedPicture> loadPictures(const std::vector<std::string>& sources,
 }
 
 void writeResult(const BenchOptions& options, const std::string& table, const std::string& json,
-                 Sink& standardOutput) {
-    if (options.jsonGoesToStandardOutput()) {
-        standardOutput.write(json);
-        return;
-    }
+                 Sink& standardOutput, std::optional<Sink>& jsonFile) {
     if (!options.jsonFile.empty()) {
-        Sink file = Sink::createFile(options.jsonFile);
-        file.write(json);
-        file.close();
+        Sink& sink = jsonFile ? *jsonFile : standardOutput;
+        sink.write(json);
+        sink.close();
     }
-    if (!options.run.verbosity.quiet) {
+    if (!options.run.verbosity.quiet && !options.jsonGoesToStandardOutput()) {
         standardOutput.write(table);
+        standardOutput.close();
     }
 }
 
@@ -86,15 +88,15 @@ ExitStatus bench(const BenchOptions& options, OwnOutput& output, Console& consol
     applyVerbosity(options.run.verbosity, output, console);
     const ModelConfig config = loadConfig(options.run.model, console);
     const std::vector<std::string> sources = loadInputs(options.run.input, console);
-    if (!options.jsonFile.empty() && !options.jsonGoesToStandardOutput()) {
-        inputsOf(config, "", sources).refuse("--json", options.jsonFile);
-    }
-    const std::vector<LoadedPicture> pictures = loadPictures(sources, console);
+    ProtectedFiles files = inputsOf(config, "", sources);
+    std::optional<Sink> jsonFile = createJsonFile(options.jsonFile, files);
+    std::size_t failed = 0;
+    const std::vector<LoadedPicture> pictures = loadPictures(sources, console, failed);
     const auto model = buildModel(config);
     const BenchResult result = runBench(*model, pictures, {options.warmUp, options.frames}, console);
     writeResult(options, benchTable(result, pictures.size()), benchJson(result, config.path, pictures.size()),
-                output.sink());
-    return ExitStatus::kDone;
+                output.sink(), jsonFile);
+    return failed == 0 ? ExitStatus::kDone : ExitStatus::kFailedAtWork;
 }
 
 }  // namespace
