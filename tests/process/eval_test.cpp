@@ -145,6 +145,17 @@ TEST_F(Eval, PicturesAreFoundInTheFoldersAroundTheFile) {
     expectRefusal({"--images", "set"}, {"none of its 1 picture is in set", "b.png", "--images DIR"});
 }
 
+TEST_F(Eval, OfTheFoldersAroundTheFileTheOneWithTheMostPicturesIsTaken) {
+    makeFolder("set/annotations");
+    makeFolder("set/val");
+    for (const char* picture : {"set/val/b.png", "set/val/c.png", "set/annotations/b.png"}) {
+        writePicture(picture);
+    }
+    truth_["images"] = {image(1, "b.png"), image(2, "c.png")};
+    writeTruth("set/annotations/truth.json");
+    EXPECT_EQ(figures({}, 0, "set/annotations/truth.json")["failed"], 0);
+}
+
 TEST_F(Eval, PicturesThatAreOneInTheirFolderAreRefused) {
     makeFolder("set");
     writePicture("set/b.png");
@@ -279,17 +290,6 @@ TEST_F(Eval, ThePlotIsAPictureWithTheClassesColours) {
     expectRefusal({"--plot", "pr.txt"}, {"--plot: pr.txt has no extension of a picture"});
 }
 
-TEST_F(Eval, ResultsDoNotOverwriteWhatIsRead) {
-    for (const char* option : {"--json", "--detections"}) {
-        for (const char* target : {"truth.json", "a.png", "model.yaml", "network.onnx"}) {
-            expectRefusal({option, target}, {std::string(option) + ": " + target, "would be overwritten"});
-        }
-    }
-    expectRefusal({"--plot", "a.png"}, {"--plot: a.png is one of the inputs"});
-    expectRefusal({"--detections", "-"}, {"--detections: write to a file"});
-}
-
-TEST_F(Eval, BadDatasetsAreRefused) {
 TEST_F(Eval, APlotIsTouchedOnlyWhenItCanBeDrawn) {
     writeText("pr.png", "older");
     const ProgramResult result = eval({"--plot", "pr.png", "--json", "none/figures.json"});
@@ -308,6 +308,17 @@ TEST_F(Eval, APlotThatCannotBeWrittenIsSaidBeforeTheWork) {
     }
 }
 
+TEST_F(Eval, ResultsDoNotOverwriteWhatIsRead) {
+    for (const char* option : {"--json", "--detections"}) {
+        for (const char* target : {"truth.json", "a.png", "model.yaml", "network.onnx"}) {
+            expectRefusal({option, target}, {std::string(option) + ": " + target, "would be overwritten"});
+        }
+    }
+    expectRefusal({"--plot", "a.png"}, {"--plot: a.png is one of the inputs"});
+    expectRefusal({"--detections", "-"}, {"--detections: write to a file"});
+}
+
+TEST_F(Eval, BadDatasetsAreRefused) {
     expectRefusal({}, {"dataset nowhere.json: No such file"}, "nowhere.json");
     writeText("bad.json", "{\"images\": 5}");
     expectRefusal({}, {"bad.json: there is no array \"categories\""}, "bad.json");

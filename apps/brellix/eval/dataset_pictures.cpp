@@ -58,7 +58,7 @@ Search searchAround(const Dataset& dataset) {
     Search search;
     search.lookInto({folder}, dataset);
     search.lookInto(foldersIn(folder), dataset);
-    if (search.found == 0) {
+    if (search.found < dataset.pictures.size()) {
         // COCO keeps its files in a folder "annotations" beside those of the pictures.
         search.lookInto(foldersIn(folder / ".."), dataset);
     }
