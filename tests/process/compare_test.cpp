@@ -1,3 +1,4 @@
+#include "compare/worst_pictures.h"
 #include "model_fixture.h"
 
 #include <yaml-cpp/yaml.h>
@@ -35,6 +36,13 @@ class Compare : public ModelTest {
         const ProgramResult result = compare(options);
         EXPECT_EQ(result.status, 1) << result.err;
         EXPECT_EQ(result.err, "brellix: limit exceeded: " + words + '\n');
+    }
+
+    /// How many pixels differ from the picture's one colour.
+    static int pixelsDrawn(const cv::Mat& drawing) {
+        cv::Mat isPlain;
+        cv::inRange(drawing, cv::Scalar(90, 120, 150), cv::Scalar(90, 120, 150), isPlain);
+        return static_cast<int>(isPlain.total()) - cv::countNonZero(isPlain);
     }
 
     static Candidate disc() { return {32.0F, 24.0F, 20.0F, 10.0F, 0.75F, {0.5F, 0.0F, 0.0F}}; }
@@ -255,6 +263,28 @@ TEST_F(Compare, TheWorstPicturesAreDrawnSideBySide) {
     ASSERT_FALSE(sheet.empty());
     EXPECT_EQ(sheet.cols, 2 * 640 + 3 * 12);
     EXPECT_GT(sheet.rows, 640 + 34);
+    const cv::Mat inA = sheet(cv::Rect(12, 34, 640, 640));
+    const cv::Mat inB = sheet(cv::Rect(640 + 2 * 12, 34, 640, 640));
+    // The left edge of the disc, in a drawing of ten times the size.
+    for (const cv::Mat& half : {inA, inB}) {
+        EXPECT_EQ(half.at<cv::Vec3b>(240, 220), cv::Vec3b(0, 0, 255));
+    }
+    // Only A has it, and writes its name there.
+    EXPECT_GT(pixelsDrawn(inA), pixelsDrawn(inB));
+}
+
+TEST(WorstPictures, TheWorstComeFirstAndOfEqualsTheEarlier) {
+    app::WorstPictures worst(2);
+    const auto offer = [&worst](const std::string& source, double severity) {
+        worst.offer(severity, [&] { return app::WorstPicture{source, severity, {}, {}}; });
+    };
+    offer("mild", 0.5);
+    offer("bad", 2.0);
+    offer("as bad", 2.0);
+    offer("fine", 0.0);
+    ASSERT_EQ(worst.pictures().size(), 2U);
+    EXPECT_EQ(worst.pictures()[0].source, "bad");
+    EXPECT_EQ(worst.pictures()[1].source, "as bad");
 }
 
 TEST_F(Compare, PicturesWithoutAnyDifferenceAreNotWorst) {
@@ -290,18 +320,6 @@ TEST_F(Compare, DifferentClassesAreWarnedOf) {
     const ProgramResult result = compare({});
     EXPECT_EQ(result.status, 0);
     EXPECT_NE(result.err.find("A and B call their classes differently"), std::string::npos) << result.err;
-}
-
-TEST_F(Compare, ABadConfigurationOfEitherSideIsWrongUse) {
-    writeOther({disc()});
-    EXPECT_EQ(run({"compare", "model.yaml", "nowhere.yaml", "a.png"}).status, 2);
-    EXPECT_EQ(run({"compare", "nowhere.yaml", "model.yaml", "a.png"}).status, 2);
-    EXPECT_EQ(run({"compare", "model.yaml", "other.yaml"}).status, 2);
-    EXPECT_EQ(compare({"--iou", "2"}).status, 2);
-}
-
-}  // namespace
-}  // namespace brellix::testing
     writeTinyNetwork(path("other.onnx"), fusedNetwork(4, {}));
     writeText("other.yaml",
               "model_path: other.onnx\nconf_thres: 0.25\nnms_thres: 0.65\nclass_num: 4\n"
@@ -316,3 +334,15 @@ TEST_F(Compare, NamesThatDoNotFitAreWarnedOf) {
         compare({"--names", "names.txt"}).err,
         "brellix: warning: names.txt holds 1 name and class_num is 3: classes without a name are called "
         "by their number\n");
+}
+
+TEST_F(Compare, ABadConfigurationOfEitherSideIsWrongUse) {
+    writeOther({disc()});
+    EXPECT_EQ(run({"compare", "model.yaml", "nowhere.yaml", "a.png"}).status, 2);
+    EXPECT_EQ(run({"compare", "nowhere.yaml", "model.yaml", "a.png"}).status, 2);
+    EXPECT_EQ(run({"compare", "model.yaml", "other.yaml"}).status, 2);
+    EXPECT_EQ(compare({"--iou", "2"}).status, 2);
+}
+
+}  // namespace
+}  // namespace brellix::testing
