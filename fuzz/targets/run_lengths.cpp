@@ -56,7 +56,7 @@ cv::Mat maskFrom(FuzzedData& data, const cv::Size& size) {
 
 void compareOutlines(const cv::Mat& mask) {
     cv::Mat filled = cv::Mat::zeros(mask.size(), CV_8U);
-    for (const app::Polygon& polygon : app::maskPolygons(mask)) {
+    for (const app::Outline& polygon : app::maskPolygons(mask)) {
         require(polygon.size() >= 6 && polygon.size() % 2 == 0, "corners of an outline");
         std::vector<cv::Point> corners;
         for (std::size_t i = 0; i < polygon.size(); i += 2) {

@@ -10,12 +10,12 @@ namespace brellix::testing {
 namespace {
 
 using app::maskPolygons;
-using app::Polygon;
+using app::Outline;
 
 /// The polygons drawn again, edges included.
-cv::Mat filled(const std::vector<Polygon>& polygons, cv::Size size) {
+cv::Mat filled(const std::vector<Outline>& polygons, cv::Size size) {
     cv::Mat mask = cv::Mat::zeros(size, CV_8U);
-    for (const Polygon& polygon : polygons) {
+    for (const Outline& polygon : polygons) {
         std::vector<cv::Point> corners;
         for (std::size_t i = 0; i + 1 < polygon.size(); i += 2) {
             corners.emplace_back(polygon[i], polygon[i + 1]);
@@ -39,8 +39,8 @@ cv::Mat withoutHoles(const cv::Mat& mask) {
 }
 
 void expectComesBack(const cv::Mat& mask) {
-    const std::vector<Polygon> polygons = maskPolygons(mask);
-    for (const Polygon& polygon : polygons) {
+    const std::vector<Outline> polygons = maskPolygons(mask);
+    for (const Outline& polygon : polygons) {
         EXPECT_GE(polygon.size(), 6U);
         EXPECT_EQ(polygon.size() % 2, 0U);
     }
@@ -50,15 +50,15 @@ void expectComesBack(const cv::Mat& mask) {
 TEST(MaskPolygons, RectangleHasItsFourCorners) {
     cv::Mat mask = cv::Mat::zeros(20, 30, CV_8U);
     mask(cv::Rect(3, 4, 10, 5)) = 1;
-    EXPECT_EQ(maskPolygons(mask), std::vector<Polygon>({{3, 4, 3, 8, 12, 8, 12, 4}}));
+    EXPECT_EQ(maskPolygons(mask), std::vector<Outline>({{3, 4, 3, 8, 12, 8, 12, 4}}));
 }
 
 TEST(MaskPolygons, PixelAndLineHaveThreeCorners) {
     cv::Mat mask = cv::Mat::zeros(4, 6, CV_8U);
     mask.at<std::uint8_t>(1, 2) = 255;
-    EXPECT_EQ(maskPolygons(mask), std::vector<Polygon>({{2, 1, 2, 1, 2, 1}}));
+    EXPECT_EQ(maskPolygons(mask), std::vector<Outline>({{2, 1, 2, 1, 2, 1}}));
     mask.at<std::uint8_t>(1, 3) = 255;
-    EXPECT_EQ(maskPolygons(mask), std::vector<Polygon>({{2, 1, 3, 1, 3, 1}}));
+    EXPECT_EQ(maskPolygons(mask), std::vector<Outline>({{2, 1, 3, 1, 3, 1}}));
 }
 
 TEST(MaskPolygons, EmptyMaskHasNone) {
@@ -116,7 +116,7 @@ TEST_F(MaskFormats, PolygonsAreTheMask) {
     const nlohmann::json mask = objectWith("polygon")["mask"];
     EXPECT_EQ(mask["size"], nlohmann::json({64, 64}));
     EXPECT_FALSE(mask.contains("counts"));
-    const cv::Mat drawn = filled(mask["polygons"].get<std::vector<Polygon>>(), {64, 64});
+    const cv::Mat drawn = filled(mask["polygons"].get<std::vector<Outline>>(), {64, 64});
     EXPECT_EQ(cv::norm(drawn, segmentationMask(), cv::NORM_INF), 0.0);
 }
 

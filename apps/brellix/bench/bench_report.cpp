@@ -1,6 +1,7 @@
 #include "bench/bench_report.h"
 
 #include "console/text.h"
+#include "files/json_text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -58,8 +59,7 @@ std::string benchJson(const BenchResult& result, const std::string& config, std:
                          {"infer", toJson(result.infer)},
                          {"post", toJson(result.post)},
                          {"detect", toJson(result.detect)}}}};
-    // A path may hold any bytes, JSON may not.
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return jsonText(json, 2);
 }
 
 }  // namespace brellix::app

@@ -1,6 +1,7 @@
 #include "check/check_json.h"
 
 #include <graph/element_types.h>
+#include "files/json_text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -62,8 +63,7 @@ std::string checkJson(const CheckReport& report) {
                          {"fits", report.fits()},
                          {"tensors", tensors},
                          {"findings", findings}};
-    // A path may hold any bytes, JSON may not.
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+    return jsonText(object, -1);
 }
 
 }  // namespace brellix::app

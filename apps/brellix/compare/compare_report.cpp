@@ -1,6 +1,7 @@
 #include "compare/compare_report.h"
 
 #include <nlohmann/json.hpp>
+#include "files/json_text.h"
 
 namespace brellix::app {
 namespace {
@@ -82,8 +83,7 @@ std::string compareReport(const CompareJob& job, const CompareResult& result,
                        {"drift", driftsToJson(comparison.drifts, job.classes)},
                        {"worst_pictures", worstToJson(result.worst)},
                        {"exceeded", exceeded}};
-    // A path may hold any bytes, JSON may not.
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return jsonText(json, 2);
 }
 
 }  // namespace brellix::app

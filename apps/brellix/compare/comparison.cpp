@@ -1,15 +1,14 @@
 #include "compare/comparison.h"
 
 #include "console/text.h"
+#include "run/percentile.h"
 
 #include <algorithm>
-#include <cmath>
 #include <numeric>
 
 namespace brellix::app {
 namespace {
 
-constexpr double kPercentile = 0.95;
 constexpr int kDecimals = 4;
 
 bool hasSmallerValue(const Measurement& a, const Measurement& b) {
@@ -72,10 +71,12 @@ const Measurement& Measurements::largest() const {
 }
 
 double Measurements::percentile95() const {
-    std::vector<Measurement> sorted = values_;
-    std::sort(sorted.begin(), sorted.end(), hasSmallerValue);
-    const auto rank = static_cast<std::size_t>(std::ceil(kPercentile * static_cast<double>(sorted.size())));
-    return sorted[rank - 1].value;
+    std::vector<double> sorted;
+    for (const Measurement& measurement : values_) {
+        sorted.push_back(measurement.value);
+    }
+    std::sort(sorted.begin(), sorted.end());
+    return percentile(sorted, 0.95);
 }
 
 void Comparison::add(const PictureComparison& picture) {

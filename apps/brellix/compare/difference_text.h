@@ -21,7 +21,8 @@ struct LeastAgreement {
 /// The pointers lead into `comparison`.
 LeastAgreement leastAgreement(const PictureComparison& comparison);
 
-/// \return a line for each difference, the worst first; at least one.
+/// \return a line for each object on which the sides differ, the worst first; then where those that both
+///         found agree least.
 std::vector<std::string> describeDifferences(const PictureComparison& comparison, const ClassList& classes);
 
 }  // namespace brellix::app

@@ -1,5 +1,6 @@
 #include "detect/json_lines.h"
 
+#include "files/json_text.h"
 #include "masks/mask_polygons.h"
 #include "masks/run_length.h"
 
@@ -68,8 +69,7 @@ std::string jsonLine(const PictureResult& result, const ClassList& classes, Mask
     line["ms"] = {{"pre", wholeMicroseconds(report.pre_ms)},
                   {"infer", wholeMicroseconds(report.infer_ms)},
                   {"post", wholeMicroseconds(report.post_ms)}};
-    // A path may hold any bytes, JSON may not.
-    return line.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+    return jsonText(line, -1);
 }
 
 void JsonLinesWriter::finish(const RunTotals& /*totals*/) {

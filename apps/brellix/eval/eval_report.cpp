@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdlib>
+#include "files/json_text.h"
 
 namespace brellix::app {
 namespace {
@@ -43,8 +44,7 @@ std::string evalReport(const EvalJob& job, const EvalResult& result) {
                  {"detections_without_category", result.run.withoutCategory}};
     json["box"] = evaluationToJson(result.boxes, dataset, result.names);
     json["mask"] = result.masks ? evaluationToJson(*result.masks, dataset, result.names) : Json(nullptr);
-    // A path may hold any bytes, JSON may not.
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return jsonText(json, 2);
 }
 
 }  // namespace brellix::app

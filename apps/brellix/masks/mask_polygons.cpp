@@ -9,28 +9,28 @@ namespace {
 
 constexpr std::size_t kFewestCorners = 3;
 
-Polygon flattened(std::vector<cv::Point> corners) {
+Outline flattened(std::vector<cv::Point> corners) {
     while (corners.size() < kFewestCorners) {
         corners.push_back(corners.back());
     }
-    Polygon polygon;
+    Outline outline;
     for (const cv::Point& corner : corners) {
-        polygon.push_back(corner.x);
-        polygon.push_back(corner.y);
+        outline.push_back(corner.x);
+        outline.push_back(corner.y);
     }
-    return polygon;
+    return outline;
 }
 
 }  // namespace
 
-std::vector<Polygon> maskPolygons(const cv::Mat& mask) {
-    std::vector<std::vector<cv::Point>> outlines;
-    cv::findContours(mask, outlines, cv::RETR_EXTERNAL, cv::CHAIN_APPROX_SIMPLE);
-    std::vector<Polygon> polygons;
-    for (const std::vector<cv::Point>& outline : outlines) {
-        polygons.push_back(flattened(outline));
+std::vector<Outline> maskPolygons(const cv::Mat& mask) {
+    std::vector<std::vector<cv::Point>> contours;
+    cv::findContours(mask, contours, cv::RETR_EXTERNAL, cv::CHAIN_APPROX_SIMPLE);
+    std::vector<Outline> outlines;
+    for (const std::vector<cv::Point>& contour : contours) {
+        outlines.push_back(flattened(contour));
     }
-    return polygons;
+    return outlines;
 }
 
 }  // namespace brellix::app
