@@ -38,7 +38,7 @@ constexpr const char* kExamples =
     "3 a failure at work.";
 
 /// The arguments in CLI11's order, the last one first. An argument like "[a,b]" would be taken apart as a
-/// list of two; here it can only be a relative path, which "./[a,b]" is too.
+/// list of two; here it is hardly ever anything but a relative path, which "./[a,b]" is too.
 std::vector<std::string> argumentsFrom(int argc, const char* const* argv) {
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     for (std::string& argument : arguments) {

@@ -75,9 +75,11 @@ std::string openTensors(const NetworkFacts& network) {
 void judgeOpset(BackEnd backEnd, const NetworkFacts& network, Findings& findings) {
     const std::int64_t opset = network.description.opset;
     const bool isNewer = backEnd == BackEnd::kOpencvDnn && opset > kBestOpset;
-    findings.push_back({isNewer ? Severity::kNote : Severity::kOk, "opset", network.path,
-                        std::to_string(opset) + (isNewer ? "; the back-end runs opset 12 best" : ""), "",
-                        ""});
+    findings.push_back(
+        {isNewer ? Severity::kNote : Severity::kOk, "opset", network.path,
+         std::to_string(opset) +
+             (isNewer ? "; the back-end runs opset " + std::to_string(kBestOpset) + " best" : ""),
+         "", ""});
 }
 
 /// \return why the back-end refuses the graph; empty where nothing is known against it.

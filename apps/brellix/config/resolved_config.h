@@ -9,8 +9,8 @@
 
 namespace brellix::app {
 
-/// Gives the constructors, which read a file, the configuration with the network's absolute path and the
-/// thresholds of the command line.
+/// Gives the constructors, which read a file, the configuration with the path under which the network was
+/// found and the thresholds of the command line.
 ///
 /// Where the file itself says all of this, and can be read once more, it is the file itself. Else it is a
 /// copy in memory, readable by this process alone, so that nothing is left behind even by a constructor that

@@ -10,7 +10,7 @@ namespace brellix::app {
 
 enum class ExitStatus : int {
     kDone = 0,
-    kAnswerIsNo = 1,    ///< the work was done and what was asked does not hold (check, compare)
+    kAnswerIsNo = 1,    ///< the work was done and what was asked does not hold (check, init, compare)
     kWrongUse = 2,      ///< wrong options, a bad configuration, an input that does not exist
     kFailedAtWork = 3,  ///< a picture that could not be processed, a result that could not be written
     kStopped = 128,     ///< somebody stopped the run, which ends by the signal (`endBySignal`)

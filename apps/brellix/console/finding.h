@@ -21,7 +21,7 @@ const char* nameOf(Severity severity);
 struct Finding {
     Severity severity = Severity::kOk;
     std::string what;   ///< the key of the configuration, or what of the network was looked at
-    std::string where;  ///< a file, with its line where one is to be changed
+    std::string where;  ///< a file, with its line where one is to be changed, or "the command line"
     std::string found;
     std::string expected;  ///< empty where nothing else was expected
     std::string fix;       ///< what to write or to run; empty where nothing has to be done
