@@ -193,9 +193,12 @@ TEST_F(StoppedLoop, DoesNotGoOnToTheNextSource) {
     EXPECT_EQ(seen_, Names{"a #0"});
 }
 
+// A shell starts what runs in the background with SIGINT ignored, so that each test says what it begins with.
+
 TEST(StopRequests, SecondSignalEndsTheProcess) {
     EXPECT_EXIT(
         {
+            std::signal(SIGINT, SIG_DFL);
             const StopRequest stop;
             std::raise(SIGINT);
             std::raise(SIGINT);
@@ -203,6 +206,7 @@ TEST(StopRequests, SecondSignalEndsTheProcess) {
         ::testing::KilledBySignal(SIGINT), "");
     EXPECT_EXIT(
         {
+            std::signal(SIGINT, SIG_DFL);
             const StopRequest stop;
             std::raise(SIGINT);
             std::raise(SIGTERM);
@@ -213,6 +217,7 @@ TEST(StopRequests, SecondSignalEndsTheProcess) {
 TEST(StopRequests, FirstSignalOnlyLeavesARequest) {
     EXPECT_EXIT(
         {
+            std::signal(SIGINT, SIG_DFL);
             const StopRequest stop;
             std::raise(SIGINT);
             std::_Exit(StopRequest::signal() == SIGINT && StopRequest::isMade() ? 0 : 1);

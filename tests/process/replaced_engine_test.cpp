@@ -47,6 +47,14 @@ TEST_F(ReplacedEngine, DetectsOnNetworksThatOursWouldRefuse) {
     EXPECT_EQ(jsonLines(result.out)[0].at("objects").size(), 1U);
 }
 
+TEST_F(ReplacedEngine, NeedNotReadWhatCalibrateWrites) {
+    const ProgramResult result = run({"calibrate", "cut.yaml", "a.png"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err,
+              "brellix: warning: another engine stands in place of ours, which alone is known to read "
+              "calibrations\n");
+}
+
 TEST_F(ReplacedEngine, HasNoBackEndThatBenchCouldName) {
     const ProgramResult result =
         run({"bench", "model.yaml", "a.png", "--frames", "1", "--warm-up", "0", "--json", "-"});

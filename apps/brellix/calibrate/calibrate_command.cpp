@@ -7,6 +7,7 @@
 #include "check/calibration_rules.h"
 #include "config/model_factory.h"
 #include "console/text.h"
+#include "network/back_end_choice.h"
 #include "run_options.h"
 #include "sources/picture_loop.h"
 
@@ -87,6 +88,9 @@ ExitStatus calibrate(const CalibrateOptions& options, OwnOutput& output, Console
     applyVerbosity(options.run.verbosity, output, console);
     const ModelConfig config = loadConfig(options.run.model, console);
     requireClassWithCalibration(config, console);
+    if (chosenBackEnd() == BackEnd::kUnknown) {
+        console.warning("another engine stands in place of ours, which alone is known to read calibrations");
+    }
     const std::vector<std::string> sources = loadInputs(options.run.input, console);
     const CalibrationTarget target = makeTarget(options, config, sources);
     std::size_t failed = 0;
