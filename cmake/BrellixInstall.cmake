@@ -1,5 +1,5 @@
-# Headers, CMake package, pkg-config file, sample networks and what prepares networks. The libraries and the program install themselves beside
-# their targets.
+# Headers, CMake package, pkg-config file, sample networks and what prepares networks. The libraries and the program install
+# themselves beside their targets.
 
 include(CMakePackageConfigHelpers)
 

@@ -123,6 +123,14 @@ TEST_F(Init, ALinkStaysOneAndItsTargetIsReplaced) {
     EXPECT_NE(readText("shared/old.yaml").find("model_path: "), std::string::npos);
 }
 
+TEST_F(Init, NothingThatLiesBesideTheConfigurationIsLost) {
+    const std::string network = readText("network.onnx");
+    writeText("new.yaml.unfinished", network);
+    expect(0, {"init", "new.yaml.unfinished", "--out", "new.yaml"});
+    EXPECT_EQ(written("new.yaml")["model"].as<std::string>(), "yolov5");
+    EXPECT_EQ(readText("new.yaml.unfinished"), network);
+}
+
 TEST_F(Init, ClassesWithoutNamesGetNumbers) {
     static_cast<void>(expect(0, {"init", "network.onnx"}));
     EXPECT_EQ(written("network.yaml")["class_mapping"][2].as<std::string>(), "2");

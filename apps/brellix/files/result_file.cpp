@@ -38,6 +38,16 @@ void requireAccess(const fs::path& place, int mode, const std::string& path) {
     }
 }
 
+/// \return a name beside `path` that no file has.
+std::string freeName(const std::string& path) {
+    std::error_code ignored;
+    std::string name = path + ".unfinished";
+    for (int number = 2; fs::exists(fs::symlink_status(name, ignored)); ++number) {
+        name = path + ".unfinished" + std::to_string(number);
+    }
+    return name;
+}
+
 /// Puts a finished file in the place of one that stood at `path`, if any did.
 void putInPlace(const std::string& finished, const fs::file_status& before, const std::string& path) {
     std::error_code error;
@@ -78,7 +88,7 @@ void writeWhole(const std::string& path, const std::function<void(const std::str
         return;
     }
     const std::string target = behindLinks(path).string();
-    const std::string unfinished = target + ".unfinished";
+    const std::string unfinished = freeName(target);
     try {
         write(unfinished);
         putInPlace(unfinished, before, target);
