@@ -31,8 +31,8 @@ bool endsWith(std::string_view text, std::string_view end) {
 }
 
 /// Prints "NAME=", up to the first conversion of the format, and then the value. spdlog's releases differ in
-/// which fields they send.
-void printField(std::string_view format, va_list values) {
+/// which fields they send. (By reference: on Arm a copy of the list would stay where it was.)
+void printField(std::string_view format, va_list& values) {
     std::cout << format.substr(0, format.find('%'));
     if (endsWith(format, "%.*s")) {
         const int length = va_arg(values, int);
