@@ -11,7 +11,6 @@ namespace {
 
 using ai_orvo::model::CLASS_COLORS;
 using ai_orvo::model::draw_objects;
-using ai_orvo::model::MASK_COLORS;
 using ai_orvo::model::Object;
 
 using Names = std::vector<std::string>;
@@ -34,26 +33,6 @@ cv::Mat expected(const cv::Mat& image, cv::Rect box, cv::Point label, const std:
     cv::putText(result, text, {label.x, label.y + size.height}, cv::FONT_HERSHEY_SIMPLEX, 0.4,
                 cv::Scalar(255, 255, 255), 1);
     return result;
-}
-
-TEST(ColorTables, HaveTheirLengthsAndEnds) {
-    ASSERT_EQ(CLASS_COLORS.size(), 80U);
-    ASSERT_EQ(MASK_COLORS.size(), 20U);
-    EXPECT_EQ(CLASS_COLORS[0], (std::vector<unsigned>{0, 114, 189}));
-    EXPECT_EQ(CLASS_COLORS[25], (std::vector<unsigned>{0, 170, 128}));
-    EXPECT_EQ(CLASS_COLORS[79], (std::vector<unsigned>{128, 128, 0}));
-    EXPECT_EQ(MASK_COLORS[0], (std::vector<unsigned>{255, 56, 56}));
-    EXPECT_EQ(MASK_COLORS[5], (std::vector<unsigned>{72, 249, 10}));
-    EXPECT_EQ(MASK_COLORS[19], (std::vector<unsigned>{255, 55, 199}));
-}
-
-TEST(ColorTables, RepeatTheColorsThatRepeat) {
-    EXPECT_EQ(CLASS_COLORS[9], CLASS_COLORS[57]);
-    EXPECT_EQ(CLASS_COLORS[12], CLASS_COLORS[63]);
-    EXPECT_EQ(CLASS_COLORS[13], CLASS_COLORS[69]);
-    EXPECT_EQ(CLASS_COLORS[0], CLASS_COLORS[77]);
-    EXPECT_EQ(CLASS_COLORS[14], (std::vector<unsigned>{170, 0, 255}));
-    EXPECT_EQ(CLASS_COLORS[14], CLASS_COLORS[46]);
 }
 
 TEST(DrawObjects, WithoutObjectsTheImageIsCopied) {
