@@ -1,6 +1,6 @@
 #include "model_fixture.h"
 
-#include "coco_mask.h"
+#include "support/coco_mask.h"
 
 namespace brellix::testing {
 

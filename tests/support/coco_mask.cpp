@@ -1,9 +1,10 @@
-#include "coco_mask.h"
+#include "support/coco_mask.h"
+
+#include <opencv2/imgproc.hpp>
 
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
-#include <vector>
 
 namespace brellix::testing {
 namespace {
@@ -50,6 +51,18 @@ cv::Mat decodeCocoMask(const std::string& counts, cv::Size size) {
     }
     cv::Mat transposed(size.width, size.height, CV_8U, columns.data());
     return cv::Mat(transposed.t());
+}
+
+cv::Mat drawPolygons(const std::vector<std::vector<int>>& polygons, cv::Size size) {
+    cv::Mat mask = cv::Mat::zeros(size, CV_8U);
+    for (const std::vector<int>& polygon : polygons) {
+        std::vector<cv::Point> corners;
+        for (std::size_t i = 0; i + 1 < polygon.size(); i += 2) {
+            corners.emplace_back(polygon[i], polygon[i + 1]);
+        }
+        cv::fillPoly(mask, std::vector<std::vector<cv::Point>>{corners}, cv::Scalar(255));
+    }
+    return mask;
 }
 
 }  // namespace brellix::testing

@@ -1,29 +1,20 @@
 #include "masks/mask_polygons.h"
 
-#include "model_fixture.h"
+#include "support/coco_mask.h"
+
+#include <gtest/gtest.h>
 
 #include <opencv2/imgproc.hpp>
 
+#include <cstdint>
 #include <random>
+#include <vector>
 
 namespace brellix::testing {
 namespace {
 
 using app::maskPolygons;
 using app::Outline;
-
-/// The polygons drawn again, edges included.
-cv::Mat filled(const std::vector<Outline>& polygons, cv::Size size) {
-    cv::Mat mask = cv::Mat::zeros(size, CV_8U);
-    for (const Outline& polygon : polygons) {
-        std::vector<cv::Point> corners;
-        for (std::size_t i = 0; i + 1 < polygon.size(); i += 2) {
-            corners.emplace_back(polygon[i], polygon[i + 1]);
-        }
-        cv::fillPoly(mask, std::vector<std::vector<cv::Point>>{corners}, cv::Scalar(255));
-    }
-    return mask;
-}
 
 /// The mask with its holes filled: what cannot be reached from outside without crossing it. An object is
 /// connected over corners, the outside is not.
@@ -44,7 +35,8 @@ void expectComesBack(const cv::Mat& mask) {
         EXPECT_GE(polygon.size(), 6U);
         EXPECT_EQ(polygon.size() % 2, 0U);
     }
-    EXPECT_EQ(cv::norm(filled(polygons, mask.size()), withoutHoles(mask), cv::NORM_INF), 0.0) << mask.size();
+    EXPECT_EQ(cv::norm(drawPolygons(polygons, mask.size()), withoutHoles(mask), cv::NORM_INF), 0.0)
+        << mask.size();
 }
 
 TEST(MaskPolygons, RectangleHasItsFourCorners) {
@@ -100,41 +92,6 @@ TEST(MaskPolygons, EvenNoiseComesBack) {
         }
         expectComesBack(mask);
     }
-}
-
-class MaskFormats : public ModelTest {
-  protected:
-    nlohmann::json objectWith(const std::string& format) const {
-        const ProgramResult result =
-            run({"detect", "seg.yaml", "a.png", "--json", "-", "--mask-format", format});
-        EXPECT_EQ(result.status, 0) << result.err;
-        return jsonLines(result.out).at(0)["objects"].at(0);
-    }
-};
-
-TEST_F(MaskFormats, PolygonsAreTheMask) {
-    const nlohmann::json mask = objectWith("polygon")["mask"];
-    EXPECT_EQ(mask["size"], nlohmann::json({64, 64}));
-    EXPECT_FALSE(mask.contains("counts"));
-    const cv::Mat drawn = filled(mask["polygons"].get<std::vector<Outline>>(), {64, 64});
-    EXPECT_EQ(cv::norm(drawn, segmentationMask(), cv::NORM_INF), 0.0);
-}
-
-TEST_F(MaskFormats, RunLengthsAreTheDefault) {
-    EXPECT_EQ(objectWith("rle"), onlyObject("seg.yaml"));
-    EXPECT_TRUE(onlyObject("seg.yaml")["mask"].contains("counts"));
-}
-
-TEST_F(MaskFormats, NoneLeavesTheMaskOut) {
-    nlohmann::json expected = onlyObject("seg.yaml");
-    expected.erase("mask");
-    EXPECT_EQ(objectWith("none"), expected);
-}
-
-TEST_F(MaskFormats, UnknownOneIsWrongUse) {
-    const ProgramResult result = run({"detect", "seg.yaml", "a.png", "--mask-format", "png"});
-    EXPECT_EQ(result.status, 2);
-    EXPECT_NE(result.err.find("--mask-format"), std::string::npos) << result.err;
 }
 
 }  // namespace
