@@ -1,4 +1,5 @@
 #include "reference/index_nms.h"
+#include "support/comparison.h"
 #include "support/random.h"
 
 #include "brellix/nms.h"
@@ -19,10 +20,6 @@ namespace brellix::testing {
 namespace {
 
 namespace model = ai_orvo::model;
-
-bool sameValue(float actual, float expected) {
-    return actual == expected || (std::isnan(actual) && std::isnan(expected));
-}
 
 bool sameBytes(const std::vector<float>& a, const std::vector<float>& b) {
     return a.size() == b.size() &&
@@ -137,7 +134,7 @@ TEST(OverlapProperty, CornersGiveTheBitsOfTheReference) {
             c[random.integer(4, 7)] += random.real(-5.0F, 5.0F);
         }
         const float expected = reference::inclusiveOverlap(c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7]);
-        ASSERT_PRED2(sameValue, model::CalculateOverlap(c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7]),
+        ASSERT_PRED2(sameFloat, model::CalculateOverlap(c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7]),
                      expected);
         partial += expected > 0.0F && expected < 1.0F ? 1 : 0;
     }

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <numeric>
@@ -19,10 +18,6 @@ using ai_orvo::model::Object;
 
 constexpr int kIntMin = std::numeric_limits<int>::min();
 constexpr int kIntMax = std::numeric_limits<int>::max();
-
-bool sameValue(float actual, float expected) {
-    return actual == expected;
-}
 
 /// Boxes between whole and half pixels in a small field, so that most of them overlap.
 cv::Rect_<float> crowdedBox(Random& random) {
@@ -61,7 +56,7 @@ TEST(IouProperty, OrdinaryBoxesGiveTheValueOfTheReference) {
         const cv::Rect a(crowdedBox(random));
         const cv::Rect b = random.chance(0.1) ? a : cv::Rect(crowdedBox(random));
         const float expected = reference::iou(a, b);
-        ASSERT_PRED2(sameValue, ai_orvo::model::iou(a, b), expected) << a << " and " << b;
+        ASSERT_PRED2(sameFloat, ai_orvo::model::iou(a, b), expected) << a << " and " << b;
         partial += expected > 0.0F && expected < 1.0F ? 1 : 0;
     }
     EXPECT_GT(partial, 2000);
@@ -78,7 +73,7 @@ TEST(IouProperty, ExtremeBoxesDoNotOverflow) {
         const cv::Rect a{extreme(), extreme(), extreme(), extreme()};
         const cv::Rect b = random.chance(0.2) ? a : cv::Rect{extreme(), extreme(), extreme(), extreme()};
         const float expected = reference::iou(a, b);
-        ASSERT_PRED2(sameValue, ai_orvo::model::iou(a, b), expected) << a << " and " << b;
+        ASSERT_PRED2(sameFloat, ai_orvo::model::iou(a, b), expected) << a << " and " << b;
         ASSERT_GE(expected, 0.0F);
         ASSERT_LE(expected, 1.0F);
         overlapping += expected > 0.0F ? 1 : 0;

@@ -1,11 +1,11 @@
 #include "reference/quantization.h"
+#include "support/comparison.h"
 #include "support/random.h"
 
 #include "brellix/quantization.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <set>
@@ -14,10 +14,6 @@ namespace brellix::testing {
 namespace {
 
 namespace model = ai_orvo::model;
-
-bool sameValue(float actual, float expected) {
-    return actual == expected || (std::isnan(actual) && std::isnan(expected));
-}
 
 float anyValue(Random& random) {
     return random.chance(0.2) ? random.hostile() : random.real(-200.0F, 200.0F);
@@ -37,9 +33,9 @@ TEST(QuantizationProperty, TheLogisticFunctionAndItsInverseGiveTheBitsOfTheRefer
     Random random(61);
     for (int i = 0; i < 20000; ++i) {
         const float logit = random.chance(0.1) ? random.hostile() : random.real(-110.0F, 110.0F);
-        ASSERT_PRED2(sameValue, model::sigmoid(logit), reference::sigmoid(logit)) << logit;
+        ASSERT_PRED2(sameFloat, model::sigmoid(logit), reference::sigmoid(logit)) << logit;
         const float probability = random.chance(0.1) ? random.hostile() : random.real(-0.1F, 1.1F);
-        ASSERT_PRED2(sameValue, model::unsigmoid(probability), reference::unsigmoid(probability))
+        ASSERT_PRED2(sameFloat, model::unsigmoid(probability), reference::unsigmoid(probability))
             << probability;
     }
 }
@@ -66,7 +62,7 @@ TEST(QuantizationProperty, DequantisingGivesTheBitsOfTheReference) {
             const int zeroPoint = anyZeroPoint(random);
             const float scale = anyScale(random);
             const auto byte = static_cast<std::int8_t>(q);
-            ASSERT_PRED2(sameValue, model::deqntAffineToF32(byte, zeroPoint, scale),
+            ASSERT_PRED2(sameFloat, model::deqntAffineToF32(byte, zeroPoint, scale),
                          reference::dequantize(byte, zeroPoint, scale))
                 << q << ", zero point " << zeroPoint << ", scale " << scale;
         }
