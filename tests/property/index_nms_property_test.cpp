@@ -1,12 +1,12 @@
 #include "reference/index_nms.h"
 #include "support/comparison.h"
+#include "support/indices.h"
 #include "support/random.h"
+#include "support/small_stack.h"
 
 #include "brellix/nms.h"
 
 #include <gtest/gtest.h>
-
-#include <pthread.h>
 
 #include <algorithm>
 #include <cmath>
@@ -24,12 +24,6 @@ namespace model = ai_orvo::model;
 bool sameBytes(const std::vector<float>& a, const std::vector<float>& b) {
     return a.size() == b.size() &&
            (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0);
-}
-
-std::vector<int> countingFrom0(std::size_t count) {
-    std::vector<int> indices(count);
-    std::iota(indices.begin(), indices.end(), 0);
-    return indices;
 }
 
 /// Sorts a copy with both and compares.
@@ -94,23 +88,8 @@ TEST(IndexSortProperty, ScoresThatAreNoNumbersEndTheLoop) {
     EXPECT_GT(missing, 100);
 }
 
-/// Runs `action` on a thread with the stack that some systems give a thread.
-void runWithSmallStack(void (*action)()) {
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 512U * 1024U), 0);
-    pthread_t thread{};
-    const auto body = [](void* argument) -> void* {
-        (*static_cast<void (**)()>(argument))();
-        return nullptr;
-    };
-    ASSERT_EQ(pthread_create(&thread, &attributes, body, &action), 0);
-    ASSERT_EQ(pthread_join(thread, nullptr), 0);
-    pthread_attr_destroy(&attributes);
-}
-
 TEST(IndexSortProperty, OrderedAndEqualScoresFitIntoASmallStack) {
-    runWithSmallStack([] {
+    runOnSmallStack([] {
         std::vector<float> scores(8400);
         std::iota(scores.begin(), scores.end(), 0.0F);
         compareSorting(scores, 0, 8399);

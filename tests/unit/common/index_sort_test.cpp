@@ -1,50 +1,30 @@
 #include "brellix/nms.h"
+#include "support/indices.h"
+#include "support/small_stack.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <limits>
-#include <numeric>
 #include <vector>
 
 namespace {
 
 using ai_orvo::model::quickSortIndiceInverse;
+using brellix::testing::countingFrom0;
+using brellix::testing::runOnSmallStack;
 
 using Floats = std::vector<float>;
 using Ints = std::vector<int>;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-Ints countedUp(std::size_t count) {
-    Ints indices(count);
-    std::iota(indices.begin(), indices.end(), 0);
-    return indices;
-}
-
 /// Indices after sorting all of `scores`, which end sorted too.
 Ints sorted(Floats& scores) {
-    Ints indices = countedUp(scores.size());
+    Ints indices = countingFrom0(scores.size());
     quickSortIndiceInverse(scores, 0, static_cast<int>(scores.size()) - 1, indices);
     return indices;
-}
-
-/// Runs on a thread whose stack is as small as boards give to workers.
-void onSmallStack(std::function<void()> work) {
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 512 * 1024), 0);
-    pthread_t thread;
-    const auto run = [](void* argument) -> void* {
-        (*static_cast<std::function<void()>*>(argument))();
-        return nullptr;
-    };
-    ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
 }
 
 TEST(QuickSortIndiceInverse, SortsFromHighestToLowest) {
@@ -60,7 +40,7 @@ TEST(QuickSortIndiceInverse, EqualScoresEndWhereThePartitionPutsThem) {
 
 TEST(QuickSortIndiceInverse, ReturnsThePlaceOfTheFirstPivot) {
     Floats scores = {0.5F, 0.9F, 0.7F, 0.1F};
-    Ints indices = countedUp(4);
+    Ints indices = countingFrom0(4);
     EXPECT_EQ(quickSortIndiceInverse(scores, 0, 3, indices), 2);
 }
 
@@ -76,7 +56,7 @@ TEST(QuickSortIndiceInverse, ShortRangesAreLeftAlone) {
 
 TEST(QuickSortIndiceInverse, SortsOnlyTheRange) {
     Floats scores = {0.0F, 0.1F, 0.2F, 0.3F, 0.4F};
-    Ints indices = countedUp(5);
+    Ints indices = countingFrom0(5);
     quickSortIndiceInverse(scores, 1, 3, indices);
     EXPECT_EQ(scores, (Floats{0.0F, 0.3F, 0.2F, 0.1F, 0.4F}));
     EXPECT_EQ(indices, (Ints{0, 3, 2, 1, 4}));
@@ -96,7 +76,7 @@ TEST(QuickSortIndiceInverse, NanScoresNeitherHangNorGetLost) {
         Floats scores = input;
         Ints indices = sorted(scores);
         std::sort(indices.begin(), indices.end());
-        EXPECT_EQ(indices, countedUp(input.size()));
+        EXPECT_EQ(indices, countingFrom0(input.size()));
     }
 }
 
@@ -112,12 +92,12 @@ TEST(QuickSortIndiceInverse, OrderedAndEqualScoresFitASmallStack) {
         const bool alsoRising = count < 10000;
         Ints risingOrder;
         Ints equalOrder;
-        onSmallStack([&] {
-            EXPECT_EQ(sorted(falling), countedUp(count));
+        runOnSmallStack([&] {
+            EXPECT_EQ(sorted(falling), countingFrom0(count));
             equalOrder = sorted(equal);
             risingOrder = alsoRising ? sorted(rising) : Ints();
         });
-        EXPECT_EQ(equalOrder, countedUp(count));
+        EXPECT_EQ(equalOrder, countingFrom0(count));
         if (alsoRising) {
             EXPECT_EQ(rising, falling);
             EXPECT_EQ(risingOrder.front(), static_cast<int>(count) - 1);
