@@ -1,4 +1,5 @@
 #include "brellix/yolov5.h"
+#include "models/refused_config.h"
 #include "support/capture_stdout.h"
 #include "support/fake_engine.h"
 #include "support/temporary_folder.h"
@@ -9,7 +10,6 @@
 
 #include <cmath>
 #include <functional>
-#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -27,16 +27,8 @@ constexpr const char* kWhole =
     "class_num: 6\n"
     "input_size: [320, 192]\n";
 
-/// The whole configuration with the line of `key` replaced by `line` (dropped when empty).
 std::string withLine(const std::string& key, const std::string& line) {
-    std::string text;
-    std::istringstream lines(kWhole);
-    for (std::string current; std::getline(lines, current);) {
-        const bool replaced = current.rfind(key + ":", 0) == 0;
-        text += replaced ? line : current;
-        text += '\n';
-    }
-    return text;
+    return brellix::testing::withLine(kWhole, key, line);
 }
 
 /// Constructs from a file with this text and hands the model to `look`.
@@ -47,22 +39,9 @@ void construct(
     look(model);
 }
 
-/// What constructing from this text says when it fails; also checks that it failed quietly and early.
 template <typename Exception>
 std::string refusal(const std::string& text) {
-    FakeEngine& engine = FakeEngine::reset();
-    std::string what;
-    const std::string output = standardOutputOf([&] {
-        try {
-            construct(text);
-            ADD_FAILURE() << "no exception for: " << text;
-        } catch (const Exception& error) {
-            what = error.what();
-        }
-    });
-    EXPECT_EQ(output, "") << "a model that never came to be must not print";
-    EXPECT_TRUE(engine.initialised.empty());
-    return what;
+    return brellix::testing::refusalOf<Exception>(text, [](const std::string& config) { construct(config); });
 }
 
 TEST(YOLOv5Config, FileValuesReachModelAndEngine) {

@@ -1,5 +1,6 @@
 #include "brellix/run_report.h"
 #include "brellix/yolov8_seg.h"
+#include "models/refused_config.h"
 #include "support/capture_stdout.h"
 #include "support/fake_engine.h"
 #include "support/temporary_folder.h"
@@ -9,7 +10,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -23,15 +23,8 @@ using brellix::testing::TemporaryFolder;
 using SizeTable = std::map<std::string, int>;
 using Shape = std::vector<std::int64_t>;
 
-/// The whole document with the line of `key` replaced by `line` (dropped when empty).
 std::string withLine(const std::string& key, const std::string& line) {
-    std::string text;
-    std::istringstream lines(segConfigText());
-    for (std::string current; std::getline(lines, current);) {
-        text += current.rfind(key + ":", 0) == 0 ? line : current;
-        text += '\n';
-    }
-    return text;
+    return brellix::testing::withLine(segConfigText(), key, line);
 }
 
 const AIEngineConfig& configOf(const std::string& text) {
@@ -43,19 +36,8 @@ const AIEngineConfig& configOf(const std::string& text) {
 
 template <typename Exception>
 std::string refusal(const std::string& text) {
-    FakeEngine& engine = FakeEngine::reset();
-    std::string what;
-    const std::string output = standardOutputOf([&] {
-        try {
-            const YOLOv8Seg model(YAML::Load(text));
-            ADD_FAILURE() << "no exception for: " << text;
-        } catch (const Exception& error) {
-            what = error.what();
-        }
-    });
-    EXPECT_EQ(output, "");
-    EXPECT_TRUE(engine.initialised.empty());
-    return what;
+    return brellix::testing::refusalOf<Exception>(
+        text, [](const std::string& config) { const YOLOv8Seg model(YAML::Load(config)); });
 }
 
 TEST(YOLOv8SegConstruction, FieldsComeFromTheDocument) {
