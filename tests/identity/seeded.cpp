@@ -1,7 +1,8 @@
 #include "identity/seeded.h"
 
+#include "support/hostile_floats.h"
+
 #include <algorithm>
-#include <limits>
 
 namespace brellix::testing {
 
@@ -15,10 +16,7 @@ float Seeded::real(float low, float high) {
 }
 
 float Seeded::hostile() {
-    using Limits = std::numeric_limits<float>;
-    return oneOf({Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), 0.0F, -0.0F, Limits::max(),
-                  Limits::lowest(), Limits::min(), Limits::denorm_min(), 2147483648.0F, -2147483648.0F, 1e10F,
-                  -1e10F});
+    return oneOf(kHostileFloats);
 }
 
 std::vector<std::int8_t> Seeded::bytes(std::size_t count) {

@@ -1,7 +1,8 @@
 #include "support/random.h"
 
+#include "support/hostile_floats.h"
+
 #include <algorithm>
-#include <limits>
 
 namespace brellix::testing {
 
@@ -10,10 +11,7 @@ int Random::length(int high) {
 }
 
 float Random::hostile() {
-    using Limits = std::numeric_limits<float>;
-    return oneOf({Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), 0.0F, -0.0F, Limits::max(),
-                  Limits::lowest(), Limits::min(), Limits::denorm_min(), 2147483648.0F, -2147483648.0F, 1e10F,
-                  -1e10F});
+    return oneOf(kHostileFloats);
 }
 
 cv::Mat Random::image(const cv::Size& size, int type) {
