@@ -2,7 +2,7 @@
 // processor, so the objects are held against recorded ones within bounds, not by their bytes.
 
 #include "brellix/model_zoo.h"
-#include "shapes_dataset.h"
+#include "shapes_files.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>

@@ -1,64 +1,58 @@
 // The sample networks, through the engine and the library, on pictures that training never saw.
 
 #include "brellix/model_zoo.h"
-#include "shapes_dataset.h"
+#include "evaluation/coco_truth.h"
+#include "evaluation/evaluation.h"
+#include "shapes_files.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
+#include <iostream>
 #include <opencv2/imgcodecs.hpp>
 #include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
 using namespace ai_orvo::model;
 using namespace brellix::testing;
+namespace app = brellix::app;
 
-/// Everything that a model found, and how far each find covers the truths of its picture and label.
-struct Detections {
-    std::vector<ScoredBox> boxes;
-    std::vector<std::map<std::size_t, double>> maskOverlaps;  ///< by detection: truth to overlap of the masks
-};
-
-double maskOverlap(const cv::Mat& a, const cv::Mat& b) {
-    const double both = cv::countNonZero(a & b);
-    const double either = cv::countNonZero(a | b);
-    return either > 0 ? both / either : 0;
+app::Dataset readShapesDataset() {
+    return app::readCocoTruth(shapesFile("truth.json"));
 }
 
-std::map<std::size_t, double> maskOverlapsOf(const Object& object, int image, const ShapesDataset& dataset) {
-    std::map<std::size_t, double> overlaps;
-    for (std::size_t i = 0; i < dataset.truth.size(); ++i) {
-        const ScoredBox& truth = dataset.truth[i];
-        if (truth.image == image && truth.label == object.label && !object.mask.empty()) {
-            overlaps[i] = maskOverlap(object.mask, dataset.masks[i]);
-        }
+/// What a model found on one picture. The categories of the dataset are the model's labels.
+std::vector<app::Detection> detectionsOf(const std::vector<Object>& objects) {
+    std::vector<app::Detection> detections;
+    for (const Object& object : objects) {
+        detections.push_back({static_cast<std::size_t>(object.label), cv::Rect2d(object.rect),
+                              static_cast<double>(object.prob),
+                              app::measured(app::runLengthsOf(object.mask))});
     }
-    return overlaps;
+    return detections;
 }
 
-Detections detectAll(CvModel& model, const ShapesDataset& dataset) {
-    Detections found;
-    for (std::size_t i = 0; i < dataset.pictures.size(); ++i) {
-        const int image = static_cast<int>(i);
+app::Detections detectAll(CvModel& model, const app::Dataset& dataset) {
+    app::Detections found;
+    for (const app::TruthPicture& picture : dataset.pictures) {
         std::vector<Object> objects;
-        model.detect(cv::imread(dataset.pictures[i]), objects);
-        EXPECT_EQ(last_run_report().inference_status, 0) << dataset.pictures[i];
-        for (const Object& object : objects) {
-            found.boxes.push_back({image, object.label, cv::Rect2d(object.rect), object.prob});
-            found.maskOverlaps.push_back(maskOverlapsOf(object, image, dataset));
-        }
+        model.detect(cv::imread(shapesFile("pictures/" + picture.file)), objects);
+        EXPECT_EQ(last_run_report().inference_status, 0) << picture.file;
+        found.push_back(detectionsOf(objects));
     }
     return found;
 }
 
 TEST(ShapesDatasetOnDisk, HoldsEnoughPicturesOfManySizes) {
-    const ShapesDataset dataset = readShapesDataset();
-    EXPECT_GE(dataset.pictures.size(), 200U);
+    const std::vector<std::string> files = shapesPictureFiles();
+    EXPECT_GE(files.size(), 200U);
     std::set<std::pair<int, int>> sizes;
     int awkward = 0;
-    for (const std::string& path : dataset.pictures) {
+    for (const std::string& path : files) {
         const cv::Mat picture = cv::imread(path);
         ASSERT_FALSE(picture.empty()) << path;
         sizes.insert({picture.cols, picture.rows});
@@ -68,27 +62,25 @@ TEST(ShapesDatasetOnDisk, HoldsEnoughPicturesOfManySizes) {
     EXPECT_GE(sizes.size(), 10U);
 }
 
-/// AP at an overlap of one half.
+/// AP at an overlap of one half, 0 for the masks of a model that makes none.
 struct Ap50 {
     double box;
     double mask;
 };
 
 /// Measures a model over the held-out pictures, and prints what it finds.
-Ap50 measure(CvModel& model, const ShapesDataset& dataset, const std::string& title) {
-    const Detections found = detectAll(model, dataset);
-    const auto overlapOfMasks = [&found](std::size_t detection, std::size_t truth) {
-        const auto overlap = found.maskOverlaps[detection].find(truth);
-        return overlap == found.maskOverlaps[detection].end() ? 0.0 : overlap->second;
+Ap50 measure(CvModel& model, const app::Dataset& dataset, const std::string& title) {
+    const app::Detections found = detectAll(model, dataset);
+    const auto ap50 = [&](app::Shape shape) {
+        return app::evaluate(dataset, found, shape).mean.ap50.value_or(0.0);
     };
-    const Ap50 ap50{averagePrecision(dataset.truth, found.boxes, 0.5),
-                    averagePrecision(dataset.truth, found.boxes, 0.5, overlapOfMasks)};
-    const std::string masks = ap50.mask > 0 ? ", mask " + std::to_string(ap50.mask) : "";
-    std::cout << title << ": AP50 box " << ap50.box << masks << '\n';
-    return ap50;
+    const Ap50 measured{ap50(app::Shape::kBox), ap50(app::Shape::kMask)};
+    const std::string masks = measured.mask > 0 ? ", mask " + std::to_string(measured.mask) : "";
+    std::cout << title << ": AP50 box " << measured.box << masks << '\n';
+    return measured;
 }
 
-double fusedAp50(const ShapesDataset& dataset) {
+double fusedAp50(const app::Dataset& dataset) {
     const TemporaryFolder folder;
     YOLOv5 model(folder.write("fused.yaml", shapesConfig("shapes_fused.yaml")));
     EXPECT_EQ(last_run_report().init_status, 0);
@@ -100,7 +92,7 @@ TEST(ShapesAccuracy, FusedDetectorReachesItsBar) {
 }
 
 TEST(ShapesAccuracy, CutDetectorInInt8StaysCloseToTheFusedOne) {
-    const ShapesDataset dataset = readShapesDataset();
+    const app::Dataset dataset = readShapesDataset();
     const TemporaryFolder folder;
     YOLOv5Cutoff model(folder.write("cut.yaml", shapesConfig("shapes_cut.yaml")));
     ASSERT_EQ(last_run_report().init_status, 0);
@@ -108,7 +100,7 @@ TEST(ShapesAccuracy, CutDetectorInInt8StaysCloseToTheFusedOne) {
 }
 
 TEST(ShapesAccuracy, SegmentationReachesItsBarsInFloatAndInt8) {
-    const ShapesDataset dataset = readShapesDataset();
+    const app::Dataset dataset = readShapesDataset();
     YOLOv8Seg floatModel(YAML::Load(shapesConfig("shapes_seg.yaml")));
     const Ap50 inFloat = measure(floatModel, dataset, "segmentation, float");
     EXPECT_GE(inFloat.box, 0.975);

@@ -1,7 +1,7 @@
 #include "pipeline/shapes_models.h"
 
 #include "brellix/model_zoo.h"
-#include "pipeline/shapes_dataset.h"
+#include "pipeline/shapes_files.h"
 #include "support/temporary_folder.h"
 
 #include <opencv2/imgcodecs.hpp>
@@ -31,7 +31,7 @@ const std::vector<ShapesModel>& shapesModels() {
 
 std::vector<cv::Mat> shapesPictures(std::size_t count) {
     std::vector<cv::Mat> pictures;
-    for (const std::string& path : readShapesDataset().pictures) {
+    for (const std::string& path : shapesPictureFiles()) {
         if (pictures.size() == count) {
             break;
         }
