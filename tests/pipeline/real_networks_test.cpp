@@ -1,7 +1,8 @@
 // Networks trained on photographs, held against the objects that an independent decoder found.
 
 #include "brellix/model_zoo.h"
-#include "support/object_matching.h"
+#include "evaluation/overlap.h"
+#include "object_matching.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -19,8 +20,8 @@
 namespace {
 
 using namespace ai_orvo::model;
+using brellix::app::boxOverlap;
 using brellix::testing::matchObjects;
-using brellix::testing::overlapOf;
 using brellix::testing::TemporaryFolder;
 using nlohmann::json;
 
@@ -177,7 +178,7 @@ void compare(const std::vector<Object>& floats, const std::vector<Object>& int8s
         ++agreement.found;
         agreement.probDrift +=
             std::abs(static_cast<double>(floats[a].prob) - static_cast<double>(int8s[b].prob));
-        agreement.boxOverlap += overlapOf(floats[a].rect, int8s[b].rect);
+        agreement.boxOverlap += boxOverlap(cv::Rect2d(floats[a].rect), cv::Rect2d(int8s[b].rect));
         agreement.maskOverlap += static_cast<double>(cv::countNonZero(floats[a].mask & int8s[b].mask)) /
                                  std::max(1, cv::countNonZero(floats[a].mask | int8s[b].mask));
     }

@@ -16,7 +16,4 @@ std::vector<std::pair<std::size_t, std::size_t>> matchObjects(
     const std::vector<ai_orvo::model::Object>& first, const std::vector<ai_orvo::model::Object>& second,
     double minOverlap);
 
-/// Intersection over union of two boxes.
-double overlapOf(const cv::Rect_<float>& a, const cv::Rect_<float>& b);
-
 }  // namespace brellix::testing

@@ -1,4 +1,6 @@
-#include "support/object_matching.h"
+#include "object_matching.h"
+
+#include "evaluation/overlap.h"
 
 #include <algorithm>
 #include <set>
@@ -8,19 +10,13 @@ namespace brellix::testing {
 
 using ai_orvo::model::Object;
 
-double overlapOf(const cv::Rect_<float>& a, const cv::Rect_<float>& b) {
-    const double shared = static_cast<double>((a & b).area());
-    const double both = static_cast<double>(a.area()) + static_cast<double>(b.area()) - shared;
-    return both > 0 ? shared / both : 0;
-}
-
 std::vector<std::pair<std::size_t, std::size_t>> matchObjects(const std::vector<Object>& first,
                                                               const std::vector<Object>& second,
                                                               double minOverlap) {
     std::vector<std::tuple<double, std::size_t, std::size_t>> candidates;
     for (std::size_t i = 0; i < first.size(); ++i) {
         for (std::size_t j = 0; j < second.size(); ++j) {
-            const double overlap = overlapOf(first[i].rect, second[j].rect);
+            const double overlap = app::boxOverlap(cv::Rect2d(first[i].rect), cv::Rect2d(second[j].rect));
             if (first[i].label == second[j].label && overlap >= minOverlap) {
                 candidates.emplace_back(-overlap, i, j);
             }
