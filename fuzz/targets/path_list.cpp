@@ -2,7 +2,7 @@
 // Capped: 64 KiB, which a pipe holds (scripts/fuzz).
 
 #include "sources/path_list.h"
-#include "files/picture_reader.h"
+#include "files/broken_picture.h"
 #include "sources/input_stream.h"
 #include "support/fuzzed_data.h"
 #include "support/require.h"

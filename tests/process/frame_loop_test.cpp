@@ -2,7 +2,7 @@
 
 #include "console/failure.h"
 #include "console/stop_request.h"
-#include "files/picture_reader.h"
+#include "files/broken_picture.h"
 #include "sources/source_queue.h"
 
 #include <gtest/gtest.h>

@@ -3,6 +3,7 @@
 #include "bench/bench_report.h"
 #include "bench/bench_run.h"
 #include "config/model_factory.h"
+#include "files/broken_picture.h"
 #include "files/picture_reader.h"
 #include "option_values.h"
 #include "run_options.h"

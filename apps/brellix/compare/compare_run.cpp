@@ -4,7 +4,7 @@
 #include "compare/side_by_side.h"
 #include "config/model_factory.h"
 #include "console/text.h"
-#include "files/picture_reader.h"
+#include "files/broken_picture.h"
 #include "run/detect_picture.h"
 #include "run/finite_objects.h"
 #include "sources/frame_loop.h"

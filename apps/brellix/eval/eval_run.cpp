@@ -3,7 +3,7 @@
 #include "config/model_factory.h"
 #include "console/text.h"
 #include "evaluation/yolo_truth.h"
-#include "files/picture_reader.h"
+#include "files/broken_picture.h"
 #include "run/detect_picture.h"
 #include "run/finite_objects.h"
 #include "sources/picture_loop.h"

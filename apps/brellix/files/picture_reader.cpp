@@ -1,5 +1,6 @@
 #include "files/picture_reader.h"
 
+#include "files/broken_picture.h"
 #include "files/file_kind.h"
 
 #include <opencv2/imgcodecs.hpp>

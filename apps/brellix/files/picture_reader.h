@@ -3,17 +3,13 @@
 /// \file
 /// Reading picture files.
 
+#include "files/broken_picture.h"
+
 #include <opencv2/core.hpp>
 
-#include <stdexcept>
 #include <string>
 
 namespace brellix::app {
-
-/// One picture that cannot be used; the run goes on without it.
-class BrokenPicture : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 /// \return what to throw where the engine answered a picture with `status`.
 inline BrokenPicture engineFailed(int status) {

@@ -1,6 +1,6 @@
 #include "run/finite_objects.h"
 
-#include "files/picture_reader.h"
+#include "files/broken_picture.h"
 
 #include <cmath>
 

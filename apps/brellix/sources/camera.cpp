@@ -3,8 +3,8 @@
 #include "console/failure.h"
 #include "console/stop_request.h"
 #include "console/text.h"
+#include "files/broken_picture.h"
 #include "files/inputs.h"
-#include "files/picture_reader.h"
 
 #include <unistd.h>
 

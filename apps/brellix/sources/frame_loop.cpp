@@ -3,7 +3,7 @@
 #include "console/failure.h"
 #include "console/stop_request.h"
 #include "console/text.h"
-#include "files/picture_reader.h"
+#include "files/broken_picture.h"
 #include "sources/early_end.h"
 #include "sources/progress.h"
 

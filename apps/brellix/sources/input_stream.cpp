@@ -1,7 +1,7 @@
 #include "sources/input_stream.h"
 
 #include "console/stop_request.h"
-#include "files/picture_reader.h"
+#include "files/broken_picture.h"
 
 #include <unistd.h>
 

@@ -1,6 +1,7 @@
 #include "sources/jpeg_stream.h"
 
 #include "console/stop_request.h"
+#include "files/broken_picture.h"
 #include "files/picture_reader.h"
 
 #include <utility>

@@ -1,6 +1,7 @@
 #include "sources/path_list.h"
 
 #include "console/stop_request.h"
+#include "files/broken_picture.h"
 #include "files/picture_reader.h"
 
 #include <cstddef>

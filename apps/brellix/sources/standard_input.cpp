@@ -1,6 +1,6 @@
 #include "sources/standard_input.h"
 
-#include "files/picture_reader.h"
+#include "files/broken_picture.h"
 #include "sources/jpeg_stream.h"
 #include "sources/path_list.h"
 

@@ -1,6 +1,7 @@
 #include "sources/video_file.h"
 
 #include "console/text.h"
+#include "files/broken_picture.h"
 #include "files/file_kind.h"
 #include "files/picture_reader.h"
 
