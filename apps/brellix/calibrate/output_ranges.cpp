@@ -1,6 +1,6 @@
 #include "calibrate/output_ranges.h"
 
-#include "files/picture_reader.h"
+#include "run/detect_picture.h"
 
 #include <brellix/letterbox.h>
 

@@ -3,18 +3,11 @@
 /// \file
 /// Reading picture files.
 
-#include "files/broken_picture.h"
-
 #include <opencv2/core.hpp>
 
 #include <string>
 
 namespace brellix::app {
-
-/// \return what to throw where the engine answered a picture with `status`.
-inline BrokenPicture engineFailed(int status) {
-    return BrokenPicture("the engine failed (code " + std::to_string(status) + ")");
-}
 
 /// Throws `BrokenPicture` with the reason where `path` names no regular file with something in it.
 void refuseWhatIsNoReadableFile(const std::string& path);

@@ -1,8 +1,10 @@
 #include "run/detect_picture.h"
 
-#include "files/picture_reader.h"
-
 namespace brellix::app {
+
+BrokenPicture engineFailed(int status) {
+    return BrokenPicture("the engine failed (code " + std::to_string(status) + ")");
+}
 
 PictureResult detectOn(const cv::Mat& picture, const std::string& source, ai_orvo::model::CvModel& model) {
     PictureResult result;
