@@ -3,6 +3,7 @@
 #include "config/model_choice.h"
 #include "console/text.h"
 #include "files/config_keys.h"
+#include "files/readable_file.h"
 #include "network/expected_tensors.h"
 
 #include <cstdint>

@@ -2,7 +2,7 @@
 
 #include "console/failure.h"
 #include "console/text.h"
-#include "files/config_keys.h"
+#include "files/readable_file.h"
 
 #include <algorithm>
 #include <cmath>

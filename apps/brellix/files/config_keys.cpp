@@ -1,11 +1,8 @@
 #include "files/config_keys.h"
 
 #include "console/text.h"
+#include "files/readable_file.h"
 
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -67,20 +64,6 @@ YAML::Node loadDocument(const std::string& path, const char* example) {
                        '"');
     }
     return document;
-}
-
-void requireReadableFile(const std::string& path, const std::string& what) {
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status)) {
-        throw wrongUse(what + ' ' + path + ": " + error.message());
-    }
-    if (fs::is_directory(status)) {
-        throw wrongUse(what + ' ' + path + ": this is a folder, expected a file");
-    }
-    if (eaccess(path.c_str(), R_OK) != 0) {
-        throw wrongUse(what + ' ' + path + ": " + std::strerror(errno));
-    }
 }
 
 std::string describe(const YAML::Node& node) {

@@ -23,9 +23,6 @@ struct KeyRule {
 ///         line `example`.
 YAML::Node loadDocument(const std::string& path, const char* example);
 
-/// Throws `Failure` that names the path, called `what`, unless a file there can be read.
-void requireReadableFile(const std::string& path, const std::string& what);
-
 /// \return "a list of 2 elements" and the like.
 std::string describe(const YAML::Node& node);
 

@@ -2,14 +2,9 @@
 
 #include "files/broken_picture.h"
 #include "files/file_kind.h"
+#include "files/readable_file.h"
 
 #include <opencv2/imgcodecs.hpp>
-
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 
 namespace brellix::app {
 namespace {
@@ -30,25 +25,8 @@ cv::Mat decodedBy(const Decode& decode) {
 
 }  // namespace
 
-// The decoders only say that they cannot read a file; most of the reasons are plain ones.
-void refuseWhatIsNoReadableFile(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0 || eaccess(path.c_str(), R_OK) != 0) {
-        throw BrokenPicture(std::strerror(errno));
-    }
-    if (!S_ISREG(status.st_mode)) {
-        throw BrokenPicture(
-            S_ISFIFO(status.st_mode)
-                ? "a pipe, expected a picture; detect reads JPEGs from a pipe as - (detect CONFIG - < PIPE)"
-                : "not a regular file");
-    }
-    if (status.st_size == 0) {
-        throw BrokenPicture("the file is empty");
-    }
-}
-
 cv::Mat readPicture(const std::string& path) {
-    refuseWhatIsNoReadableFile(path);
+    requireReadableSource(path);
     if (isVideoFile(path)) {
         throw BrokenPicture("a video, expected a picture: detect alone takes videos, as its arguments");
     }

@@ -9,9 +9,6 @@
 
 namespace brellix::app {
 
-/// Throws `BrokenPicture` with the reason where `path` names no regular file with something in it.
-void refuseWhatIsNoReadableFile(const std::string& path);
-
 /// \return the picture as 8-bit BGR, turned upright as its EXIF orientation says.
 /// Throws `BrokenPicture` with the reason (without the path).
 cv::Mat readPicture(const std::string& path);

@@ -1,7 +1,7 @@
 #include "files/text_lines.h"
 
 #include "console/failure.h"
-#include "files/config_keys.h"
+#include "files/readable_file.h"
 
 #include <cerrno>
 #include <cstring>

@@ -5,7 +5,7 @@
 #include "console/shell_quote.h"
 #include "console/text.h"
 #include "console/utf8.h"
-#include "files/config_keys.h"
+#include "files/readable_file.h"
 #include "files/result_file.h"
 #include "init/init_names.h"
 #include "init/network_advice.h"

@@ -3,7 +3,7 @@
 #include "console/text.h"
 #include "files/broken_picture.h"
 #include "files/file_kind.h"
-#include "files/picture_reader.h"
+#include "files/readable_file.h"
 
 #include <opencv2/videoio/registry.hpp>
 
@@ -40,7 +40,7 @@ VideoFile::VideoFile(const std::string& path) {
 
 void VideoFile::open() {
     state_ = State::kEnded;
-    refuseWhatIsNoReadableFile(id_.source);
+    requireReadableSource(id_.source);
     // An absolute path is never taken for an address ("http:...") or a pipeline.
     if (!capture_.open(std::filesystem::absolute(id_.source).string(), videoBackend())) {
         throw BrokenPicture("not a video, or a damaged one, or of a format that OpenCV does not read here");
