@@ -4,10 +4,10 @@
 #include "calibrate/calibration_target.h"
 #include "calibrate/output_ranges.h"
 #include "calibrate/uncalibrated_network.h"
-#include "check/calibration_rules.h"
 #include "config/model_factory.h"
 #include "console/text.h"
 #include "network/back_end_choice.h"
+#include "network/calibration_rules.h"
 #include "run_options.h"
 #include "sources/picture_loop.h"
 

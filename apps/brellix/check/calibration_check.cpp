@@ -1,8 +1,8 @@
 #include "check/calibration_check.h"
 
-#include "check/calibration_rules.h"
 #include "console/shell_quote.h"
 #include "console/text.h"
+#include "network/calibration_rules.h"
 
 #include <graph/engine_network.h>
 #include <refusal.h>

@@ -1,4 +1,4 @@
-#include "check/calibration_rules.h"
+#include "network/calibration_rules.h"
 
 #include <algorithm>
 #include <set>
