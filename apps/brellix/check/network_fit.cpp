@@ -162,10 +162,6 @@ class Fit {
 
 }  // namespace
 
-ModelSettings settingsOf(const ModelConfig& config) {
-    return {config.modelClass, config.inputSize, config.classNum, config.framework, config.isQuantized};
-}
-
 bool judgeFit(const CheckedConfig& checked, const Recognition& recognition, const TensorRows& rows,
               Findings& findings) {
     return Fit(checked, recognition, findings).judge(rows);

@@ -11,9 +11,6 @@
 
 namespace brellix::app {
 
-/// \return what the model's tensors follow from.
-ModelSettings settingsOf(const ModelConfig& config);
-
 /// Appends the causes (kind of network, input size, class count, layout), and each tensor that differs for
 /// none of them.
 /// \return false for a network of another kind, whose input size and class count say nothing to the model.

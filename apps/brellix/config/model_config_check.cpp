@@ -4,7 +4,6 @@
 #include "console/text.h"
 #include "files/config_keys.h"
 #include "files/readable_file.h"
-#include "network/expected_tensors.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -227,6 +226,10 @@ CheckedConfig checkModelConfig(const ModelRequest& request) {
         judgeShapeForMasks(keys, checked);
     }
     return checked;
+}
+
+ModelSettings settingsOf(const ModelConfig& config) {
+    return {config.modelClass, config.inputSize, config.classNum, config.framework, config.isQuantized};
 }
 
 }  // namespace brellix::app

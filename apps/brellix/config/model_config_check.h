@@ -8,6 +8,7 @@
 /// here, and said in words that tell what to write instead.
 
 #include "console/finding.h"
+#include "network/expected_tensors.h"
 #include "network/model_class.h"
 #include "network/network_facts.h"
 
@@ -57,5 +58,8 @@ struct CheckedConfig {
 /// file, the line, the key, what was found, what was expected, and an example, for a file that no model can
 /// be built from.
 CheckedConfig checkModelConfig(const ModelRequest& request);
+
+/// \return what the model's tensors follow from.
+ModelSettings settingsOf(const ModelConfig& config);
 
 }  // namespace brellix::app
