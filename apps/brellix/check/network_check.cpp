@@ -5,7 +5,6 @@
 #include "check/network_fit.h"
 #include "check/training_check.h"
 #include "console/text.h"
-#include "files/config_keys.h"
 #include "network/back_end_choice.h"
 
 #include <refusal.h>
@@ -73,8 +72,7 @@ void addRightKeys(const CheckedConfig& checked, bool isComparedWithNetwork, Find
     const ModelConfig& config = checked.config;
     const auto addUnlessSpokenOf = [&](const char* key, const std::string& found) {
         if (!speakOf(findings, key)) {
-            const std::string where = KeyReader(config.path, config.document).placeOf(key);
-            findings.push_back({Severity::kOk, key, where, found, "", "", true});
+            findings.push_back({Severity::kOk, key, placeOf(config, key), found, "", "", true});
         }
     };
     addUnlessSpokenOf("conf_thres", thresholdText(config.confThreshold));

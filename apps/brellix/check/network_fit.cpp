@@ -1,7 +1,6 @@
 #include "check/network_fit.h"
 
 #include "console/text.h"
-#include "files/config_keys.h"
 #include "network/prepare_hint.h"
 
 #include <algorithm>
@@ -14,10 +13,6 @@ namespace {
 
 std::string listText(cv::Size size) {
     return '[' + std::to_string(size.width) + ", " + std::to_string(size.height) + ']';
-}
-
-std::string placeOf(const ModelConfig& config, const char* key) {
-    return KeyReader(config.path, config.document).placeOf(key);
 }
 
 /// Judges one configuration and its network, cause by cause.

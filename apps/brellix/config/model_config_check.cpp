@@ -232,4 +232,8 @@ ModelSettings settingsOf(const ModelConfig& config) {
     return {config.modelClass, config.inputSize, config.classNum, config.framework, config.isQuantized};
 }
 
+std::string placeOf(const ModelConfig& config, const char* key) {
+    return KeyReader(config.path, config.document).placeOf(key);
+}
+
 }  // namespace brellix::app

@@ -62,4 +62,7 @@ CheckedConfig checkModelConfig(const ModelRequest& request);
 /// \return what the model's tensors follow from.
 ModelSettings settingsOf(const ModelConfig& config);
 
+/// \return the path with the line of the key, or the path alone where the file lacks it.
+std::string placeOf(const ModelConfig& config, const char* key);
+
 }  // namespace brellix::app
