@@ -1,6 +1,6 @@
 #include "init/init_command.h"
 
-#include "check/check_command.h"
+#include "check/complete_check.h"
 #include "config/config_template.h"
 #include "console/shell_quote.h"
 #include "console/text.h"
