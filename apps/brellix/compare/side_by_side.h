@@ -5,7 +5,7 @@
 
 #include "compare/picture_comparison.h"
 #include "config/class_list.h"
-#include "detect/annotated_output.h"
+#include "run/annotated_picture.h"
 #include "run/picture_result.h"
 
 #include <opencv2/core.hpp>

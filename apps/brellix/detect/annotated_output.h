@@ -3,29 +3,19 @@
 /// \file
 /// Results to look at: copies of the pictures and videos with the objects drawn in.
 
-#include "config/class_list.h"
 #include "console/console.h"
 #include "detect/annotated_video.h"
 #include "files/protected_files.h"
+#include "run/annotated_picture.h"
 #include "run/picture_result.h"
 #include "sources/source_names.h"
 
-#include <opencv2/core.hpp>
-
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace brellix::app {
-
-/// How objects are drawn.
-struct Drawing {
-    const ClassList& classes;
-    bool withMasks;  ///< the objects come from a model that makes masks
-};
-
-/// \return a copy of the picture with the objects drawn in. Any label can be drawn: the colours repeat.
-cv::Mat drawAnnotated(const PictureResult& result, const Drawing& drawing);
 
 /// Writes a picture file for each picture, and one video for all frames of a video or stream; where the size
 /// of its frames changes, another one begins.
