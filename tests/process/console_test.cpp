@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <string>
 
@@ -59,13 +60,15 @@ class CaughtMessages {
 volatile std::sig_atomic_t alarms = 0;
 volatile std::sig_atomic_t pipeToEmpty = -1;
 
-/// Many alarms interrupt the writing before one makes room for it.
+/// Many alarms interrupt the writing before one makes room for it; those after that one read nothing.
 extern "C" void emptyPipeAtLast(int /*signal*/) {
     constexpr int kLast = 20;
+    const int errorBefore = errno;
     alarms = alarms + 1;
     std::array<char, 4096> part;
-    while (alarms >= kLast && read(pipeToEmpty, part.data(), part.size()) > 0) {
+    while (alarms == kLast && read(pipeToEmpty, part.data(), part.size()) > 0) {
     }
+    errno = errorBefore;
 }
 
 void repeatAlarm(suseconds_t microseconds) {
