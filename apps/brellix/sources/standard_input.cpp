@@ -79,7 +79,9 @@ void StandardInput::begin() {
     std::string head;
     std::optional<StreamKind> kind;
     while (!kind) {
-        kind = streamKindOf(head, !stream_.appendMore(head));
+        // A statement of its own: which of a call's arguments comes first differs between processors.
+        const bool isAll = !stream_.appendMore(head);
+        kind = streamKindOf(head, isAll);
     }
     if (*kind == StreamKind::kPng) {
         throw BrokenPicture(std::string("begins as a PNG file does, ") + kExpectedOfStream);
