@@ -15,7 +15,7 @@ class Eval : public ModelTest {
   protected:
     Eval() {
         truth_ = {
-            {"images", {image(1, "a.png")}},
+            {"images", json::array({image(1, "a.png")})},
             {"categories", {{{"id", 5}, {"name", "cube"}}, {{"id", 90}, {"name", "disc"}}}},
             {"annotations", {annotation(1, 1, 90, {22, 19, 20, 10}), annotation(2, 1, 5, {4, 36, 16, 24})}}};
         writeTruth("truth.json");
@@ -135,7 +135,7 @@ TEST_F(Eval, PicturesAreFoundInTheFoldersAroundTheFile) {
     makeFolder("set/annotations");
     makeFolder("set/val");
     writePicture("set/val/b.png");
-    truth_["images"] = {image(1, "b.png")};
+    truth_["images"] = json::array({image(1, "b.png")});
     writeTruth("set/annotations/truth.json");
     EXPECT_NEAR(figures({}, 0, "set/annotations/truth.json")["box"]["AP"].get<double>(), 1.0, kRounding);
     writeTruth("set/truth.json");
@@ -185,8 +185,8 @@ TEST_F(Eval, DetectionsAreWrittenAsTheyWereMeasured) {
 }
 
 TEST_F(Eval, DetectionsOfClassesThatTheDatasetLacksAreCountedAndLeftOut) {
-    truth_["categories"] = {{{"id", 5}, {"name", "cube"}}};
-    truth_["annotations"] = {annotation(2, 1, 5, {4, 36, 16, 24})};
+    truth_["categories"] = json::array({{{"id", 5}, {"name", "cube"}}});
+    truth_["annotations"] = json::array({annotation(2, 1, 5, {4, 36, 16, 24})});
     writeTruth("truth.json");
     const json report = figures();
     EXPECT_EQ(report["detections"], 1);
@@ -195,7 +195,7 @@ TEST_F(Eval, DetectionsOfClassesThatTheDatasetLacksAreCountedAndLeftOut) {
 }
 
 TEST_F(Eval, MasksAreMeasuredWhereBothHaveThem) {
-    truth_["annotations"] = {annotation(1, 1, 90, {12, 20, 24, 24})};
+    truth_["annotations"] = json::array({annotation(1, 1, 90, {12, 20, 24, 24})});
     truth_["annotations"][0]["segmentation"] = {{"size", {64, 64}},
                                                 {"counts", app::cocoRunLengths(segmentationMask())}};
     truth_["categories"][1]["name"] = "cone";
@@ -214,7 +214,7 @@ TEST_F(Eval, APictureOfAnotherSizeThanAMaskFails) {
     truth_["images"][0].erase("width");
     truth_["images"][0].erase("height");
     truth_["categories"][1]["name"] = "cone";
-    truth_["annotations"] = {annotation(1, 1, 90, {12, 20, 24, 24})};
+    truth_["annotations"] = json::array({annotation(1, 1, 90, {12, 20, 24, 24})});
     truth_["annotations"][0]["segmentation"] = {{"size", {32, 64}}, {"counts", {0, 2048}}};
     writeTruth("truth.json");
     const ProgramResult result = run({"eval", "seg.yaml", "truth.json", "--json", "-"});
