@@ -75,8 +75,10 @@ TEST(MaskPolygons, FillingThemGivesTheMaskBackButForHoles) {
     for (int round = 0; round < 200; ++round) {
         cv::Mat mask = cv::Mat::zeros(70, 83, CV_8U);
         for (int part = 0; part < 6; ++part) {
-            cv::ellipse(mask, {place(random), place(random)}, {size(random), size(random)}, place(random), 0,
-                        360, cv::Scalar(part == 4 ? 0 : 255), cv::FILLED);
+            const cv::Point center{place(random), place(random)};
+            const cv::Size axes{size(random), size(random)};
+            const int angle = place(random);
+            cv::ellipse(mask, center, axes, angle, 0, 360, cv::Scalar(part == 4 ? 0 : 255), cv::FILLED);
         }
         expectComesBack(mask);
     }

@@ -24,7 +24,7 @@ cv::Mat maskOf(int rows, int columns, const std::vector<std::uint8_t>& pixels) {
 cv::Mat randomMask(std::mt19937& random, int longest) {
     std::uniform_int_distribution<int> length(1, longest);
     std::uniform_int_distribution<int> chance(1, 99);
-    cv::Mat mask(length(random), length(random), CV_8U);
+    cv::Mat mask(cv::Size{length(random), length(random)}, CV_8U);
     const int threshold = chance(random);
     for (auto pixel = mask.begin<std::uint8_t>(); pixel != mask.end<std::uint8_t>(); ++pixel) {
         *pixel = chance(random) < threshold ? 255 : 0;

@@ -113,8 +113,8 @@ TensorMap randomHeads(Random& random, const reference::CutoffSettings& settings)
         const int stride = reference::kCutoffStrides[head];
         const int cells = (settings.inputSize.width / stride) * (settings.inputSize.height / stride);
         const auto bytes = static_cast<std::size_t>(3 * settings.channelsPerAnchor * cells);
-        heads[reference::kCutoffHeadNames.at(head)] =
-            int8Tensor(random.bytes(bytes), random.integer(-20, 20), 0.05F);
+        const int zeroPoint = random.integer(-20, 20);
+        heads[reference::kCutoffHeadNames.at(head)] = int8Tensor(random.bytes(bytes), zeroPoint, 0.05F);
     }
     return heads;
 }
