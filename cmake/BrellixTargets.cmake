@@ -23,8 +23,8 @@ function(brellix_configure_shared_library target export_list)
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS ${export_list})
     target_link_options(${target} PRIVATE -Wl,--version-script=${export_list})
-    # The sanitizers of clang live in the program, so that libraries of the fuzz targets have open ends.
-    if(NOT BRELLIX_FUZZ)
+    # The sanitizers of clang live in the program, so that libraries built for them have open ends.
+    if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
         target_link_options(${target} PRIVATE -Wl,--no-undefined)
     endif()
 endfunction()

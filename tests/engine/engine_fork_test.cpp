@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine_fixture.h"
+#include "support/sanitizers.h"
 
 namespace brellix::testing {
 namespace {
@@ -26,7 +27,7 @@ NetworkBuilder channelSums() {
 class EngineInAForkedProcess : public EngineTest {
   protected:
     void expectChildRunsNetworks() {
-#ifdef __SANITIZE_THREAD__
+#if BRELLIX_THREAD_SANITIZER
         GTEST_SKIP() << "the thread sanitizer ends a forked process that starts threads";
 #endif
         const AIEngineConfig config = configFor(channelSums());

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "support/sanitizers.h"
+
 namespace brellix::testing {
 namespace {
 
@@ -58,7 +60,7 @@ long liveBlocks() {
 using brellix::testing::blocks;
 using brellix::testing::mustFail;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if BRELLIX_ADDRESS_SANITIZER || BRELLIX_THREAD_SANITIZER
 
 namespace {
 

@@ -8,14 +8,12 @@
 
 #include <cstddef>
 
+#include "support/sanitizers.h"
+
 namespace brellix::testing {
 
 /// Whether a sanitizer owns `malloc`: then only `operator new` can fail, and leaks are its own business.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
+constexpr bool kSanitized = BRELLIX_ADDRESS_SANITIZER || BRELLIX_THREAD_SANITIZER;
 
 /// How many allocations fail.
 enum class Shortage { kOneAllocation, kAllFromThere };

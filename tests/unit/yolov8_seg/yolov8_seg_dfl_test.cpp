@@ -11,6 +11,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "support/sanitizers.h"
+
 namespace {
 
 using ai_orvo::model::computeDfl;
@@ -57,7 +59,7 @@ TEST(ComputeDfl, TooFewLogitsAreOutOfRange) {
 }
 
 TEST(ComputeDfl, ABinCountBeyondAllMemoryIsOutOfRange) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if BRELLIX_ADDRESS_SANITIZER || BRELLIX_THREAD_SANITIZER
     GTEST_SKIP() << "a sanitizer needs more address space than the limit leaves";
 #endif
     const auto withLittleMemory = [] {
